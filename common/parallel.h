@@ -1,0 +1,95 @@
+// The one door through which parallel loops enter the task scheduler. A thread-sanitizer build runs
+// the same ranges on plain threads: a packaged TBB is not built for that sanitizer and would drown
+// real reports in false ones.
+#pragma once
+
+#include <cstddef>
+
+#if defined(__SANITIZE_THREAD__)
+#define STRATUM_PLAIN_THREADS 1
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define STRATUM_PLAIN_THREADS 1
+#endif
+#endif
+
+#ifdef STRATUM_PLAIN_THREADS
+#include <algorithm>
+#include <atomic>
+#include <exception>
+#include <mutex>
+#include <thread>
+#include <vector>
+#else
+#include <oneapi/tbb/blocked_range.h>
+#include <oneapi/tbb/parallel_for.h>
+#endif
+
+namespace Stratum {
+
+/// The range [begin(), end()) that one call of a loop body covers.
+class IndexRange {
+public:
+    constexpr IndexRange(std::size_t begin, std::size_t end) : begin_(begin), end_(end) {}
+    constexpr std::size_t begin() const { return begin_; }
+    constexpr std::size_t end() const { return end_; }
+
+private:
+    std::size_t begin_, end_;
+};
+
+#ifdef STRATUM_PLAIN_THREADS
+
+/// As below, on plain threads: every thread works with its own copy of the body.
+template <class Body>
+void parallelFor(std::size_t count, std::size_t grain, const Body& body) {
+    if (count <= grain) {
+        body(IndexRange(0, count));
+        return;
+    }
+    const std::size_t workers = 3, chunk = std::max(grain, count / (4 * workers) + 1);
+    std::atomic<std::size_t> next{0};
+    std::exception_ptr failure;
+    std::mutex failureMutex;
+    auto work = [&] {
+        try {
+            const Body own(body);
+            for (std::size_t i = next.fetch_add(chunk); i < count; i = next.fetch_add(chunk))
+                own(IndexRange(i, std::min(count, i + chunk)));
+        } catch (...) {
+            const std::lock_guard lock(failureMutex);
+            failure = std::current_exception();
+        }
+    };
+    std::vector<std::jthread> threads;
+    for (std::size_t w = 0; w < workers; ++w)
+        threads.emplace_back(work);
+    threads.clear();
+    if (failure)
+        std::rethrow_exception(failure);
+}
+
+#else
+
+/// Runs `body(range)` over [0, count) in pieces of at least `grain` / 2 elements under the auto
+/// partitioner, in a task-group context bound to the caller's. The body is copied whenever a range
+/// is split, so each task works with its own copy. A count that does not exceed the grain runs on
+/// the calling thread without the scheduler.
+template <class Body>
+void parallelFor(std::size_t count, std::size_t grain, const Body& body) {
+    if (count <= grain) {
+        body(IndexRange(0, count));
+        return;
+    }
+    struct Adapter {
+        Body body;
+        void operator()(const tbb::blocked_range<std::size_t>& range) const {
+            body(IndexRange(range.begin(), range.end()));
+        }
+    };
+    tbb::parallel_for(tbb::blocked_range<std::size_t>(0, count, grain), Adapter{body});
+}
+
+#endif
+
+} // namespace Stratum

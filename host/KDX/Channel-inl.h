@@ -1,0 +1,113 @@
+#pragma once
+
+#include "KDX/Channel.h"
+#include "KDX/RestrictedTiles.h"
+
+#include <algorithm>
+#include <limits>
+#include <memory>
+#include <stdexcept>
+
+namespace KDX::TileTree3D {
+
+template <class Traits, class T, int Wd, int Hf, int Reserved>
+Channel<Traits, T, Wd, Hf, Reserved>::Channel(const Ostrum::String& name, const T& defaultValue,
+                                              bool pooledMemory, bool callElementConstructor,
+                                              int coarsestDepth, int finestDepth)
+    : name_(name), defaultValue_(defaultValue), pooledMemory_(pooledMemory),
+      callElementConstructor_(callElementConstructor), coarsestAllowed_(coarsestDepth),
+      finestAllowed_(finestDepth) {}
+
+template <class Traits, class T, int Wd, int Hf, int Reserved>
+Channel<Traits, T, Wd, Hf, Reserved>::~Channel() = default;
+
+template <class Traits, class T, int Wd, int Hf, int Reserved>
+void Channel<Traits, T, Wd, Hf, Reserved>::update(const VoxelTopology<Traits>& topology) {
+    const auto holdsVoxels = [](const typename Tree::Tile& tile, const TreeIndex&) {
+        return tile.holdsVoxels();
+    };
+    setLayout(topology.tree(),
+              Ostrum::makePtr<const Layout>(*topology.tree(), coarsestAllowed_, finestAllowed_,
+                                            holdsVoxels),
+              false);
+}
+
+template <class Traits, class T, int Wd, int Hf, int Reserved>
+void Channel<Traits, T, Wd, Hf, Reserved>::setLayout(Ostrum::Ptr<const Tree> tree,
+                                                     Ostrum::Ptr<const Layout> layout,
+                                                     bool overwritten) {
+    const int width = Traits::kVoxelsPerAxis +
+                      (kIsHalo ? (tree->offsetType() == VoxelOffsetType::kCorner ? 1 : 2) : 0);
+    const auto valuesPerTile = static_cast<std::size_t>(width * width * width);
+    decltype(memory_) memory;
+    decltype(levels_) levels;
+    for (int depth = 0; depth <= Traits::kFinestDepth; ++depth) {
+        const auto& from = layout->level(depth);
+        if (from.slotCount == 0)
+            continue;
+        if (from.slotCount > std::numeric_limits<std::size_t>::max() / sizeof(T) / valuesPerTile)
+            throw std::bad_array_new_length();
+        const std::size_t count = from.slotCount * valuesPerTile;
+        const auto d = static_cast<std::size_t>(depth);
+        memory[d] = ChannelMemory(count * sizeof(T), pooledMemory_);
+        T* values = static_cast<T*>(memory[d].get());
+        if (callElementConstructor_ && !overwritten)
+            std::uninitialized_fill_n(values, count, defaultValue_);
+        levels[d] = {values, from.slots.empty() ? nullptr : from.slots.data(), from.tileCount};
+    }
+    levels_ = levels;
+    memory_ = std::move(memory);
+    restricted_.reset();
+    valuesPerTile_ = static_cast<int>(valuesPerTile);
+    minDepth_ = layout->minDepth();
+    depth_ = layout->depth();
+    tree_ = std::move(tree);
+    layout_ = std::move(layout);
+}
+
+template <class Traits, class T, int Wd, int Hf, int Reserved>
+std::int64_t Channel<Traits, T, Wd, Hf, Reserved>::elementCount(const TreeIndex& index) const {
+    return values(index) ? valuesPerTile_ : 0;
+}
+
+template <class Traits, class T, int Wd, int Hf, int Reserved>
+std::int64_t Channel<Traits, T, Wd, Hf, Reserved>::elementCount(int depth) const {
+    std::int64_t tiles = 0;
+    for (int d = 0; layout_ && d <= Traits::kFinestDepth; ++d)
+        if (depth == d || depth == -1)
+            tiles += static_cast<std::int64_t>(layout_->level(d).slotCount);
+    return tiles * valuesPerTile_;
+}
+
+template <class Traits, class T, int Wd, int Hf, int Reserved>
+void Channel<Traits, T, Wd, Hf, Reserved>::setRestricted(
+    std::unique_ptr<const RestrictedTiles<Traits, T>> restricted) {
+    restricted_ = std::move(restricted);
+}
+
+template <class Traits, class T, int Wd, int Hf, int Reserved>
+std::size_t Channel<Traits, T, Wd, Hf, Reserved>::memoryUsage() const {
+    std::size_t bytes = sizeof(*this);
+    for (const ChannelMemory& memory : memory_)
+        bytes += memory.size();
+    if (layout_)
+        bytes += layout_->memoryUsage();
+    if (restricted_)
+        bytes += restricted_->memoryUsage();
+    return bytes;
+}
+
+template <class Traits, class T, int Wd, int Hf>
+Ostrum::Ptr<Channel<Traits, T, Wd, Hf, 0>>
+ChannelPool::allocate(const T& defaultValue, bool callElementConstructor, bool pooledMemory,
+                      int coarsestDepth, int finestDepth, std::size_t, const Component* layout) {
+    const auto* topology = dynamic_cast<const VoxelTopology<Traits>*>(layout);
+    if (!topology)
+        throw std::invalid_argument("a channel can only be laid out like a voxel topology");
+    auto channel = Ostrum::makePtr<Channel<Traits, T, Wd, Hf, 0>>(
+        "", defaultValue, pooledMemory, callElementConstructor, coarsestDepth, finestDepth);
+    channel->setLayout(topology->tree(), Ostrum::makePtr<const ChannelLayout<Traits>>(), true);
+    return channel;
+}
+
+} // namespace KDX::TileTree3D

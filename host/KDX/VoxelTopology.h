@@ -1,0 +1,32 @@
+// Where the samples of a volume's voxels lie.
+#pragma once
+
+#include "KDX/Object.h"
+#include "KDX/TileTree.h"
+#include "Ostrum/Ptr.h"
+
+namespace KDX::TileTree3D {
+
+template <class Traits>
+class OSTRUM_API VoxelTopology : public Component {
+public:
+    explicit VoxelTopology(Ostrum::Ptr<const TileTree<Traits>> tree)
+        : VoxelTopology(tree, voxelOffset(tree->offsetType())) {}
+
+    /// With an offset of its own, which then may disagree with the offset type: samplers place
+    /// samples by the offset and read neighbours by the type.
+    VoxelTopology(Ostrum::Ptr<const TileTree<Traits>> tree, const Vantor::Math::float3& offset)
+        : tree_(std::move(tree)), offset_(offset) {}
+
+    /// Where a sample lies in its voxel, in voxels of its own depth.
+    Vantor::Math::float3 offset() const { return offset_; }
+    VoxelOffsetType offsetType() const { return tree_->offsetType(); }
+
+    const Ostrum::Ptr<const TileTree<Traits>>& tree() const { return tree_; }
+
+private:
+    Ostrum::Ptr<const TileTree<Traits>> tree_;
+    Vantor::Math::float3 offset_;
+};
+
+} // namespace KDX::TileTree3D

@@ -1,0 +1,41 @@
+#include "Ostrum/Memory.h"
+
+#include <atomic>
+#include <cstdlib>
+
+namespace Ostrum {
+
+namespace {
+std::atomic<std::uint64_t> requests{0};
+std::atomic<std::uint64_t> failingRequest{0};
+constexpr std::size_t kAlignment = 64;
+} // namespace
+
+void* allocate(std::size_t bytes) {
+    const std::uint64_t request = requests.fetch_add(1, std::memory_order_relaxed) + 1;
+    std::uint64_t failing = failingRequest.load(std::memory_order_relaxed);
+    if (request == failing && failingRequest.compare_exchange_strong(failing, 0))
+        throw std::bad_alloc();
+    if (bytes > std::numeric_limits<std::size_t>::max() - kAlignment)
+        throw std::bad_array_new_length();
+    const std::size_t rounded =
+        bytes == 0 ? kAlignment : (bytes + kAlignment - 1) / kAlignment * kAlignment;
+    void* memory = std::aligned_alloc(kAlignment, rounded);
+    if (!memory)
+        throw std::bad_alloc();
+    return memory;
+}
+
+void deallocate(void* memory) noexcept {
+    std::free(memory);
+}
+
+void failAllocation(std::uint64_t n) {
+    failingRequest = n == 0 ? 0 : requests + n;
+}
+
+std::uint64_t allocationCount() {
+    return requests;
+}
+
+} // namespace Ostrum

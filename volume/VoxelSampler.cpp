@@ -1,0 +1,43 @@
+#include "volume/VoxelSampler.h"
+
+namespace KDX::TileTree3D {
+
+template <class Traits, class PositionT>
+VoxelSampler<Traits, PositionT>::VoxelSampler(const ContainerT& container,
+                                              const VoxelTopology<Traits>& topology)
+    : accessor(container.tileAccessor()),
+      worldToVoxel(container.voxelSize() == 0.0F
+                       ? ScalarT{0}
+                       : ScalarT{1} / static_cast<ScalarT>(container.voxelSize())),
+      offset{topology.offset().x, topology.offset().y, topology.offset().z},
+      offsetType(topology.offsetType()) {}
+
+template <class Traits, class PositionT>
+VoxelSampler<Traits, PositionT>::VoxelSampler(const VoxelSampler& other)
+    : accessor(other.accessor), worldToVoxel(other.worldToVoxel), offset(other.offset),
+      offsetType(other.offsetType) {}
+
+template <class Traits, class PositionT>
+auto VoxelSampler<Traits, PositionT>::operator=(const VoxelSampler& other) -> VoxelSampler& {
+    accessor = other.accessor;
+    worldToVoxel = other.worldToVoxel;
+    offset = other.offset;
+    offsetType = other.offsetType;
+    currentTile = {};
+    return *this;
+}
+
+template <class Traits, class PositionT>
+VoxelSampler<Traits, PositionT>::~VoxelSampler() = default;
+
+template <class Traits, class PositionT>
+Ostrum::String VoxelSampler<Traits, PositionT>::name() const {
+    return "kNone";
+}
+
+template class VoxelSampler<Traits<2, 4, 1>, float3>;
+template class VoxelSampler<Traits<2, 4, 1>, double3>;
+template class VoxelSampler<Traits<5, 5, 1>, float3>;
+template class VoxelSampler<Traits<5, 5, 1>, double3>;
+
+} // namespace KDX::TileTree3D

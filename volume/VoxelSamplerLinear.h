@@ -1,0 +1,174 @@
+// Trilinear sampling of a channel.
+#pragma once
+
+#include "KDX/Channel.h"
+#include "volume/HaloTileCache.h"
+#include "volume/VoxelSampler.h"
+#include "volume/haloLayout.h"
+
+#include <cstdint>
+
+namespace KDX::TileTree3D {
+
+/// Interpolates a channel at the deepest tile that holds the position. With a halo channel every
+/// sample reads one tile; with the plain channel, samples whose corners leave their tile read a
+/// halo tile that the sampler makes and keeps. Both give the same values, bit for bit, when the
+/// halo channel has the plain one's default value.
+///
+/// Outside the tree, in a tile without data, in a tile coarser than the channel's minDepth() and at
+/// positions that are no index (NaN, infinite, beyond `int`) the value is the channel's default.
+///
+/// A sampler serves one thread; copies are cheap and start with empty caches. Sampling throws only
+/// when memory for a halo tile runs out.
+template <class Traits, class ValueT, int, class ScalarT, class PositionT, int, int, int, int>
+class VoxelSamplerLinear : public VoxelSampler<Traits, PositionT> {
+    static constexpr int W = Traits::kVoxelsPerAxis;
+    using Base = VoxelSampler<Traits, PositionT>;
+
+public:
+    using PositionType = PositionT;
+    using PlainChannel = Channel<Traits, ValueT, W, 0, 0>;
+    using HaloChannel = Channel<Traits, ValueT, W + 1, 0, 0>;
+    /// What a sampler of the operators passes as depth limit.
+    static constexpr int kFinestDepth = Traits::kFinestDepth;
+
+    VoxelSamplerLinear(const Container<Traits>& container, const VoxelTopology<Traits>& topology,
+                       const PlainChannel& channel);
+    VoxelSamplerLinear(const Container<Traits>& container, const VoxelTopology<Traits>& topology,
+                       const HaloChannel& haloChannel);
+
+    /// "kLinear".
+    Ostrum::String name() const override;
+
+    /// The value at a position, given in world units for `space` kWorld (2) and in index units for
+    /// any other value. Tiles deeper than `maxDepthArg` are not looked at.
+    ValueT sample(const PositionT& position, int maxDepthArg, int space) {
+        Corners corners;
+        return gather(position, maxDepthArg, space, corners) ? blend(corners) : defaultValue;
+    }
+    void sample(const PositionT& position, int maxDepthArg, int space, ValueT& value) {
+        value = sample(position, maxDepthArg, space);
+    }
+    /// The value at a world position, at any depth.
+    ValueT sample(const PositionT& position) { return sample(position, kFinestDepth, kWorld); }
+
+    /// As sample(), and writes the gradient per world unit: the derivative of the interpolation in
+    /// the cell that holds the position, which jumps where cells meet. Where sample() gives the
+    /// default, the gradient is 0; with a voxel size of 0 it is not finite.
+    ValueT sampleGradient(const PositionT& position, int maxDepthArg, int space,
+                          PositionT& gradient) requires std::is_floating_point_v<ValueT> {
+        Corners corners;
+        if (!gather(position, maxDepthArg, space, corners)) {
+            gradient = {0, 0, 0};
+            return defaultValue;
+        }
+        gradient = slope(corners) * (treeScale<Traits, ScalarT>(corners.depth) * inverseVoxelSize);
+        return blend(corners);
+    }
+
+private:
+    // The cell's lower corner in some tile's values, the steps to the next value along y and z, and
+    // where in the cell the position lies.
+    struct Corners {
+        const ValueT* lower = nullptr;
+        int stepY = 0, stepZ = 0;
+        PositionT f{};
+        int depth = 0;
+
+        const ValueT& at(int x, int y, int z) const { return lower[x + y * stepY + z * stepZ]; }
+    };
+
+    // Finds the eight corners; false where the value is the default.
+    bool gather(const PositionT& position, int maxDepthArg, int space, Corners& corners) {
+        VoxelLocation<PositionT> location;
+        if (!this->locate(position, std::min(maxDepth, maxDepthArg), space, location) ||
+            location.treeIndex.depth < minDepth)
+            return false;
+        corners.f = location.f;
+        corners.depth = location.treeIndex.depth;
+        if (haloChannel) {
+            const auto tile = haloChannel->tileData(location.treeIndex);
+            if (!tile)
+                return false;
+            setCorners(tile.data(), haloLayout_, location.n, corners);
+            return true;
+        }
+        return gatherPlain(location, corners);
+    }
+
+    bool gatherPlain(const VoxelLocation<PositionT>& location, Corners& corners) {
+        const auto tile = channel->tileData(location.treeIndex);
+        if (!tile)
+            return false;
+        ++sampleCount;
+        const bool corner = this->offsetType == VoxelOffsetType::kCorner;
+        if (isInside(location.n, corner ? 0 : 1))
+            setCorners(tile.data(), {W, 0}, location.n, corners);
+        else
+            setCorners(haloTile(location.treeIndex, corner), haloLayout_, location.n, corners);
+        return true;
+    }
+
+    // Whether the tile itself holds all eight corners of a cell that begins at `lowest` or above.
+    static bool isInside(const int3& n, int lowest) {
+        return n.x >= lowest && n.y >= lowest && n.z >= lowest && n.x + 1 < W && n.y + 1 < W &&
+               n.z + 1 < W;
+    }
+
+    static void setCorners(const ValueT* values, const HaloLayout& layout, const int3& n,
+                           Corners& corners) {
+        corners.stepY = layout.stride;
+        corners.stepZ = layout.stride * layout.stride;
+        corners.lower = values + layout.base + n.x + n.y * corners.stepY + n.z * corners.stepZ;
+    }
+
+    static ValueT blend(const Corners& q) {
+        using Vantor::Math::lerp;
+        const ValueT c00 = lerp(q.at(0, 0, 0), q.at(1, 0, 0), q.f.x);
+        const ValueT c10 = lerp(q.at(0, 1, 0), q.at(1, 1, 0), q.f.x);
+        const ValueT c01 = lerp(q.at(0, 0, 1), q.at(1, 0, 1), q.f.x);
+        const ValueT c11 = lerp(q.at(0, 1, 1), q.at(1, 1, 1), q.f.x);
+        return lerp(lerp(c00, c10, q.f.y), lerp(c01, c11, q.f.y), q.f.z);
+    }
+
+    static PositionT slope(const Corners& q) requires std::is_floating_point_v<ValueT> {
+        using Vantor::Math::lerp;
+        const auto bilinear = [](ValueT v00, ValueT v10, ValueT v01, ValueT v11, ScalarT s,
+                                 ScalarT t) {
+            return lerp(lerp(v00, v10, s), lerp(v01, v11, s), t);
+        };
+        const auto dx = [&q](int y, int z) { return q.at(1, y, z) - q.at(0, y, z); };
+        const auto dy = [&q](int x, int z) { return q.at(x, 1, z) - q.at(x, 0, z); };
+        const auto dz = [&q](int x, int y) { return q.at(x, y, 1) - q.at(x, y, 0); };
+        return {bilinear(dx(0, 0), dx(1, 0), dx(0, 1), dx(1, 1), q.f.y, q.f.z),
+                bilinear(dy(0, 0), dy(1, 0), dy(0, 1), dy(1, 1), q.f.x, q.f.z),
+                bilinear(dz(0, 0), dz(1, 0), dz(0, 1), dz(1, 1), q.f.x, q.f.y)};
+    }
+
+    const ValueT* haloTile(const TreeIndex& index, bool corner);
+
+    typename Container<Traits>::ConstTileAccessor haloAccessor;
+    /// 1 / voxelSize() without a guard against 0: only gradients are scaled by it.
+    ScalarT inverseVoxelSize;
+    /// Halo tiles for offset type 7, and those with a layer below for all other types.
+    HaloTileCache<Traits, ValueT, W + 1, 0> nodeCache;
+    HaloTileCache<Traits, ValueT, W, 1> cellCache;
+    const Container<Traits>* container;
+    const PlainChannel* channel;
+    const HaloChannel* haloChannel;
+    const VoxelTopology<Traits>* topology;
+    HaloLayout haloLayout_;
+    /// Samples taken without a halo channel.
+    std::uint64_t sampleCount = 0;
+    ValueT defaultValue;
+    int minDepth, maxDepth;
+};
+
+/// The linear sampler of a tree shape and value type.
+template <class Traits, class ValueT>
+using LinearSampler = VoxelSamplerLinear<
+    Traits, ValueT, 1, Vantor::Math::ScalarOf<ValueT>,
+    std::conditional_t<std::is_same_v<Vantor::Math::ScalarOf<ValueT>, double>, double3, float3>, 0,
+    0, 1, 0>;
+
+} // namespace KDX::TileTree3D
