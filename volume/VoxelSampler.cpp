@@ -19,6 +19,8 @@ VoxelSampler<Traits, PositionT>::VoxelSampler(const VoxelSampler& other)
 
 template <class Traits, class PositionT>
 auto VoxelSampler<Traits, PositionT>::operator=(const VoxelSampler& other) -> VoxelSampler& {
+    if (this == &other)
+        return *this;
     accessor = other.accessor;
     worldToVoxel = other.worldToVoxel;
     offset = other.offset;

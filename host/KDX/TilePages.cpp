@@ -1,64 +1,93 @@
 #include "KDX/TilePages.h"
 
-#include <algorithm>
+#include <stdexcept>
 
 namespace KDX::TileTree3D {
 
 template <class Traits>
 void TilePages<Traits>::grow(Group& group, std::size_t slotCount) {
-    decltype(group.slots) old(slotCount);
-    old.swap(group.slots);
-    for (const Slot& slot : old) {
-        if (slot.number == kNoPage)
-            continue;
-        std::size_t s = hash(slot.page, slotCount);
-        while (group.slots[s].number != kNoPage)
-            s = (s + 1) & (slotCount - 1);
-        group.slots[s] = slot;
-    }
+    Group larger;
+    larger.slots.resize(slotCount);
+    for (const Slot& slot : group.slots)
+        if (slot.cells != kNoPage)
+            larger.slots[slotOf(larger, slot.page)] = slot;
+    group.slots = std::move(larger.slots);
 }
 
-// The number of a page, made when it is new.
+// The slot of a page, made (with level 0 and no cells yet) when it is new.
 template <class Traits>
-std::uint32_t TilePages<Traits>::pageNumber(Group& group, const Place& page) {
-    const std::size_t pages = group.cells.size() / kCellsPerPage;
-    if (2 * (pages + 1) > group.slots.size())
+std::size_t TilePages<Traits>::addPage(Group& group, const Place& page) {
+    if (2 * (group.pageCount + 1) > group.slots.size())
         grow(group, std::max<std::size_t>(4, 2 * group.slots.size()));
-    std::size_t s = hash(page, group.slots.size());
-    for (; group.slots[s].number != kNoPage; s = (s + 1) & (group.slots.size() - 1)) {
-        const Place& p = group.slots[s].page;
-        if (p.x == page.x && p.y == page.y && p.z == page.z)
-            return group.slots[s].number;
+    const std::size_t s = slotOf(group, page);
+    if (group.slots[s].cells == kNoPage) {
+        group.slots[s] = {page, 0};
+        ++group.pageCount;
     }
-    group.cells.resize(group.cells.size() + kCellsPerPage, 0);
-    group.slots[s] = {page, static_cast<std::uint32_t>(pages)};
-    return group.slots[s].number;
+    return s;
+}
+
+// Makes the pages of a group, each just as fine as its deepest tile.
+template <class Traits>
+void TilePages<Traits>::makePages(int group, std::span<const std::vector<Tile>> tilesByDepth) {
+    Group& pages = groups_[group];
+    const int finest = finestDepthOf(group);
+    for (int level = 1; level <= kDepthsPerPage; ++level) {
+        const int depth = finest - kDepthsPerPage + level;
+        if (depth < 0)
+            continue;
+        for (const Tile& tile : tilesByDepth[depth]) {
+            Place place{};
+            toPlace(tile.tijk(), place);
+            const std::size_t slot = addPage(pages, pageOf(cellAt(group, place)));
+            pages.slots[slot].cells = static_cast<std::uint32_t>(level);
+        }
+    }
+    std::size_t units = 0;
+    for (Slot& slot : pages.slots) {
+        if (slot.cells == kNoPage)
+            continue;
+        const auto level = static_cast<int>(slot.cells);
+        slot.cells = static_cast<std::uint32_t>(units << 2) | slot.cells;
+        units += cellCount(level) / cellCount(1);
+    }
+    if (units >= std::size_t{1} << 30)
+        throw std::length_error("the tree has too many tiles for its search pages");
+    pages.cells.assign(units * cellCount(1), 0);
+}
+
+// Names the tiles of a depth in all cells that they cover; deeper tiles come later and win.
+template <class Traits>
+void TilePages<Traits>::fillPages(int depth, const std::vector<Tile>& tiles) {
+    const int group = groupOf(depth);
+    Group& pages = groups_[group];
+    const int level = depth - finestDepthOf(group) + kDepthsPerPage; // 1 .. kDepthsPerPage
+    std::uint32_t index = 0;
+    for (const Tile& tile : tiles) {
+        Place place{};
+        toPlace(tile.tijk(), place);
+        const Place cell = cellAt(group, place);
+        const std::uint32_t packed = pages.slots[slotOf(pages, pageOf(cell))].cells;
+        const auto pageLevel = static_cast<int>(packed & 3U);
+        const std::size_t n = cellsPerAxis(pageLevel), covered = n / cellsPerAxis(level);
+        std::uint32_t* cells =
+            pages.cells.data() + (packed >> 2) * cellCount(1) + cellInPage(cell, pageLevel);
+        const std::uint32_t entry = static_cast<std::uint32_t>(level) << kIndexBits | index++;
+        for (std::size_t z = 0; z < covered; ++z)
+            for (std::size_t y = 0; y < covered; ++y)
+                std::fill_n(cells + n * (y + n * z), covered, entry);
+    }
 }
 
 template <class Traits>
 void TilePages<Traits>::build(std::span<const std::vector<Tile>> tilesByDepth) {
+    for (int group = 0; group < kGroupCount; ++group)
+        makePages(group, tilesByDepth);
     for (int depth = 0; depth <= Traits::kFinestDepth; ++depth) {
-        const int group = groupOf(depth);
-        Group& pages = groups_[group];
-        const int inPage = depth - finestDepthOf(group) + kDepthsPerPage; // 1 .. kDepthsPerPage
-        const std::size_t covered = static_cast<std::size_t>(
-            Traits::tileExtent(depth) / Traits::tileExtent(finestDepthOf(group)));
-        std::uint32_t index = 0;
-        for (const Tile& tile : tilesByDepth[depth]) {
-            Place place{};
-            toPlace(tile.tijk(), place);
-            const Place cell = cellAt(group, place);
-            const std::size_t firstCell = pageNumber(pages, pageOf(cell)) * kCellsPerPage;
-            std::uint32_t* cells = pages.cells.data() + firstCell;
-            const std::size_t first = cellInPage(cell), n = kCellsPerAxis;
-            const std::uint32_t entry = static_cast<std::uint32_t>(inPage) << kIndexBits | index++;
-            for (std::size_t z = 0; z < covered; ++z)
-                for (std::size_t y = 0; y < covered; ++y)
-                    std::fill_n(cells + first + n * (y + n * z), covered, entry);
-        }
+        if (!tilesByDepth[depth].empty())
+            finestGroup_ = groupOf(depth);
+        fillPages(depth, tilesByDepth[depth]);
     }
-    for (Group& group : groups_)
-        group.cells.shrink_to_fit();
 }
 
 template class TilePages<Traits<2, 4, 1>>;

@@ -4,6 +4,7 @@
 #include "KDX/Tile.h"
 #include "Ostrum/Memory.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstdint>
@@ -13,13 +14,15 @@
 namespace KDX::TileTree3D {
 
 /// The depths of a tree fall into groups of `kDepthsPerPage`. Space is cut, per group, into pages
-/// of kCellsPerAxis^3 cells, each cell as large as a tile of the group's finest depth; a page names
-/// for every cell the deepest tile of the group that covers it, and a hash table per group finds
-/// the page. Since ancestors always exist, the groups that know a place are the coarser ones up to
-/// some group, and a binary search over the groups ends every search after a few probes, whatever
-/// the depth of the tree.
+/// of kCellsPerAxis^3 cells, each cell as large as a tile of the group's finest depth. A page names
+/// for every cell the deepest tile of the group that covers it, as finely as its own tiles ask for,
+/// and a hash table per group finds the page. Since ancestors always exist, the groups that know a
+/// place are the coarser ones up to some group: a search begins at the finest group that can matter
+/// and gallops towards coarser ones, so that it ends after a few probes whatever the depth of the
+/// tree.
 ///
-/// Cost: one page is 2 KiB (B = 2) or 500 bytes (B = 5) and stands for up to 512 or 125 tiles.
+/// Cost: one page takes at most 2 KiB (B = 2) or 500 bytes (B = 5) and stands for up to 512 or 125
+/// tiles of the group's finest depth; pages of coarser tiles take less.
 template <class Traits>
 class TilePages {
     static constexpr int B = Traits::kChildrenPerAxis;
@@ -28,9 +31,6 @@ public:
     static constexpr int kDepthsPerPage = B == 2 ? 3 : 1;
     static constexpr int kCellsPerAxis = B == 2 ? 8 : 5;
     static constexpr int kGroupCount = (Traits::kFinestDepth + kDepthsPerPage) / kDepthsPerPage;
-    static constexpr std::size_t kCellsPerPage =
-        static_cast<std::size_t>(kCellsPerAxis) * kCellsPerAxis * kCellsPerAxis;
-
     /// Tiles per depth that an entry can name.
     static constexpr std::uint32_t kIndexBits = 30;
 
@@ -40,6 +40,12 @@ public:
     /// A place in the tree, as unsigned distances from the lowest index that a tile can hold.
     struct Place {
         std::uint32_t x, y, z;
+    };
+
+    /// A page's cells: 2^level per axis (B = 2; 5 for B = 5), or null for no page.
+    struct Page {
+        const std::uint32_t* cells = nullptr;
+        int level = 0;
     };
 
     /// False for an index below every tile's reach.
@@ -59,8 +65,8 @@ public:
     /// Remembers the page of the last search of one caller.
     struct Cursor {
         int group = -1;
-        Place page{};
-        const std::uint32_t* cells = nullptr;
+        Place place{};
+        Page page;
     };
 
     void build(std::span<const std::vector<Tile>> tilesByDepth);
@@ -72,7 +78,7 @@ public:
         Place place{};
         if (!toPlace(ijk, place))
             return {};
-        int group = groupOf(maxDepth);
+        int group = std::min(groupOf(maxDepth), finestGroup_);
         std::uint32_t entry = entryAt(group, place, cursor);
         if (entry == 0 && (entry = entryBelow(group, place)) == 0)
             return {};
@@ -97,12 +103,15 @@ private:
     static constexpr std::uint32_t kIndexMask = (1U << kIndexBits) - 1U;
     static constexpr std::uint32_t kNoPage = std::numeric_limits<std::uint32_t>::max();
 
+    // The page's place, and where its cells begin, in units of the smallest page, together with its
+    // level in the two low bits.
     struct Slot {
         Place page{};
-        std::uint32_t number = kNoPage;
+        std::uint32_t cells = kNoPage;
     };
     struct Group {
         std::vector<Slot, Ostrum::Allocator<Slot>> slots; // a power of two, at most half in use
+        std::size_t pageCount = 0;
         std::vector<std::uint32_t, Ostrum::Allocator<std::uint32_t>> cells;
     };
 
@@ -126,17 +135,34 @@ private:
         return static_cast<std::size_t>((mixed * 0x9E3779B97F4A7C15ULL) >> 32) & (slotCount - 1);
     }
 
-    const std::uint32_t* pageCells(const Group& group, const Place& page) const {
-        if (group.slots.empty())
-            return nullptr;
-        for (std::size_t s = hash(page, group.slots.size());;
-             s = (s + 1) & (group.slots.size() - 1)) {
-            const Slot& slot = group.slots[s];
-            if (slot.number == kNoPage)
-                return nullptr;
-            if (slot.page.x == page.x && slot.page.y == page.y && slot.page.z == page.z)
-                return group.cells.data() + slot.number * kCellsPerPage;
-        }
+    static constexpr std::size_t cellsPerAxis(int level) {
+        return B == 2 ? std::size_t{1} << level : kCellsPerAxis;
+    }
+    static constexpr std::size_t cellCount(int level) {
+        return cellsPerAxis(level) * cellsPerAxis(level) * cellsPerAxis(level);
+    }
+    static bool same(const Place& a, const Place& b) {
+        return a.x == b.x && a.y == b.y && a.z == b.z;
+    }
+
+    // The slot that holds the page, or the free one where it would go. There must be slots.
+    static std::size_t slotOf(const Group& group, const Place& page) {
+        const std::size_t mask = group.slots.size() - 1;
+        std::size_t s = hash(page, group.slots.size());
+        while (group.slots[s].cells != kNoPage && !same(group.slots[s].page, page))
+            s = (s + 1) & mask;
+        return s;
+    }
+
+    Page pageAt(int group, const Place& place) const {
+        const Group& pages = groups_[group];
+        if (pages.slots.empty())
+            return {};
+        const Slot& slot = pages.slots[slotOf(pages, place)];
+        if (slot.cells == kNoPage)
+            return {};
+        return {pages.cells.data() + (slot.cells >> 2) * cellCount(1),
+                static_cast<int>(slot.cells & 3U)};
     }
 
     static Place cellAt(int group, const Place& place) {
@@ -152,46 +178,55 @@ private:
         constexpr auto n = static_cast<std::uint32_t>(kCellsPerAxis);
         return {cell.x / n, cell.y / n, cell.z / n};
     }
-    static std::size_t cellInPage(const Place& cell) {
+    // The flat index of a cell in a page of the given level.
+    static std::size_t cellInPage(const Place& cell, int level) {
         constexpr auto n = static_cast<std::uint32_t>(kCellsPerAxis);
-        return cell.x % n + n * (cell.y % n + n * (cell.z % n));
+        const int shift = kDepthsPerPage - level; // 0 for B = 5
+        const std::size_t perAxis = cellsPerAxis(level);
+        return (cell.x % n >> shift) +
+               perAxis * ((cell.y % n >> shift) + perAxis * (cell.z % n >> shift));
     }
 
     std::uint32_t entryAt(int group, const Place& place, Cursor& cursor) const {
         const Place cell = cellAt(group, place), page = pageOf(cell);
-        if (cursor.group != group || cursor.page.x != page.x || cursor.page.y != page.y ||
-            cursor.page.z != page.z) {
-            cursor.group = group;
-            cursor.page = page;
-            cursor.cells = pageCells(groups_[group], page);
-        }
-        return cursor.cells ? cursor.cells[cellInPage(cell)] : 0;
+        if (cursor.group != group || !same(cursor.place, page))
+            cursor = {group, page, pageAt(group, page)};
+        return cursor.page.cells ? cursor.page.cells[cellInPage(cell, cursor.page.level)] : 0;
+    }
+
+    std::uint32_t entryAt(int group, const Place& place) const {
+        const Place cell = cellAt(group, place);
+        const Page page = pageAt(group, pageOf(cell));
+        return page.cells ? page.cells[cellInPage(cell, page.level)] : 0;
     }
 
     // The entry of the finest group coarser than `group` that knows the place; sets `group` to it.
+    // Gallops: tiles near the finest are what most searches end at.
     std::uint32_t entryBelow(int& group, const Place& place) const {
-        int known = -1, unknown = group;
+        int unknown = group, known = -1;
         std::uint32_t entry = 0;
-        while (unknown - known > 1) {
+        for (int step = 1; known < 0 && unknown > 0; step *= 2) {
+            const int probe = std::max(unknown - step, 0);
+            entry = entryAt(probe, place);
+            (entry != 0 ? known : unknown) = probe;
+        }
+        while (unknown - known > 1 && known >= 0) {
             const int middle = (known + unknown) / 2;
-            const Place cell = cellAt(middle, place);
-            const std::uint32_t* cells = pageCells(groups_[middle], pageOf(cell));
-            const std::uint32_t found = cells ? cells[cellInPage(cell)] : 0;
-            if (found != 0) {
-                entry = found;
-                known = middle;
-            } else {
-                unknown = middle;
-            }
+            const std::uint32_t found = entryAt(middle, place);
+            (found != 0 ? known : unknown) = middle;
+            entry = found != 0 ? found : entry;
         }
         group = known;
         return entry;
     }
 
-    std::uint32_t pageNumber(Group& group, const Place& page);
-    void grow(Group& group, std::size_t slotCount);
+    static std::size_t addPage(Group& group, const Place& page);
+    static void grow(Group& group, std::size_t slotCount);
+    void makePages(int group, std::span<const std::vector<Tile>> tilesByDepth);
+    void fillPages(int depth, const std::vector<Tile>& tiles);
 
     std::array<Group, kGroupCount> groups_;
+    int finestGroup_ = 0;
 };
 
 } // namespace KDX::TileTree3D

@@ -60,10 +60,13 @@ auto TreeBuilder<Traits>::entryOf(int depth, const int3& ijk, bool holdsVoxels) 
     const std::int64_t at[3] = {unsignedIndex(ijk.x), unsignedIndex(ijk.y), unsignedIndex(ijk.z)};
     const auto cell = [&](int axis, int d) { return at[axis] / Traits::tileExtent(d); };
     // At depth 0 there are no more than 4 tiles an axis, which fit the bits of a cell.
-    Key key = static_cast<Key>(cell(0, 0) + 4 * (cell(1, 0) + 4 * cell(2, 0)));
-    for (int d = 1; d <= depth; ++d)
-        key = key << kBitsPerDepth |
-              static_cast<Key>(cell(0, d) % B + B * (cell(1, d) % B + B * (cell(2, d) % B)));
+    const auto root = static_cast<std::uint64_t>(cell(0, 0) + 4 * (cell(1, 0) + 4 * cell(2, 0)));
+    Key key = root;
+    for (int d = 1; d <= depth; ++d) {
+        const auto child = static_cast<std::uint64_t>(cell(0, d) % B +
+                                                      B * (cell(1, d) % B + B * (cell(2, d) % B)));
+        key = key << kBitsPerDepth | child;
+    }
     const std::int64_t extent = Traits::tileExtent(depth);
     const auto origin = [extent](int v) {
         const std::int64_t base = lowestIndex<Traits>();
