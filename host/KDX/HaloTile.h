@@ -121,6 +121,19 @@ private:
         forEachVoxel(d, [&](int i, int j, int k) { out[flat(i, j, k)] = absent_; });
     }
 
+    // A whole row has a length that the compiler knows: a call to copy so few values would cost more
+    // than the copying.
+    static void copyRow(const T* from, int count, T* to) {
+        if (count == W) {
+            for (int i = 0; i < W; ++i)
+                to[i] = from[i];
+        } else {
+            to[0] = from[0];
+            if (count == kLayersAtMost)
+                to[1] = from[1];
+        }
+    }
+
     void copyBlock(const int3& d, const TileValues<Traits, T>& from, T* out) const {
         const int shift = W * (d.x + W * (d.y + W * d.z));
         const int count = blockEnd(d.x) - blockBegin(d.x);
@@ -129,7 +142,7 @@ private:
                 const int source = blockBegin(d.x) + W * (j + W * k) - shift;
                 T* target = out + flat(blockBegin(d.x), j, k);
                 if (!from.present)
-                    std::copy_n(from.values + source, count, target);
+                    copyRow(from.values + source, count, target);
                 else
                     for (int i = 0; i < count; ++i)
                         target[i] = from.has(source + i) ? from.values[source + i] : absent_;

@@ -1,0 +1,30 @@
+# What a host integrator gets: the operator library, the in-memory host, their headers, and targets
+# Stratum::ops and Stratum::host for find_package(Stratum).
+include(CMakePackageConfigHelpers)
+
+set(headers ${CMAKE_INSTALL_INCLUDEDIR}/stratum)
+foreach(folder common ops)
+  install(DIRECTORY ${folder} DESTINATION ${headers} FILES_MATCHING PATTERN "*.h" PATTERN "*.def")
+endforeach()
+install(DIRECTORY host/ DESTINATION ${headers}/host FILES_MATCHING PATTERN "*.h")
+target_include_directories(stratum_common INTERFACE $<INSTALL_INTERFACE:${headers}>)
+target_include_directories(stratum_host PUBLIC $<INSTALL_INTERFACE:${headers}/host>)
+
+set_target_properties(stratum_common PROPERTIES EXPORT_NAME common)
+set_target_properties(stratum_host PROPERTIES EXPORT_NAME host)
+set_target_properties(stratum_ops PROPERTIES EXPORT_NAME ops INSTALL_RPATH $ORIGIN)
+install(TARGETS stratum_common stratum_host stratum_ops EXPORT StratumTargets)
+install(EXPORT StratumTargets NAMESPACE Stratum:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Stratum)
+if(TARGET stratum_tool)
+  set_target_properties(stratum_tool PROPERTIES INSTALL_RPATH $ORIGIN/../${CMAKE_INSTALL_LIBDIR})
+  install(TARGETS stratum_tool)
+endif()
+
+configure_package_config_file(cmake/StratumConfig.cmake.in
+  ${PROJECT_BINARY_DIR}/StratumConfig.cmake
+  INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Stratum)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/StratumConfigVersion.cmake
+  COMPATIBILITY SameMinorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/StratumConfig.cmake
+              ${PROJECT_BINARY_DIR}/StratumConfigVersion.cmake
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Stratum)
