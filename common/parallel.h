@@ -23,6 +23,7 @@
 #else
 #include <oneapi/tbb/blocked_range.h>
 #include <oneapi/tbb/parallel_for.h>
+#include <oneapi/tbb/parallel_sort.h>
 #endif
 
 namespace Stratum {
@@ -69,6 +70,11 @@ void parallelFor(std::size_t count, std::size_t grain, const Body& body) {
         std::rethrow_exception(failure);
 }
 
+template <class Iterator, class Less>
+void parallelSort(Iterator first, Iterator last, const Less& less) {
+    std::sort(first, last, less);
+}
+
 #else
 
 /// Runs `body(range)` over [0, count) in pieces of at least `grain` / 2 elements under the auto
@@ -88,6 +94,12 @@ void parallelFor(std::size_t count, std::size_t grain, const Body& body) {
         }
     };
     tbb::parallel_for(tbb::blocked_range<std::size_t>(0, count, grain), Adapter{body});
+}
+
+/// Sorts by `less`; the order of equal elements is not defined.
+template <class Iterator, class Less>
+void parallelSort(Iterator first, Iterator last, const Less& less) {
+    tbb::parallel_sort(first, last, less);
 }
 
 #endif

@@ -1,8 +1,6 @@
 #include "KDX/TreeBuilder.h"
 #include "common/parallel.h"
 
-#include <oneapi/tbb/parallel_sort.h>
-
 #include <algorithm>
 #include <limits>
 #include <stdexcept>
@@ -125,7 +123,7 @@ void TreeBuilder<Traits>::addRefined(const bbox<int3, int>& box, const Rule& rul
 template <class Traits>
 void TreeBuilder<Traits>::sortAndMerge(Entries& entries) {
     const auto before = [](const Entry& a, const Entry& b) { return a.key < b.key; };
-    tbb::parallel_sort(entries.begin(), entries.end(), before);
+    Stratum::parallelSort(entries.begin(), entries.end(), before);
     std::size_t kept = 0;
     for (std::size_t i = 0; i < entries.size(); ++i) {
         if (kept > 0 && entries[kept - 1].key == entries[i].key)
