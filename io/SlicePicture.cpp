@@ -1,0 +1,279 @@
+#include "io/SlicePicture.h"
+
+#include "io/niceSteps.h"
+
+#include <cairo.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <exception>
+#include <memory>
+#include <set>
+#include <stdexcept>
+
+namespace Stratum::io {
+
+namespace {
+
+// Distances in pixels at scale 1; small pictures are drawn with small letters.
+constexpr double kMarginLeft = 74, kMarginTop = 66, kMarginBottom = 58, kMarginRight = 118;
+constexpr double kBarGap = 22, kBarWidth = 18, kTick = 5;
+constexpr Colour kInk{0.13, 0.14, 0.17}, kFaint{0.45, 0.47, 0.5};
+
+struct Destroy {
+    void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
+    void operator()(cairo_t* context) const { cairo_destroy(context); }
+};
+using Surface = std::unique_ptr<cairo_surface_t, Destroy>;
+
+Surface makeSurface(int width, int height) {
+    Surface surface(cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height));
+    const auto status = cairo_surface_status(surface.get());
+    if (status != CAIRO_STATUS_SUCCESS)
+        throw std::runtime_error(std::string("cannot draw a picture: ") +
+                                 cairo_status_to_string(status));
+    return surface;
+}
+
+std::uint32_t pixelOf(const Colour& c) {
+    const auto byte = [](double v) { return static_cast<std::uint32_t>(std::lround(v * 255)); };
+    return byte(c.r) << 16 | byte(c.g) << 8 | byte(c.b);
+}
+
+Colour mixed(const Colour& a, const Colour& b, double t) {
+    return {a.r + (b.r - a.r) * t, a.g + (b.g - a.g) * t, a.b + (b.b - a.b) * t};
+}
+
+Surface rasterOf(const SlicePicture& picture) {
+    Surface surface = makeSurface(picture.columns, picture.rows);
+    unsigned char* data = cairo_image_surface_get_data(surface.get());
+    const int stride = cairo_image_surface_get_stride(surface.get());
+    const double span = picture.highest - picture.lowest;
+    cairo_surface_flush(surface.get());
+    for (int row = 0; row < picture.rows; ++row) {
+        auto* pixels = reinterpret_cast<std::uint32_t*>(data + std::ptrdiff_t{row} * stride);
+        for (int column = 0; column < picture.columns; ++column) {
+            const auto i = static_cast<std::size_t>(row) * picture.columns + column;
+            const double t = (picture.values[i] - picture.lowest) / (span > 0 ? span : 1);
+            Colour colour = colourOf(picture.map, t);
+            if (!picture.depths.empty() && picture.depths[i] >= 0)
+                colour = mixed(colour, categoryColour(picture.depths[i]), 0.55);
+            pixels[column] = pixelOf(colour);
+        }
+    }
+    cairo_surface_mark_dirty(surface.get());
+    return surface;
+}
+
+enum class Align { kLeft, kCentre, kRight };
+
+class Drawing {
+public:
+    explicit Drawing(const SlicePicture& picture)
+        : picture_(picture),
+          scale_(std::clamp(std::max(picture.columns, picture.rows) / 640.0, 0.75, 4.0)),
+          left_(std::round(kMarginLeft * scale_)), top_(std::round(kMarginTop * scale_)),
+          surface_(makeSurface(static_cast<int>(left_ + picture.columns + kMarginRight * scale_),
+                               static_cast<int>(top_ + picture.rows + kMarginBottom * scale_))),
+          context_(cairo_create(surface_.get())) {
+        cairo_select_font_face(cr(), "sans-serif", CAIRO_FONT_SLANT_NORMAL,
+                               CAIRO_FONT_WEIGHT_NORMAL);
+        setColour({1, 1, 1});
+        cairo_paint(cr());
+    }
+
+    cairo_surface_t* draw() {
+        drawRaster();
+        drawTiles();
+        drawFrame();
+        drawAxes();
+        drawScaleBar();
+        drawLegend();
+        drawDepthLegend();
+        drawTitles();
+        cairo_surface_flush(surface_.get());
+        return surface_.get();
+    }
+
+private:
+    cairo_t* cr() const { return context_.get(); }
+    void setColour(const Colour& c, double alpha = 1) {
+        cairo_set_source_rgba(cr(), c.r, c.g, c.b, alpha);
+    }
+    double toX(double world) const {
+        return left_ +
+               (world - picture_.left) / (picture_.right - picture_.left) * picture_.columns;
+    }
+    double toY(double world) const {
+        return top_ + (picture_.top - world) / (picture_.top - picture_.bottom) * picture_.rows;
+    }
+    double bottomEdge() const { return top_ + picture_.rows; }
+    double rightEdge() const { return left_ + picture_.columns; }
+
+    void text(double x, double y, const std::string& words, double size, Align align,
+              const Colour& colour = kInk) {
+        cairo_set_font_size(cr(), size * scale_);
+        cairo_text_extents_t extents;
+        cairo_text_extents(cr(), words.c_str(), &extents);
+        const double shift = align == Align::kLeft     ? 0
+                             : align == Align::kCentre ? extents.x_advance / 2
+                                                       : extents.x_advance;
+        setColour(colour);
+        cairo_move_to(cr(), x - shift, y);
+        cairo_show_text(cr(), words.c_str());
+    }
+
+    void line(double x0, double y0, double x1, double y1) {
+        cairo_move_to(cr(), x0, y0);
+        cairo_line_to(cr(), x1, y1);
+        cairo_stroke(cr());
+    }
+
+    void drawRaster() {
+        const Surface raster = rasterOf(picture_);
+        cairo_set_source_surface(cr(), raster.get(), left_, top_);
+        cairo_paint(cr());
+    }
+
+    void drawTiles() {
+        cairo_save(cr());
+        cairo_rectangle(cr(), left_, top_, picture_.columns, picture_.rows);
+        cairo_clip(cr());
+        cairo_set_line_width(cr(), 0.6 * scale_);
+        const bool light = picture_.map == ColourMap::kSequential;
+        setColour(light ? Colour{1, 1, 1} : Colour{0, 0, 0}, 0.4);
+        for (const auto& tile : picture_.tiles)
+            cairo_rectangle(cr(), toX(tile.left), toY(tile.top), toX(tile.right) - toX(tile.left),
+                            toY(tile.bottom) - toY(tile.top));
+        cairo_stroke(cr());
+        cairo_restore(cr());
+    }
+
+    void drawFrame() {
+        setColour(kInk);
+        cairo_set_line_width(cr(), scale_);
+        cairo_rectangle(cr(), left_, top_, picture_.columns, picture_.rows);
+        cairo_stroke(cr());
+    }
+
+    void drawAxes() {
+        const double tick = kTick * scale_;
+        for (const auto& [at, label] : niceSteps(picture_.left, picture_.right, 7)) {
+            setColour(kInk);
+            line(toX(at), bottomEdge(), toX(at), bottomEdge() + tick);
+            text(toX(at), bottomEdge() + tick + 14 * scale_, label, 12, Align::kCentre);
+        }
+        for (const auto& [at, label] : niceSteps(picture_.bottom, picture_.top, 7)) {
+            setColour(kInk);
+            line(left_ - tick, toY(at), left_, toY(at));
+            text(left_ - tick - 5 * scale_, toY(at) + 4 * scale_, label, 12, Align::kRight);
+        }
+        text((left_ + rightEdge()) / 2, bottomEdge() + tick + 36 * scale_, picture_.horizontalAxis,
+             14, Align::kCentre);
+        text(20 * scale_, (top_ + bottomEdge()) / 2, picture_.verticalAxis, 14, Align::kCentre);
+    }
+
+    // A bar of a round length, about a fifth of the picture.
+    void drawScaleBar() {
+        const double worldWidth = picture_.right - picture_.left;
+        const double length = niceLength(worldWidth / 5);
+        const double pixels = length / worldWidth * picture_.columns;
+        const std::string label = numberLabel(length, length);
+        const double x = left_ + 20 * scale_, y = bottomEdge() - 20 * scale_;
+        setColour({0, 0, 0}, 0.55);
+        cairo_rectangle(cr(), x - 10 * scale_, y - 28 * scale_, pixels + 20 * scale_, 38 * scale_);
+        cairo_fill(cr());
+        setColour({1, 1, 1});
+        cairo_set_line_width(cr(), 3 * scale_);
+        line(x, y, x + pixels, y);
+        text(x + pixels / 2, y - 9 * scale_, label, 12, Align::kCentre, {1, 1, 1});
+    }
+
+    double legendBottom() const {
+        return picture_.depths.empty() ? bottomEdge() : top_ + picture_.rows * 0.55;
+    }
+
+    void drawLegend() {
+        const double x = rightEdge() + kBarGap * scale_, width = kBarWidth * scale_;
+        const double height = legendBottom() - top_;
+        for (int i = 0; i < static_cast<int>(height); ++i) {
+            setColour(colourOf(picture_.map, 1 - (i + 0.5) / height));
+            cairo_rectangle(cr(), x, top_ + i, width, 1.5);
+            cairo_fill(cr());
+        }
+        setColour(kInk);
+        cairo_set_line_width(cr(), scale_);
+        cairo_rectangle(cr(), x, top_, width, height);
+        cairo_stroke(cr());
+        const double span = picture_.highest - picture_.lowest;
+        for (const auto& [at, label] : niceSteps(picture_.lowest, picture_.highest, 6)) {
+            const double y =
+                span > 0 ? legendBottom() - (at - picture_.lowest) / span * height : top_;
+            setColour(kInk);
+            line(x + width, y, x + width + kTick * scale_, y);
+            text(x + width + 9 * scale_, y + 4 * scale_, label, 12, Align::kLeft);
+        }
+        text(x, top_ - 10 * scale_, picture_.valueLabel, 13, Align::kLeft);
+    }
+
+    void drawDepthLegend() {
+        if (picture_.depths.empty())
+            return;
+        std::set<int> depths(picture_.depths.begin(), picture_.depths.end());
+        depths.erase(-1);
+        const double x = rightEdge() + kBarGap * scale_, box = 14 * scale_;
+        double y = legendBottom() + 36 * scale_;
+        text(x, y - 10 * scale_, "tile depth", 13, Align::kLeft);
+        for (const int depth : depths) {
+            setColour(categoryColour(depth));
+            cairo_rectangle(cr(), x, y, box, box);
+            cairo_fill(cr());
+            text(x + box + 8 * scale_, y + box - 3 * scale_, std::to_string(depth), 12,
+                 Align::kLeft);
+            y += 20 * scale_;
+        }
+    }
+
+    void drawTitles() {
+        text(left_, 28 * scale_, picture_.title, 17, Align::kLeft);
+        text(left_, 49 * scale_, picture_.subtitle, 12, Align::kLeft, kFaint);
+    }
+
+    const SlicePicture& picture_;
+    double scale_, left_, top_;
+    Surface surface_;
+    std::unique_ptr<cairo_t, Destroy> context_;
+};
+
+// Exceptions must not pass through the drawing library; the first one waits here.
+struct Sink {
+    OutputFile& out;
+    std::exception_ptr failure;
+
+    static cairo_status_t write(void* self, const unsigned char* data, unsigned length) {
+        auto& sink = *static_cast<Sink*>(self);
+        try {
+            sink.out.write({reinterpret_cast<const char*>(data), length});
+            return CAIRO_STATUS_SUCCESS;
+        } catch (...) {
+            sink.failure = std::current_exception();
+            return CAIRO_STATUS_WRITE_ERROR;
+        }
+    }
+};
+
+} // namespace
+
+void writePng(const SlicePicture& picture, OutputFile& out) {
+    Drawing drawing(picture);
+    Sink sink{out, nullptr};
+    const auto status = cairo_surface_write_to_png_stream(drawing.draw(), &Sink::write, &sink);
+    if (sink.failure)
+        std::rethrow_exception(sink.failure);
+    if (status != CAIRO_STATUS_SUCCESS)
+        throw std::runtime_error(std::string("cannot make a PNG: ") +
+                                 cairo_status_to_string(status));
+}
+
+} // namespace Stratum::io

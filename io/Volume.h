@@ -1,0 +1,28 @@
+// A volume as the readers hand it over.
+#pragma once
+
+#include "Ostrum/Ptr.h"
+#include "Vantor/Object.h"
+
+#include <string>
+#include <vector>
+
+namespace Stratum::io {
+
+/// The tree shapes, by the number of children an axis.
+enum class TreeShape : int { kTwo = 2, kFive = 5 };
+
+struct ChannelInfo {
+    std::string name;
+    std::string origin;                 ///< what the values were made from, for people to read
+    std::vector<std::string> alsoNamed; ///< further names of the same channel
+};
+
+struct Volume {
+    Ostrum::Ptr<Vantor::Object> object;
+    std::vector<ChannelInfo> channels;
+    /// What could not be taken over as it was, one sentence each.
+    std::vector<std::string> warnings;
+};
+
+} // namespace Stratum::io

@@ -1,0 +1,116 @@
+#include "io/csvPositions.h"
+
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <optional>
+#include <stdexcept>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace Stratum::io {
+
+namespace {
+
+using Vantor::Math::float3;
+
+std::string_view trimmed(std::string_view text) {
+    constexpr std::string_view kBlank = " \t\r";
+    const auto first = text.find_first_not_of(kBlank);
+    if (first == std::string_view::npos)
+        return {};
+    return text.substr(first, text.find_last_not_of(kBlank) - first + 1);
+}
+
+std::vector<std::string_view> split(std::string_view line) {
+    std::vector<std::string_view> fields;
+    for (;;) {
+        const auto comma = line.find(',');
+        fields.push_back(trimmed(line.substr(0, comma)));
+        if (comma == std::string_view::npos)
+            return fields;
+        line.remove_prefix(comma + 1);
+    }
+}
+
+// The number that is the whole field, if it is one that a float can hold.
+std::optional<float> parse(std::string_view field) {
+    if (field.starts_with('+') && !field.starts_with("+-"))
+        field.remove_prefix(1);
+    double value = 0;
+    const char* end = field.data() + field.size();
+    const auto [stop, error] = std::from_chars(field.data(), end, value);
+    if (error != std::errc() || stop != end)
+        return {};
+    if (std::isfinite(value) && std::abs(value) > double{std::numeric_limits<float>::max()})
+        return {};
+    return static_cast<float>(value);
+}
+
+std::string quoted(std::string_view field) {
+    constexpr std::size_t kLongest = 40;
+    std::string text("'");
+    text += field.substr(0, kLongest);
+    text += field.size() > kLongest ? "...'" : "'";
+    return text;
+}
+
+bool isHeader(const std::vector<std::string_view>& fields) {
+    for (const auto field : fields)
+        if (field.empty() || parse(field))
+            return false;
+    return fields.size() == 3;
+}
+
+} // namespace
+
+Ostrum::Array<float3> readCsvPositions(std::istream& in, const std::string& source) {
+    Ostrum::Array<float3> positions;
+    std::string text;
+    bool headerAllowed = true;
+    for (std::size_t number = 1; std::getline(in, text); ++number) {
+        std::string_view line = text;
+        if (number == 1 && line.starts_with("\xEF\xBB\xBF")) // the mark some editors put first
+            line.remove_prefix(3);
+        line = trimmed(line);
+        if (line.empty() || line.starts_with('#'))
+            continue;
+        const auto fields = split(line);
+        if (std::exchange(headerAllowed, false) && isHeader(fields))
+            continue;
+        const auto fail = [&](const std::string& what) {
+            throw std::runtime_error(source + ", line " + std::to_string(number) + ": " + what);
+        };
+        if (fields.size() != 3)
+            fail("a position has 3 numbers, x,y,z, and this line has " +
+                 std::to_string(fields.size()) + (fields.size() == 1 ? " field" : " fields"));
+        std::array<float, 3> p{};
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            const auto value = parse(fields[axis]);
+            if (!value)
+                fail(quoted(fields[axis]) + " is not a number of single precision");
+            p[axis] = *value;
+        }
+        positions.push_back({p[0], p[1], p[2]});
+    }
+    if (in.bad())
+        throw std::runtime_error("cannot read '" + source + "' to its end");
+    return positions;
+}
+
+Ostrum::Array<float3> readCsvPositions(const std::string& path) {
+    if (std::filesystem::is_directory(path))
+        throw std::runtime_error("cannot read '" + path + "': it is a directory");
+    std::ifstream in(path);
+    if (!in)
+        throw std::runtime_error("cannot read '" + path + "': " + std::strerror(errno));
+    return readCsvPositions(in, path);
+}
+
+} // namespace Stratum::io

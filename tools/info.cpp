@@ -1,0 +1,160 @@
+// stratum info: what is in a volume.
+#include "Results.h"
+#include "channels.h"
+#include "commands.h"
+#include "commonOptions.h"
+#include "io/csvValues.h"
+
+#include <CLI/App.hpp>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <memory>
+
+namespace Stratum::tools {
+
+namespace {
+
+template <class... Arguments>
+std::string format(const char* pattern, Arguments... arguments) {
+    std::array<char, 256> text{};
+    std::snprintf(text.data(), text.size(), pattern, arguments...);
+    return text.data();
+}
+
+std::string megabytes(std::size_t bytes) {
+    return format("%.2f MiB", static_cast<double>(bytes) / 1048576);
+}
+
+template <class... Values>
+std::string numbers(Values... values) {
+    std::string text;
+    ((io::appendNumber(text, values), text += ' '), ...);
+    text.pop_back();
+    return text;
+}
+
+template <class T>
+std::string valueText(const T& value) {
+    std::string text;
+    for (const auto component : Vantor::Math::toComponents(value)) {
+        io::appendNumber(text, component);
+        text += ' ';
+    }
+    text.pop_back();
+    return text;
+}
+
+// Ranges by component, and how many of all stored numbers are NaN.
+template <class T>
+struct Statistics {
+    Vantor::Math::Components<T> lowest{}, highest{};
+    std::size_t nanCount = 0, values = 0;
+
+    Statistics() {
+        using Scalar = Vantor::Math::ScalarOf<T>;
+        lowest.fill(std::numeric_limits<Scalar>::infinity());
+        highest.fill(-std::numeric_limits<Scalar>::infinity());
+    }
+    void add(const T& value) {
+        ++values;
+        const auto components = Vantor::Math::toComponents(value);
+        for (std::size_t c = 0; c < components.size(); ++c) {
+            nanCount += std::isnan(components[c]);
+            lowest[c] = std::min(lowest[c], components[c]);
+            highest[c] = std::max(highest[c], components[c]);
+        }
+    }
+};
+
+template <class Shape>
+std::string describeTree(const KDX::TileTree3D::TileTree<Shape>& tree) {
+    const auto offset = KDX::TileTree3D::voxelOffset(tree.offsetType());
+    std::string text = format(
+        "shape      %d children and %d voxels an axis\nvoxel      %s, samples at (%g %g %g) of a "
+        "voxel (offset type %d)\n",
+        Shape::kChildrenPerAxis, Shape::kVoxelsPerAxis, numbers(tree.voxelSize()).c_str(),
+        static_cast<double>(offset.x), static_cast<double>(offset.y), static_cast<double>(offset.z),
+        static_cast<int>(tree.offsetType()));
+    std::size_t tiles = 0;
+    for (int depth = 0; depth <= Shape::kFinestDepth; ++depth)
+        tiles += tree.tiles(depth).size();
+    return text +
+           format("tree       %zu tiles, %s\n", tiles, megabytes(tree.memoryUsage()).c_str());
+}
+
+template <class Shape, class T>
+std::string describeDepths(const PlainChannel<Shape, T>& channel) {
+    std::string text = format("  %5s %12s %12s %12s %14s\n", "depth", "voxel size", "tiles",
+                              "with data", "voxels");
+    for (int depth = 0; depth <= Shape::kFinestDepth; ++depth) {
+        const auto tiles = channel.tree()->tiles(depth).size();
+        const auto voxels = channel.elementCount(depth);
+        if (voxels == 0)
+            continue;
+        const double width = Shape::voxelWidth(depth) * double{channel.tree()->voxelSize()};
+        text += format("  %5d %12.6g %12zu %12lld %14lld\n", depth, width, tiles,
+                       static_cast<long long>(voxels / Shape::kVoxelCount),
+                       static_cast<long long>(voxels));
+    }
+    return text;
+}
+
+template <class Shape, class T>
+std::string describe(const io::ChannelInfo& info, const PlainChannel<Shape, T>& channel) {
+    std::string text = "\nchannel    " + info.name + "\n";
+    for (const auto& name : info.alsoNamed)
+        text += "  also     " + name + "\n";
+    text += "  type     " + valueTypeName<T>() + ", from " + info.origin + "\n";
+    text += "  default  " + valueText(channel.defaultValue()) + "\n";
+    Statistics<T> statistics;
+    forEachDataTile<Shape, T>(channel, [&](const auto&, const auto& view) {
+        for (int v = 0; v < Shape::kVoxelCount; ++v)
+            statistics.add(view(v));
+    });
+    const auto columns =
+        io::columnNames("", Vantor::Math::kComponentCount<T>, io::matrixColumns<T>());
+    for (std::size_t c = 0; c < columns.size(); ++c)
+        text += "  range    " + numbers(statistics.lowest[c]) + " .. " +
+                numbers(statistics.highest[c]) + " " + columns[c] + "\n";
+    text += format("  NaN      %zu\n", statistics.nanCount);
+    const auto bounds = boundsOf<Shape, T>(channel);
+    if (!bounds.empty())
+        text += "  bounds   (" + numbers(bounds.lower.x, bounds.lower.y, bounds.lower.z) +
+                ") .. (" + numbers(bounds.upper.x, bounds.upper.y, bounds.upper.z) + ")\n";
+    text += "  memory   " + megabytes(channel.memoryUsage()) + "\n";
+    return text + describeDepths<Shape, T>(channel);
+}
+
+void printInfo(const CommonOptions& options) {
+    const Run run(options);
+    const io::Volume volume = loadVolume(options);
+    std::string text = "file       " + displayName(options.file) + "\n";
+    bool treeDescribed = false;
+    for (const auto& info : volume.channels)
+        visitChannel(
+            *volume.object, info.name,
+            [&]<class Shape, class T>(
+                const KDX::TileTree3D::Channel<Shape, T, Shape::kVoxelsPerAxis, 0, 0>& channel) {
+                if (!std::exchange(treeDescribed, true))
+                    text += describeTree(*channel.tree());
+                text += describe<Shape, T>(info, channel);
+            });
+    Results results;
+    results.out().write(text);
+    results.commit();
+}
+
+} // namespace
+
+void addInfo(CLI::App& app) {
+    auto options = std::make_shared<CommonOptions>();
+    CLI::App* command = app.add_subcommand("info", "Describe the channels of a volume");
+    addVolumeOptions(*command, *options);
+    command->footer("Example: stratum info smoke.vdb");
+    command->callback([options] { printInfo(*options); });
+}
+
+} // namespace Stratum::tools

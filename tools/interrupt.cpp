@@ -1,0 +1,17 @@
+#include "interrupt.h"
+
+#include "Ostrum/Job.h"
+
+#include <csignal>
+
+namespace Stratum::tools {
+
+void cancelOnInterrupt() {
+    struct sigaction action {};
+    action.sa_handler = [](int) { Ostrum::cancelJob(); };
+    action.sa_flags = static_cast<int>(SA_RESTART | SA_RESETHAND);
+    sigaction(SIGINT, &action, nullptr);
+    std::signal(SIGPIPE, SIG_IGN);
+}
+
+} // namespace Stratum::tools

@@ -1,0 +1,154 @@
+// stratum sample: values of a channel at positions.
+#include "Kelvane/Logger.h"
+#include "Results.h"
+#include "channels.h"
+#include "commands.h"
+#include "common/randomUnit.h"
+#include "commonOptions.h"
+#include "io/Cancelled.h"
+#include "io/csvPositions.h"
+#include "io/csvValues.h"
+#include "ops/sample_volume.h"
+
+#include <CLI/App.hpp>
+
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+
+namespace Stratum::tools {
+
+namespace {
+
+using Geometry::Query::SamplerType;
+using Vantor::Math::float3;
+using Positions = Ostrum::Array<float3>;
+
+struct SampleOptions {
+    CommonOptions common;
+    std::string channel, positions, output = "-", sampler = "linear";
+    std::uint64_t randomCount = 0, seed = 0;
+    bool gradient = false;
+    std::optional<double> fallback;
+};
+
+Positions randomPositions(const WorldBounds& bounds, std::uint64_t count, std::uint64_t seed) {
+    if (bounds.empty())
+        throw std::runtime_error("the channel holds no data to choose random positions in");
+    Positions positions(count);
+    for (std::uint64_t i = 0; i < count; ++i) {
+        const auto between = [&](std::uint64_t axis, double lower, double upper) {
+            const auto u = Vantor::Sample::randomUnit<double>(3 * i + axis, seed);
+            return static_cast<float>(lower + (upper - lower) * u);
+        };
+        positions[i] = {between(0, bounds.lower.x, bounds.upper.x),
+                        between(1, bounds.lower.y, bounds.upper.y),
+                        between(2, bounds.lower.z, bounds.upper.z)};
+    }
+    return positions;
+}
+
+Positions positionsFor(const SampleOptions& options, const WorldBounds& bounds) {
+    if (options.randomCount > 0)
+        return randomPositions(bounds, options.randomCount, options.seed);
+    if (options.positions == "-")
+        return io::readCsvPositions(std::cin, "standard input");
+    return io::readCsvPositions(options.positions);
+}
+
+template <class T>
+void writeValues(const SampleOptions& options, const char* column, const Positions& positions,
+                 const Ostrum::Ptr<Ostrum::Array<T>>& values) {
+    io::throwIfCancelled();
+    const Kelvane::Logger::timer timer("write CSV");
+    Results results(options.output);
+    io::writeCsvValues(results.out(), column, positions, *values);
+    results.commit();
+}
+
+template <class T>
+void sampleValues(const SampleOptions& options, const Vantor::Object& object,
+                  const Positions& positions) {
+    using Vantor::Math::ScalarOf;
+    const T fallback =
+        Vantor::Math::splat<T>(static_cast<ScalarOf<T>>(options.fallback.value_or(0)));
+    Ostrum::Ptr<Ostrum::Array<T>> values;
+    Geometry::Query::sample_volume(object, positions, fallback, options.channel,
+                                   SamplerType::kLinear, values);
+    writeValues(options, "value", positions, values);
+}
+
+template <class T>
+void sampleGradients(const SampleOptions& options, const Vantor::Object& object,
+                     const Positions& positions) {
+    if constexpr (std::is_floating_point_v<T>) {
+        using Gradient =
+            std::conditional_t<std::is_same_v<T, double>, Vantor::Math::double3, float3>;
+        Ostrum::Ptr<Ostrum::Array<Gradient>> gradients;
+        Geometry::Query::sample_volume_gradient(object, positions,
+                                                static_cast<T>(options.fallback.value_or(0)),
+                                                options.channel, SamplerType::kLinear, gradients);
+        writeValues(options, "gradient", positions, gradients);
+    } else {
+        throw std::runtime_error("channel '" + options.channel + "' is of type " +
+                                 valueTypeName<T>() + "; only float and double have a gradient");
+    }
+}
+
+template <class T>
+void sampleAs(const SampleOptions& options, const Vantor::Object& object,
+              const WorldBounds& bounds) {
+    const Positions positions = positionsFor(options, bounds);
+    io::throwIfCancelled();
+    if (options.gradient)
+        sampleGradients<T>(options, object, positions);
+    else
+        sampleValues<T>(options, object, positions);
+}
+
+void runSample(SampleOptions options) {
+    const Run run(options.common);
+    const io::Volume volume = loadVolume(options.common);
+    if (options.channel.empty())
+        options.channel = volume.channels.front().name;
+    const auto sample = [&]<class Shape, class T>(const PlainChannel<Shape, T>& channel) {
+        sampleAs<T>(options, *volume.object, boundsOf<Shape, T>(channel));
+    };
+    if (visitChannel(*volume.object, options.channel, sample))
+        return;
+    if (!options.fallback)
+        failWithoutChannel(volume, options.channel);
+    sampleAs<float>(options, *volume.object, {});
+}
+
+} // namespace
+
+void addSample(CLI::App& app) {
+    auto options = std::make_shared<SampleOptions>();
+    CLI::App* command = app.add_subcommand("sample", "Sample a channel at positions, as CSV");
+    addVolumeOptions(*command, options->common);
+    command->add_option("-c,--channel", options->channel,
+                        "channel to sample; the first by default");
+    auto* from = command->add_option_group("positions", "exactly one of");
+    from->add_option("-p,--positions", options->positions,
+                     "CSV file of x,y,z in world units, - for standard input");
+    from->add_option("--random", options->randomCount,
+                     "this many random positions within the channel's bounds")
+        ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{1} << 32));
+    from->require_option(1);
+    command->add_option("--seed", options->seed, "seed of the random positions")
+        ->capture_default_str();
+    command->add_flag("--gradient", options->gradient, "sample the gradient of a scalar channel");
+    command->add_option("--sampler", options->sampler, "how to interpolate")
+        ->check(CLI::IsMember({"linear"}))
+        ->capture_default_str();
+    command->add_option("--default", options->fallback,
+                        "value everywhere when there is no such channel, instead of an error");
+    command->add_option("-o,--output", options->output, "CSV file, - for standard output")
+        ->capture_default_str();
+    command->footer("Example: stratum sample smoke.vdb --channel density --random 1000 -o out.csv");
+    command->callback([options] { runSample(*options); });
+}
+
+} // namespace Stratum::tools
