@@ -57,11 +57,11 @@ void buildVolume(benchmark::State& state) {
 const bool registered = [] {
     for (const int depth : {28, 24, 20, 15, 10})
         benchmark::RegisterBenchmark(
-            ("find-tile/2-4/depth:" + std::to_string(depth)).c_str(),
+            join({"find-tile/2-4/depth", std::to_string(depth)}).c_str(),
             [=](benchmark::State& state) { findTile<Traits<2, 4, 1>>(state, depth); });
     for (const int depth : {12, 10, 8, 6})
         benchmark::RegisterBenchmark(
-            ("find-tile/5-5/depth:" + std::to_string(depth)).c_str(),
+            join({"find-tile/5-5/depth", std::to_string(depth)}).c_str(),
             [=](benchmark::State& state) { findTile<Traits<5, 5, 1>>(state, depth); });
     benchmark::RegisterBenchmark("build/2-4", buildVolume<Traits<2, 4, 1>>)
         ->Unit(benchmark::kMillisecond)

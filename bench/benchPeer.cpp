@@ -2,12 +2,14 @@
 #include "benchVolumes.h"
 
 #include "common/parallel.h"
+#include "ops/sample_volume.h"
 
 #include <benchmark/benchmark.h>
 #include <oneapi/tbb/global_control.h>
 #include <openvdb/openvdb.h>
 #include <openvdb/tools/Interpolation.h>
 
+#include <cmath>
 #include <map>
 
 namespace Stratum::Bench {
@@ -29,23 +31,42 @@ const openvdb::FloatGrid& peerGrid(Content content) {
     return *grid;
 }
 
+void samplePeer(const openvdb::FloatGrid& grid,
+                const Ostrum::Array<Vantor::Math::float3>& positions, std::vector<float>& results) {
+    const double worldToIndex = 1.0;
+    parallelFor(positions.size(), 1, [&](const IndexRange& range) {
+        const auto accessor = grid.getConstAccessor();
+        for (std::size_t i = range.begin(); i < range.end(); ++i) {
+            const auto& p = positions[i];
+            const openvdb::Vec3R index(p.x * worldToIndex, p.y * worldToIndex, p.z * worldToIndex);
+            openvdb::tools::BoxSampler::sample(accessor, index, results[i]);
+        }
+    });
+}
+
+// Whether both libraries give the same values, to the rounding of a few float operations.
+bool agreesWithOurs(Content content, Access access, const std::vector<float>& peer) {
+    Ostrum::Ptr<Ostrum::Array<float>> ours;
+    Geometry::Query::sample_volume(benchVolume<KDX::TileTree3D::Traits<2, 4, 1>>(content).object,
+                                   benchPositions(content, access), 0.0F, kChannel,
+                                   Geometry::Query::SamplerType::kLinear, ours);
+    for (std::size_t i = 0; i < peer.size(); ++i)
+        if (!(std::abs(peer[i] - (*ours)[i]) < 1e-4F))
+            return false;
+    return true;
+}
+
 void peerLoop(benchmark::State& state, Content content, Access access, int threads) {
     const tbb::global_control limit(tbb::global_control::max_allowed_parallelism,
                                     static_cast<std::size_t>(threads));
     const auto& grid = peerGrid(content);
     const auto& positions = benchPositions(content, access);
     std::vector<float> results(positions.size());
-    const double worldToIndex = 1.0;
+    samplePeer(grid, positions, results);
+    if (!agreesWithOurs(content, access, results))
+        return state.SkipWithError("the libraries disagree");
     for (auto _ : state)
-        parallelFor(positions.size(), 1, [&](const IndexRange& range) {
-            const auto accessor = grid.getConstAccessor();
-            for (std::size_t i = range.begin(); i < range.end(); ++i) {
-                const auto& p = positions[i];
-                const openvdb::Vec3R index(p.x * worldToIndex, p.y * worldToIndex,
-                                           p.z * worldToIndex);
-                openvdb::tools::BoxSampler::sample(accessor, index, results[i]);
-            }
-        });
+        samplePeer(grid, positions, results);
     state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * kPositions));
 }
 
@@ -54,8 +75,8 @@ const bool registered = [] {
         for (const Access access : {Access::kRandom, Access::kCoherent})
             for (const int threads : {1, 2})
                 benchmark::RegisterBenchmark(
-                    ("peer/openvdb/" + nameOf(access) + "/" + nameOf(content) +
-                     "/threads:" + std::to_string(threads))
+                    join({"peer", nameOf(access), nameOf(content), "threads",
+                          std::to_string(threads)})
                         .c_str(),
                     [=](benchmark::State& state) { peerLoop(state, content, access, threads); })
                     ->Unit(benchmark::kMillisecond)

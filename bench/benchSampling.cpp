@@ -65,8 +65,8 @@ void loopAlone(benchmark::State& state, const Sampler& sampler, Content content,
 
 template <class Traits>
 void registerShape(const std::string& shape, Content content, int threads) {
-    const std::string end = "/" + nameOf(content) + "/threads:" + std::to_string(threads);
-    benchmark::RegisterBenchmark(("halo/" + shape + end).c_str(),
+    const std::string end = join({nameOf(content), "threads", std::to_string(threads)});
+    benchmark::RegisterBenchmark(join({"halo", shape, end}).c_str(),
                                  [=](benchmark::State& state) {
                                      const Threads limit(threads);
                                      const auto& volume = benchVolume<Traits>(content);
@@ -77,9 +77,9 @@ void registerShape(const std::string& shape, Content content, int threads) {
         ->UseRealTime();
 
     for (const Access access : {Access::kRandom, Access::kCoherent}) {
-        const std::string row = shape + "/" + nameOf(access) + end;
+        const std::string row = join({shape, nameOf(access), end});
         const auto add = [&](const std::string& name, auto run) {
-            benchmark::RegisterBenchmark((name + "/" + row).c_str(), run)
+            benchmark::RegisterBenchmark(join({name, row}).c_str(), run)
                 ->Unit(benchmark::kMillisecond)
                 ->UseRealTime();
         };

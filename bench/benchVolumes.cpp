@@ -104,6 +104,13 @@ bool isInBand(double x, double y, double z) {
     return std::abs(distance(x, y, z)) < kHalfWidth;
 }
 
+std::string join(std::initializer_list<std::string> parts) {
+    std::string joined;
+    for (const std::string& part : parts)
+        joined.append(joined.empty() ? 0 : 1, '/').append(part);
+    return joined;
+}
+
 std::string nameOf(Content content) {
     return content == Content::kDense ? "dense" : "band";
 }

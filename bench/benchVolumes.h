@@ -7,6 +7,7 @@
 #include "Vantor/Object.h"
 #include "common/Math.h"
 
+#include <initializer_list>
 #include <string>
 
 namespace Stratum::Bench {
@@ -24,6 +25,9 @@ enum class Access { kRandom, kCoherent };
 /// The value at a voxel; both libraries are filled with it.
 float fieldValue(double x, double y, double z);
 bool isInBand(double x, double y, double z);
+
+/// The parts of a benchmark's name, joined by slashes.
+std::string join(std::initializer_list<std::string> parts);
 
 std::string nameOf(Content content);
 std::string nameOf(Access access);
