@@ -1,0 +1,205 @@
+// Channels, their builder, restriction, and halos against the slow evaluator.
+#include "support/reference.h"
+
+#include "KDX/ChannelPool.h"
+
+#include <atomic>
+#include <stdexcept>
+
+using namespace StratumTest;
+
+namespace {
+
+template <class Traits>
+class ChannelTest : public ::testing::Test {};
+TYPED_TEST_SUITE(ChannelTest, AllShapes);
+
+TYPED_TEST(ChannelTest, SeveralTypesAndSubsetsShareATree) {
+    using Traits = TypeParam;
+    const auto tree = build<Traits>({.seed = 3});
+    const auto all = makeChannel<Traits, float3>(tree, {9, 9, 9}, noise(1));
+    const int coarse = Traits::kFinestDepth - 2;
+    ChannelBuilder<Traits, double> builder(tree, "part", -1.0, [&](const auto& tile, auto index) {
+        return tile.depth() == coarse && index.index % 3 == 1;
+    });
+    builder.fill([](const double3& p, int) { return p.x; });
+    const auto part = builder.finish();
+    EXPECT_EQ(part->minDepth(), coarse);
+    EXPECT_EQ(part->depth(), coarse);
+    EXPECT_EQ(all->depth(), Traits::kFinestDepth);
+    EXPECT_EQ(all->defaultValue(), (float3{9, 9, 9}));
+    std::int64_t values = 0;
+    for (int depth = 0; depth <= Traits::kFinestDepth; ++depth)
+        for (std::size_t i = 0; i < tree->tiles(depth).size(); ++i) {
+            const TreeIndex index{static_cast<std::int64_t>(i), depth};
+            ASSERT_EQ(static_cast<bool>(all->tileData(index)), tree->tiles(depth)[i].holdsVoxels());
+            ASSERT_EQ(static_cast<bool>(part->tileData(index)), depth == coarse && i % 3 == 1);
+            ASSERT_EQ(part->elementCount(index),
+                      depth == coarse && i % 3 == 1 ? Traits::kVoxelCount : 0);
+            values += part->elementCount(index);
+        }
+    EXPECT_EQ(part->elementCount(-1), values);
+    EXPECT_EQ(part->elementCount(coarse), values);
+    EXPECT_EQ(part->elementCount(coarse + 1), 0);
+    EXPECT_EQ(all->elementCount(-1), Container<Traits>(tree).voxelDataCount(-1));
+    for (const TreeIndex bad : {TreeIndex{}, TreeIndex{0, -1}, TreeIndex{-1, coarse},
+                                TreeIndex{1LL << 40, coarse}, TreeIndex{0, 99}})
+        EXPECT_FALSE(part->tileData(bad));
+}
+
+TYPED_TEST(ChannelTest, MemoryRunningOutLeavesChannelsAsTheyWere) {
+    using Traits = TypeParam;
+    const auto tree = build<Traits>({.seed = 4, .type = VoxelOffsetType::kCornerXY});
+    const Container<Traits> container(tree);
+    const auto source = makeChannel<Traits, double>(tree, 2.0, noise(1));
+    const auto usual = makeHalo(*source, container);
+    ChannelMemoryPool::trim();
+    for (const bool pooled : {false, true}) {
+        int failures = 0;
+        for (std::uint64_t n = 1;; ++n) {
+            Halo<Traits, double> halo("", 2.0, pooled, true, 0, Traits::kFinestDepth);
+            Ostrum::failAllocation(n);
+            try {
+                computeHalo<Traits, double, 0, 0, 1, 0>(*source, container, halo, -1, -1);
+                Ostrum::failAllocation(0);
+                EXPECT_EQ(halo.elementCount(-1), usual->elementCount(-1));
+                break;
+            } catch (const std::bad_alloc&) {
+                ++failures;
+                EXPECT_EQ(halo.depth(), -1) << "after failing allocation " << n;
+                EXPECT_EQ(halo.elementCount(-1), 0) << "after failing allocation " << n;
+            }
+            if (this->HasFailure())
+                break;
+            ChannelMemoryPool::trim();
+            n += n / 8;
+        }
+        Ostrum::failAllocation(0);
+        EXPECT_GE(failures, 3);
+    }
+    Ostrum::failAllocation(1);
+    EXPECT_THROW((makeChannel<Traits, float>(tree, 0.0F, noise(1))), std::bad_alloc);
+}
+
+TYPED_TEST(ChannelTest, BlocksTilesAndErrors) {
+    using Traits = TypeParam;
+    constexpr int W = Traits::kVoxelsPerAxis, finest = Traits::kFinestDepth;
+    constexpr int kMax = std::numeric_limits<int>::max();
+    TreeBuilder<Traits> treeBuilder;
+    treeBuilder.addBox(finest, {{-W, -W, -W}, {W - 1, W - 1, W - 1}});
+    treeBuilder.addTile(finest, {kMax, 0, 0});
+    const auto tree = treeBuilder.build(1, VoxelOffsetType::kCorner);
+    ChannelBuilder<Traits, float> builder(tree, "block", 0.0F);
+    const int3 first{-2, -1, -3}, size{4, 3, W + 1};
+    std::vector<float> block;
+    for (int i = 0; i < size.x * size.y * size.z; ++i)
+        block.push_back(static_cast<float>(i + 1));
+    builder.setBlock(finest, first, size, block);
+    builder.setBlock(finest, {kMax - 1, 0, 0}, {2, 1, 1}, std::vector<float>{7, 8});
+    EXPECT_THROW(builder.setBlock(finest, first, {4, 3, 2}, block), std::invalid_argument);
+    EXPECT_THROW(builder.setBlock(finest, first, {-4, -3, W + 1}, block), std::invalid_argument);
+    const std::array<float, Traits::kVoxelCount> values{};
+    EXPECT_THROW(builder.setTile({0, finest - 1}, values), std::out_of_range);
+    EXPECT_THROW(builder.setTile({}, values), std::out_of_range);
+    const auto channel = builder.finish();
+    auto accessor = Container<Traits>(tree).tileAccessor();
+    const auto at = [&](const int3& p) {
+        const auto tile = accessor.tileImpl(p, finest);
+        return channel->tileData(tile.treeIndex())(p - tile.tijk());
+    };
+    for (int z = -W; z < W; ++z)
+        for (int y = -W; y < W; ++y)
+            for (int x = -W; x < W; ++x) {
+                const int3 d = int3{x, y, z} - first;
+                const bool inside =
+                    std::min({d.x, d.y, d.z}) >= 0 && d.x < size.x && d.y < size.y && d.z < size.z;
+                const int expected = inside ? 1 + d.x + size.x * (d.y + size.y * d.z) : 0;
+                ASSERT_EQ(at({x, y, z}), static_cast<float>(expected)) << x << y << z;
+            }
+    EXPECT_EQ(at({kMax - 1, 0, 0}), 7);
+    EXPECT_EQ(at({kMax, 0, 0}), 8);
+}
+
+TYPED_TEST(ChannelTest, RestrictionKeepsLinearFieldsLinear) {
+    using Traits = TypeParam;
+    for (int type = 0; type < 8; ++type) {
+        const auto tree = build<Traits>(
+            {.hole = 0, .interiorData = 1, .type = static_cast<VoxelOffsetType>(type)});
+        ChannelBuilder<Traits, double> builder(tree, "v", -100.0);
+        const auto isCovered = [](const auto& tile, std::size_t flat) {
+            constexpr int B = Traits::kChildrenPerAxis, W = Traits::kVoxelsPerAxis;
+            const int i = static_cast<int>(flat);
+            return !tile.isLeaf({B * (i % W) / W, B * (i / W % W) / W, B * (i / (W * W)) / W});
+        };
+        builder.fillTiles([&](const auto& tile, const TreeIndex&, auto values) {
+            builder.forEachSample(tile, [&](std::size_t flat, const double3& p) {
+                values[flat] = isCovered(tile, flat) ? 555 : linearField(p);
+            });
+        });
+        builder.restrictFrom(Traits::kFinestDepth);
+        std::atomic<int> covered = 0, wrong = 0;
+        builder.fillTiles([&](const auto& tile, const TreeIndex&, auto values) {
+            builder.forEachSample(tile, [&](std::size_t flat, const double3& p) {
+                covered += isCovered(tile, flat);
+                wrong += !(std::abs(values[flat] - linearField(p)) < 1e-9);
+            });
+        });
+        EXPECT_GT(covered, 500) << "type " << type;
+        EXPECT_EQ(wrong, 0) << "type " << type;
+    }
+}
+
+// Own values, finer and coarser neighbours, absent ones: at faces, edges and corners alike.
+TYPED_TEST(ChannelTest, HalosHoldWhatIsAround) {
+    using Traits = TypeParam;
+    constexpr int W = Traits::kVoxelsPerAxis;
+    for (int type = 0; type < 8; ++type) {
+        const auto tree =
+            build<Traits>({.seed = 11U + type, .type = static_cast<VoxelOffsetType>(type)});
+        const Container<Traits> container(tree);
+        const auto source = makeChannel<Traits, double>(tree, 1000.0, noise(2));
+        const auto halo = makeHalo(*source, container);
+        const Reference<Traits> reference(*source);
+        ASSERT_EQ(halo->depth(), source->depth());
+        ASSERT_EQ(halo->minDepth(), source->minDepth());
+        const int lower = type == 7 ? 0 : 1, width = W + 1 + lower;
+        for (int depth = source->minDepth(); depth <= source->depth(); ++depth) {
+            const std::size_t step = 1 + tree->tiles(depth).size() / 40;
+            for (std::size_t i = 0; i < tree->tiles(depth).size(); i += step) {
+                const TreeIndex index{static_cast<std::int64_t>(i), depth};
+                const auto values = halo->tileData(index);
+                ASSERT_EQ(static_cast<bool>(values), static_cast<bool>(source->tileData(index)));
+                const int3 origin = tree->tile(index)->tijk();
+                const std::int64_t v = Traits::voxelWidth(depth);
+                for (int flat = 0; values && flat < width * width * width; ++flat) {
+                    const int x = flat % width - lower, y = flat / width % width - lower,
+                              z = flat / (width * width) - lower;
+                    ASSERT_NEAR(values(flat),
+                                reference.value(
+                                    depth, {origin.x / v + x, origin.y / v + y, origin.z / v + z}),
+                                1e-9)
+                        << "type " << type << " depth " << depth << " tile " << i << " at " << x
+                        << ' ' << y << ' ' << z;
+                }
+            }
+        }
+    }
+}
+
+TEST(Volume256, TakesLittleMoreThanItsValues) {
+    using Shape = Traits<2, 4, 1>;
+    TreeBuilder<Shape> builder;
+    builder.addBox(28, {{-128, -128, -128}, {127, 127, 127}});
+    const auto tree = builder.build(1, VoxelOffsetType::kCellCentre);
+    const auto channel = makeChannel<Shape, float>(
+        tree, 0.0F, [](const double3& p, int) { return p.x + 2 * p.y + 3 * p.z; });
+    EXPECT_EQ(Container<Shape>(tree).voxelDataCount(28), 256 * 256 * 256);
+    EXPECT_LE(static_cast<double>(tree->memoryUsage() + channel->memoryUsage()),
+              1.25 * 64 * 1024 * 1024);
+    auto accessor = Container<Shape>(tree).tileAccessor();
+    const auto tile = channel->tileData(accessor.tileImpl({127, -128, 5}, 28).treeIndex());
+    const float expected = 127.5F - 255 + 16.5F;
+    EXPECT_EQ(tile(int3(3, 0, 1)), expected);
+}
+
+} // namespace

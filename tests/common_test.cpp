@@ -1,0 +1,60 @@
+#include "common/foldSeed.h"
+#include "common/randomUnit.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+
+using namespace Vantor::Sample;
+
+// The hashes come from a separate program of a few lines (unbounded integers, reduced modulo 2^64
+// after every step); the last index was searched for one whose hash rounds up to 1 as a float.
+TEST(RandomUnit, StreamIsFrozen) {
+    struct Case {
+        std::uint64_t index, seed, hash;
+        double unit;
+    };
+    constexpr std::uint64_t kMax = ~0ULL;
+    for (const Case& c :
+         {Case{0, 0, 0, 0}, Case{1, 0, 0x4e174ac2e22b6b31, 0x1.385d2b0b88adbp-2},
+          Case{0, 1, 0x985edf2868b2dc36, 0x1.30bdbe50d165cp-1},
+          Case{1, 2, 0x632a9ed59e615983, 0x1.8caa7b5679856p-2},
+          Case{65536, kMax, 0x9e7ca2754ad3ac39, 0x1.3cf944ea95a76p-1},
+          Case{kMax, 33, 0xa6b0e85cee417e03, 0x1.4d61d0b9dc830p-1},
+          Case{12345678901234567, 987654321, 0x980f8d4a3ad535de, 0x1.301f1a9475aa7p-1}}) {
+        EXPECT_EQ(randomHash(c.index, c.seed), c.hash) << c.index << " under " << c.seed;
+        EXPECT_EQ(randomUnit<double>(c.index, c.seed), c.unit) << c.index << " under " << c.seed;
+        EXPECT_NEAR(randomUnit<float>(c.index, c.seed), c.unit, 0x1p-24);
+    }
+    EXPECT_EQ(randomUnit<float>(19635760, 1), 1.0F);
+    EXPECT_LT(randomUnit<double>(19635760, 1), 1.0);
+}
+
+// Bins of equal width: chi-square with 63 degrees of freedom exceeds 103.4 once in a thousand.
+TEST(RandomUnit, IsUniformAlongIndexAndSeed) {
+    constexpr int kBins = 64, kDraws = 64000;
+    for (const bool alongSeed : {false, true}) {
+        std::array<int, kBins> counts{};
+        for (std::uint64_t i = 0; i < kDraws; ++i) {
+            const double r = alongSeed ? randomUnit<double>(7, i) : randomUnit<double>(i, 7);
+            ASSERT_TRUE(r >= 0 && r < 1);
+            ++counts[static_cast<std::size_t>(r * kBins)];
+        }
+        double chiSquare = 0;
+        for (const int count : counts)
+            chiSquare += (count - 1000.0) * (count - 1000.0) / 1000.0;
+        EXPECT_LT(chiSquare, 103.4) << (alongSeed ? "along the seed" : "along the index");
+    }
+}
+
+TEST(FoldSeed, PairsInOrderAndWraps) {
+    using Values = std::vector<long long>;
+    EXPECT_EQ(foldSeed(5, Values{3}), 33);
+    EXPECT_EQ(foldSeed(3, Values{3}), 12);
+    EXPECT_EQ(foldSeed(0, Values{0, 7}), 49);
+    EXPECT_EQ(foldSeed(-9, Values{}), -9);
+    EXPECT_EQ(foldSeed(3, Values{5}), 28);
+    // -1 is the largest seed: (2^64 - 1) * 0 + 1, then 1 + 1. And 2^32 squared is 0.
+    EXPECT_EQ(foldSeed(-1, Values{1, 1}), 2);
+    EXPECT_EQ(foldSeed(2, Values{1LL << 32}), 2);
+}

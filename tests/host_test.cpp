@@ -1,0 +1,204 @@
+// The host's small parts: arrays, pointers, memory, jobs, diagnostics, objects.
+#include "Kelvane/Logger.h"
+#include "Kelvane/terminateMessage.h"
+#include "Ostrum/Array.h"
+#include "Ostrum/Job.h"
+#include "Ostrum/RuntimeServices.h"
+#include "Vantor/Geometry.h"
+#include "Vantor/Volume.h"
+#include "support/volumes.h"
+
+#include <stdexcept>
+#include <thread>
+
+using namespace StratumTest;
+using Ostrum::Array;
+using Ostrum::makePtr;
+using Ostrum::String;
+
+TEST(Array, HoldsOneByteAFlagAndKeepsElements) {
+    Array<bool> flags(3, true);
+    flags.resize(5);
+    static_assert(std::is_same_v<decltype(flags.data()), bool*> && sizeof(bool) == 1);
+    EXPECT_EQ(flags, (Array<bool>{true, true, true, false, false}));
+
+    Array<String> texts{"a", "b", "a text too long to be stored in place"};
+    const Array<String> copy = texts;
+    for (int i = 0; i < 20; ++i)
+        texts.push_back(texts[2]);
+    texts.resize(4);
+    EXPECT_EQ(texts[3], copy[2]);
+    texts = Array<String>(copy);
+    EXPECT_EQ(texts, copy);
+    EXPECT_NE(texts, (Array<String>{"a", "b"}));
+}
+
+TEST(Array, ImpossibleSizesThrowAndLeaveItIntact) {
+    const std::size_t max = std::numeric_limits<std::size_t>::max();
+    Array<double> numbers{1, 2, 3};
+    const Array<double> before = numbers;
+    for (const std::size_t size : {max, max / 2, max / 8, max / 8 + 2, max / 16, max / 16 - 1}) {
+        EXPECT_THROW(numbers.resize(size), std::bad_alloc) << size;
+        EXPECT_THROW(numbers.reserve(size), std::bad_alloc) << size;
+        EXPECT_THROW((Array<double>(size, 1.0)), std::bad_alloc) << size;
+    }
+    Array<char> bytes{'x'};
+    EXPECT_THROW(bytes.resize(max), std::bad_alloc);
+    EXPECT_EQ(bytes, (Array<char>{'x'}));
+
+    Ostrum::failAllocation(2);
+    const Array<int> first(10);
+    EXPECT_THROW(numbers.resize(100), std::bad_alloc);
+    EXPECT_EQ(numbers, before);
+    numbers.resize(4);
+    EXPECT_EQ(numbers, (Array<double>{1, 2, 3, 0}));
+    Ostrum::failAllocation(1);
+    Ostrum::failAllocation(0);
+    EXPECT_NO_THROW(numbers.resize(1000));
+}
+
+namespace {
+struct Fragile {
+    static inline int alive = 0, copiesLeft = 1000;
+    Fragile() { ++alive; }
+    Fragile(const Fragile&) {
+        if (copiesLeft-- == 0)
+            throw std::runtime_error("copy");
+        ++alive;
+    }
+    ~Fragile() { --alive; }
+};
+} // namespace
+
+TEST(Array, AThrowingElementLeavesNothingBehind) {
+    {
+        Array<Fragile> some(5);
+        Fragile::copiesLeft = 3;
+        EXPECT_THROW((Array<Fragile>(some)), std::runtime_error);
+        Fragile::copiesLeft = 2;
+        EXPECT_THROW(some.reserve(50), std::runtime_error);
+        EXPECT_EQ(some.size(), 5U);
+        EXPECT_EQ(Fragile::alive, 5);
+    }
+    EXPECT_EQ(Fragile::alive, 0);
+}
+
+TEST(Ptr, CountsAndCasts) {
+    const auto first = makePtr<Array<int>>(3U, 7);
+    EXPECT_EQ(first.useCount(), 1);
+    {
+        const Ostrum::Ptr<const Array<int>> second = first;
+        EXPECT_EQ(first.useCount(), 2);
+        EXPECT_EQ(second->size(), 3U);
+    }
+    EXPECT_EQ(first.useCount(), 1);
+    Ostrum::failAllocation(1);
+    EXPECT_THROW(makePtr<int>(1), std::bad_alloc);
+    const Ostrum::Ptr<KDX::Component> none;
+    EXPECT_FALSE((Ostrum::dynamicPtrCast<Container<Traits<2, 4, 1>>>(none)));
+}
+
+TEST(Job, IsCancelledAtTheQuestionAskedFor) {
+    Ostrum::cancelJobAtQuestion(3);
+    EXPECT_FALSE(Ostrum::isJobCancelled());
+    EXPECT_FALSE(Ostrum::isJobCancelled());
+    EXPECT_TRUE(Ostrum::isJobCancelled());
+    EXPECT_TRUE(Ostrum::isJobCancelled());
+    Ostrum::cancelJob(false);
+    EXPECT_FALSE(Ostrum::isJobCancelled());
+    Ostrum::cancelJobAtQuestion(1);
+    Ostrum::cancelJobAtQuestion(0);
+    EXPECT_FALSE(Ostrum::isJobCancelled());
+    std::thread([] { Ostrum::cancelJob(); }).join();
+    EXPECT_TRUE(Ostrum::isJobCancelled());
+    Ostrum::cancelJob(false);
+}
+
+TEST(Logger, TimersPropertiesModesAndMessages) {
+    namespace Logger = Kelvane::Logger;
+    Logger::takeTimerReport();
+    for (int i = 0; i < 2; ++i) {
+        const Logger::timer outer("outer");
+        const Logger::timer inner("inner", &outer);
+    }
+    try {
+        const Logger::timer thrown("thrown");
+        throw 1;
+    } catch (int) {
+    }
+    const auto report = Logger::takeTimerReport();
+    ASSERT_EQ(report.size(), 3U);
+    EXPECT_EQ(report[0].name, "outer");
+    EXPECT_EQ(report[1].name, "outer/inner");
+    EXPECT_EQ(report[1].calls, 2U);
+    EXPECT_GE(report[0].seconds, report[1].seconds);
+    EXPECT_EQ(report[2].name, "thrown");
+    EXPECT_TRUE(Logger::takeTimerReport().empty());
+
+    EXPECT_TRUE(Logger::retrieveProperty("p").empty());
+    Logger::registerProperty("p", "0.5");
+    Logger::registerProperty("p", "2");
+    EXPECT_EQ(Logger::retrieveProperty("p"), (Array<String>{"0.5", "2"}));
+    Logger::clearProperties();
+    EXPECT_TRUE(Logger::retrieveProperty("p").empty());
+
+    EXPECT_FALSE(Logger::getEnableTestMode());
+    Logger::setEnableTestMode(true);
+    EXPECT_TRUE(Logger::getEnableTestMode());
+    Logger::setEnableTestMode(false);
+
+    Kelvane::terminateMessage("one");
+    Kelvane::terminateMessage("two");
+    EXPECT_EQ(Kelvane::takeTerminateMessages(), (Array<String>{"one", "two"}));
+    EXPECT_TRUE(Kelvane::takeTerminateMessages().empty());
+
+    std::string logged;
+    const Ostrum::RuntimeServices services(2,
+                                           [&](int, const String& text) { logged += text.str(); });
+    EXPECT_TRUE(services.isLogEnabled(2));
+    EXPECT_FALSE(services.isLogEnabled(3));
+    services.logImpl(2, "warning");
+    EXPECT_EQ(logged, "warning");
+}
+
+TEST(Object, FindsPropertiesAndPartsByNameAndType) {
+    namespace Geo = Vantor::Geometry;
+    Vantor::Object object;
+    EXPECT_FALSE(object.isA(*Geo::getPointCloudPrototype()));
+    object.addComponent(Geo::sPointComp, 4);
+    EXPECT_TRUE(object.isA(*Geo::getPointCloudPrototype()));
+    EXPECT_FALSE(object.isA(*Geo::getMeshPrototype()));
+    EXPECT_FALSE(object.isA(*Geo::getStrandPrototype()));
+    EXPECT_EQ(Geo::shallow_copy_object_to_kdx_volume(object), nullptr);
+    object.addComponent(Geo::sPointComp, 5);
+    EXPECT_EQ(Geo::getElementCount(object, Geo::sPointComp), 5U);
+    EXPECT_EQ(Geo::getElementCount(object, Geo::sFaceComp), 0U);
+
+    object.setProperty("w", Geo::sPointComp, makePtr<Array<float>>(5U, 1.0F));
+    EXPECT_EQ(object.propertyData<double>("w"), nullptr);
+    EXPECT_EQ(object.propertyData<float>("v"), nullptr);
+    object.setProperty("w", Geo::sFaceComp, makePtr<Array<double>>(5U, 2.0));
+    EXPECT_EQ(object.propertyData<float>("w"), nullptr);
+    EXPECT_EQ((*object.propertyData<double>("w"))[4], 2.0);
+    EXPECT_EQ(Geo::getGeoPropTargetName(object, "w"), Geo::sFaceComp);
+    EXPECT_TRUE(Geo::getGeoPropTargetName(object, "v").empty());
+
+    using Two = Traits<2, 4, 1>;
+    using Five = Traits<5, 5, 1>;
+    TreeBuilder<Two> two;
+    TreeBuilder<Five> five;
+    five.addTile(12, {0, 0, 0});
+    const auto twoTree = two.build(1, VoxelOffsetType::kCorner);
+    const auto fiveTree = five.build(1, VoxelOffsetType::kCorner);
+    Geo::addTree<Two>(object, twoTree);
+    Geo::addTree<Five>(object, fiveTree);
+    Geo::addChannel(object, makeChannel<Five, float>(fiveTree, 0.0F, noise(1)), "x");
+    EXPECT_TRUE(object.isA(*Geo::getVolumePrototype()));
+    const auto volume = Geo::shallow_copy_object_to_kdx_volume(object);
+    EXPECT_EQ(volume->component<Container<Two>>(Geo::sVoxelTileTree)->tree(), twoTree);
+    EXPECT_EQ(volume->component<Container<Five>>(Geo::sVoxelTileTree)->tree(), fiveTree);
+    EXPECT_TRUE((volume->component<Plain<Five, float>>("x")));
+    EXPECT_FALSE((volume->component<Plain<Five, double>>("x")));
+    EXPECT_FALSE((volume->component<Plain<Two, float>>("x")));
+    EXPECT_FALSE((volume->component<Plain<Five, float>>("value")));
+}

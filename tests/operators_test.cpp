@@ -1,0 +1,280 @@
+// The operators as a host calls them: what they sample, and every way in which they end.
+#include "KDX/ChannelPool.h"
+#include "KDX/exceptionMessage.h"
+#include "Kelvane/terminateMessage.h"
+#include "Ostrum/Job.h"
+#include "Vantor/Volume.h"
+#include "ops/sample_volume.h"
+#include "support/volumes.h"
+#include "volume/VoxelSamplerLinear.h"
+
+#include <oneapi/tbb/global_control.h>
+#include <oneapi/tbb/parallel_for.h>
+#include <oneapi/tbb/task_arena.h>
+
+#include <future>
+#include <thread>
+
+using namespace StratumTest;
+using Geometry::Query::sample_volume;
+using Geometry::Query::sample_volume_gradient;
+using Geometry::Query::SamplerType;
+using Ostrum::Array;
+using Ostrum::makePtr;
+using Ostrum::Ptr;
+using Ostrum::String;
+
+namespace {
+
+constexpr float kOperatorDefault = -1, kChannelDefault = -2;
+
+Array<float3> somePositions(std::size_t count, double reach) {
+    Array<float3> positions(count);
+    for (std::size_t i = 0; i < count; ++i)
+        positions[i] = toPosition<float3>(randomPosition(i, reach));
+    return positions;
+}
+
+/// Adds a tree with a channel "value".
+template <class Traits, class T>
+Ostrum::Ptr<Plain<Traits, T>> addVolume(Vantor::Object& object, const RandomTree& options) {
+    const auto tree = build<Traits>(options);
+    Vantor::Geometry::addTree<Traits>(object, tree);
+    const auto channel =
+        makeChannel<Traits, T>(tree, valueFrom<T>(kChannelDefault), noise(options.seed));
+    Vantor::Geometry::addChannel(object, channel);
+    return channel;
+}
+
+template <class T>
+Ptr<Array<T>> sampled(const Vantor::Object& object, const Array<float3>& positions,
+                      const String& property = "value",
+                      SamplerType sampler = SamplerType::kLinear) {
+    Ptr<Array<T>> out;
+    sample_volume(object, positions, valueFrom<T>(kOperatorDefault), property, sampler, out);
+    return out;
+}
+
+template <class Row>
+class OperatorTest : public ::testing::Test {};
+TYPED_TEST_SUITE(OperatorTest, AllRows);
+
+TYPED_TEST(OperatorTest, SamplesTheChannelOfItsNameAndType) {
+    using Traits = typename TypeParam::Traits;
+    using T = typename TypeParam::Value;
+    using Position = typename TypeParam::Position;
+    Vantor::Object object;
+    const auto channel = addVolume<Traits, T>(object, {.seed = 5, .voxelSize = 0.5F});
+    const Container<Traits> container(channel->tree());
+    const VoxelTopology<Traits> topology(channel->tree());
+    LinearSampler<Traits, T> sampler(container, topology, *channel);
+    Array<float3> positions = somePositions(500, 0.7 * kCoveredReach<Traits>);
+    positions[7] = {1e7F, 0, 0};
+    positions[8] = {NAN, 0, 0};
+    const auto values = sampled<T>(object, positions);
+    EXPECT_EQ(values.useCount(), 1);
+    ASSERT_EQ(values->size(), positions.size());
+    for (std::size_t i = 0; i < positions.size(); ++i) {
+        const auto& p = positions[i];
+        ASSERT_EQ((*values)[i], sampler.sample(Position{p.x, p.y, p.z})) << i;
+    }
+    EXPECT_EQ((*values)[7], valueFrom<T>(kChannelDefault));
+    EXPECT_EQ((*values)[8], valueFrom<T>(kChannelDefault));
+
+    // No such channel, one of another type, samplers that do not sample: the operator's default.
+    const auto defaults = makePtr<Array<T>>(positions.size(), valueFrom<T>(kOperatorDefault));
+    EXPECT_EQ(*sampled<T>(object, positions, "other"), *defaults);
+    EXPECT_EQ(*sampled<T>(object, positions, ""), *defaults);
+    for (const int other : {3, -1, std::numeric_limits<int>::max()})
+        EXPECT_EQ(*sampled<T>(object, positions, "value", SamplerType{other}), *defaults);
+    EXPECT_EQ(*sampled<T>(Vantor::Object(), positions), *defaults);
+    using Other = std::conditional_t<std::is_same_v<T, float>, double, float>;
+    EXPECT_EQ(*sampled<Other>(object, positions),
+              *makePtr<Array<Other>>(positions.size(), kOperatorDefault));
+    EXPECT_TRUE(sampled<T>(object, {})->empty());
+    EXPECT_EQ((*sampled<T>(object, {positions[0]}))[0], (*values)[0]);
+}
+
+class FrameTest : public ::testing::Test {
+protected:
+    using Two = Traits<2, 4, 1>;
+    using Five = Traits<5, 5, 1>;
+
+    FrameTest() { channel = addVolume<Two, float>(object, {.seed = 6}); }
+    ~FrameTest() override {
+        Ostrum::cancelJob(false);
+        Ostrum::failAllocation(0);
+        Kelvane::takeTerminateMessages();
+    }
+
+    Vantor::Object object;
+    Ptr<Plain<Two, float>> channel;
+    const Array<float3> positions = somePositions(3000, 50);
+};
+
+TEST_F(FrameTest, GradientsFollowTheSamplerOrSplatTheDefault) {
+    Ptr<Array<float3>> out;
+    sample_volume_gradient(object, positions, 4.0F, "value", SamplerType::kLinear, out);
+    const Container<Two> container(channel->tree());
+    const VoxelTopology<Two> topology(channel->tree());
+    LinearSampler<Two, float> sampler(container, topology, *channel);
+    for (std::size_t i = 0; i < positions.size(); ++i) {
+        float3 gradient{};
+        sampler.sampleGradient(positions[i], 28, kWorld, gradient);
+        ASSERT_EQ((*out)[i], gradient);
+    }
+    for (const int other : {1, 2, 3, -1}) {
+        sample_volume_gradient(object, positions, 4.0F, "value", SamplerType{other}, out);
+        EXPECT_EQ(*out, Array<float3>(positions.size(), float3{4, 4, 4}));
+    }
+    Ptr<Array<double3>> wrongType;
+    sample_volume_gradient(object, positions, 4.0, "value", SamplerType::kLinear, wrongType);
+    EXPECT_EQ(*wrongType, Array<double3>(positions.size(), double3{4, 4, 4}));
+}
+
+TEST_F(FrameTest, TheSecondShapesValuesRemain) {
+    Vantor::Object both = object, fiveOnly;
+    const auto five = addVolume<Five, float>(fiveOnly, {.seed = 8});
+    Vantor::Geometry::addTree<Five>(both, five->tree());
+    EXPECT_EQ(*sampled<float>(both, positions), *sampled<float>(object, positions));
+    Vantor::Geometry::addChannel(both, five);
+    EXPECT_EQ(*sampled<float>(both, positions), *sampled<float>(fiveOnly, positions));
+    // A channel without its tree's topology cannot be placed.
+    Vantor::Object bare;
+    bare.addComponent(Vantor::Geometry::sVoxelTileTree, makePtr<Container<Five>>(five->tree()));
+    Vantor::Geometry::addChannel(bare, five);
+    EXPECT_EQ((*sampled<float>(bare, positions))[0], kOperatorDefault);
+}
+
+TEST_F(FrameTest, ACancelledJobLeavesTheOutputAlone) {
+    const auto before = makePtr<Array<float>>(2U, 9.0F);
+    auto out = before;
+    Ostrum::cancelJob();
+    sample_volume(object, positions, 1.0F, "value", SamplerType::kLinear, out);
+    EXPECT_EQ(out, before);
+    EXPECT_EQ(*out, (Array<float>{9, 9}));
+    EXPECT_EQ(before.useCount(), 2);
+    EXPECT_TRUE(Kelvane::takeTerminateMessages().empty());
+}
+
+TEST_F(FrameTest, CancellingOnTheWayEmptiesTheOutputAndNamesTheOperator) {
+    for (const std::size_t count : {0U, 1U, 3000U}) {
+        const auto before = makePtr<Array<float>>(2U, 9.0F);
+        auto out = before;
+        auto gradients = makePtr<Array<float3>>(2U);
+        const Array<float3> some(positions.begin(), positions.begin() + count);
+        Ostrum::cancelJobAtQuestion(2);
+        sample_volume(object, some, 1.0F, "value", SamplerType::kLinear, out);
+        Ostrum::cancelJob(false);
+        Ostrum::cancelJobAtQuestion(2);
+        sample_volume_gradient(object, some, 1.0F, "value", SamplerType::kLinear, gradients);
+        Ostrum::cancelJob(false);
+        EXPECT_NE(out, before);
+        EXPECT_EQ(before->size(), 2U);
+        EXPECT_TRUE(out->empty() && gradients->empty());
+        EXPECT_EQ(Kelvane::takeTerminateMessages(),
+                  (Array<String>{"sample_volume", "sample_volume_gradient"}));
+    }
+    // Nothing to loop over: nobody asks again.
+    Ostrum::cancelJobAtQuestion(2);
+    EXPECT_EQ(sampled<float>(Vantor::Object(), positions)->size(), positions.size());
+}
+
+TEST_F(FrameTest, OtherExceptionsPassThroughAndLeaveTheOutputAlone) {
+    const auto reference = sampled<float>(object, positions);
+    int failures = 0;
+    for (std::uint64_t n = 1;; n += 1 + n / 8) {
+        const auto before = makePtr<Array<float>>(2U, 9.0F);
+        auto out = before;
+        ChannelMemoryPool::trim();
+        Ostrum::failAllocation(n);
+        try {
+            sample_volume(object, positions, 1.0F, "value", SamplerType::kLinear, out);
+            Ostrum::failAllocation(0);
+            EXPECT_EQ(*out, *reference);
+            break;
+        } catch (const std::bad_alloc& error) {
+            EXPECT_STREQ(error.what(), std::bad_alloc().what());
+            ASSERT_EQ(out, before);
+            ++failures;
+        }
+    }
+    EXPECT_GE(failures, 5);
+    EXPECT_TRUE(Kelvane::takeTerminateMessages().empty());
+
+    // A channel of another tree is the host's mistake, and is said to be one.
+    Vantor::Object mixed;
+    Vantor::Geometry::addTree<Two>(mixed, build<Two>({.seed = 6}));
+    Vantor::Geometry::addChannel(mixed, channel);
+    EXPECT_THROW(sampled<float>(mixed, positions), std::invalid_argument);
+}
+
+TEST_F(FrameTest, ResultsDependNeitherOnThreadsNorOnPools) {
+    const auto reference = sampled<float>(object, positions);
+    for (const std::size_t threads : {1U, 2U, 7U}) {
+        const tbb::global_control limit(tbb::global_control::max_allowed_parallelism, threads);
+        for (const bool pool : {true, false})
+            for (const bool memoryPool : {true, false}) {
+                ChannelPool::setEnabled(pool);
+                ChannelMemoryPool::setEnabled(memoryPool);
+                for (int again = 0; again < 2; ++again)
+                    EXPECT_EQ(*sampled<float>(object, positions), *reference) << threads;
+            }
+    }
+    ChannelPool::setEnabled(true);
+    ChannelMemoryPool::setEnabled(true);
+    EXPECT_EQ(channel.useCount(), 2);
+    // The channel's own memory went back to the pool, and leaves it when the pool shrinks.
+    EXPECT_GT(ChannelMemoryPool::retained(), 0U);
+    ChannelMemoryPool::trim();
+    EXPECT_EQ(ChannelMemoryPool::retained(), 0U);
+}
+
+TEST_F(FrameTest, ACancellationDoesNotReachTheNextCall) {
+    const auto reference = sampled<float>(object, positions);
+    const auto cancelThenSample = [&] {
+        Ostrum::cancelJobAtQuestion(2);
+        EXPECT_TRUE(sampled<float>(object, positions)->empty());
+        Ostrum::cancelJob(false);
+        EXPECT_EQ(*sampled<float>(object, positions), *reference);
+        std::atomic<int> ran = 0;
+        tbb::parallel_for(0, 1000, [&](int) { ++ran; });
+        EXPECT_EQ(ran, 1000);
+    };
+    cancelThenSample();
+    std::thread(cancelThenSample).join();
+    tbb::task_arena arena(2);
+    arena.execute(cancelThenSample);
+    arena.execute(cancelThenSample);
+    // Work that a host hands to the same arena later.
+    const auto done = std::make_shared<std::promise<void>>();
+    auto future = done->get_future();
+    arena.enqueue([done] { done->set_value(); });
+    EXPECT_EQ(future.wait_for(std::chrono::seconds(5)), std::future_status::ready);
+}
+
+TEST_F(FrameTest, ACancellationStopsTheSiblingsOfAnEnclosingLoop) {
+    const tbb::global_control limit(tbb::global_control::max_allowed_parallelism, 2);
+    constexpr int kCount = 20000;
+    std::atomic<int> started = 0;
+    const auto body = [&](const auto& range) {
+        for (int i = range.begin(); i < range.end(); ++i) {
+            std::this_thread::sleep_for(std::chrono::microseconds(5));
+            if (++started != 8)
+                continue;
+            Ostrum::cancelJobAtQuestion(2);
+            EXPECT_TRUE(sampled<float>(object, positions)->empty());
+            Ostrum::cancelJob(false);
+        }
+    };
+    tbb::parallel_for(tbb::blocked_range<int>(0, kCount, 1), body, tbb::simple_partitioner());
+    EXPECT_LT(started, kCount / 2);
+    EXPECT_EQ(Kelvane::takeTerminateMessages().size(), 1U);
+    std::atomic<int> whole = 0;
+    tbb::parallel_for(0, 20, [&](int) {
+        whole += sampled<float>(object, positions)->size() == positions.size();
+    });
+    EXPECT_EQ(whole, 20);
+}
+
+} // namespace
