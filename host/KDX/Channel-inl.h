@@ -66,6 +66,15 @@ void Channel<Traits, T, Wd, Hf, Reserved>::setLayout(Ostrum::Ptr<const Tree> tre
 }
 
 template <class Traits, class T, int Wd, int Hf, int Reserved>
+void Channel<Traits, T, Wd, Hf, Reserved>::clear() noexcept {
+    levels_ = {};
+    memory_ = {};
+    restricted_.reset();
+    layout_ = {};
+    minDepth_ = depth_ = -1;
+}
+
+template <class Traits, class T, int Wd, int Hf, int Reserved>
 std::int64_t Channel<Traits, T, Wd, Hf, Reserved>::elementCount(const TreeIndex& index) const {
     return values(index) ? valuesPerTile_ : 0;
 }

@@ -55,6 +55,9 @@ public:
     void setLayout(Ostrum::Ptr<const Tree> tree, Ostrum::Ptr<const Layout> layout,
                    bool overwritten);
 
+    /// Drops all tiles.
+    void clear() noexcept;
+
     const Ostrum::String& name() const { return name_; }
     const T& defaultValue() const { return defaultValue_; }
 

@@ -30,6 +30,23 @@ void computeHaloLevel(const HaloTile<Traits, T>& haloTile, const Container<Trait
     Stratum::parallelFor(tree.tiles(depth).size(), kGrain, fillRange);
 }
 
+template <class Traits, class T>
+void fillHalo(const Channel<Traits, T, Traits::kVoxelsPerAxis, 0, 0>& source,
+              const Container<Traits>& container,
+              Channel<Traits, T, Traits::kVoxelsPerAxis + 1, 0, 0>& halo, int coarsestDepth,
+              int finestDepth) {
+    if (source.depth() < 0)
+        return;
+    const auto type = source.tree()->offsetType();
+    const HaloTile<Traits, T> haloTile(source, halo.defaultValue(), type,
+                                       type == VoxelOffsetType::kCorner ? 0 : 1, 1);
+    const int coarsest = std::max(source.minDepth(), coarsestDepth);
+    const int finest = finestDepth < 0 ? source.depth() : std::min(source.depth(), finestDepth);
+    for (int depth = coarsest; depth <= finest; ++depth)
+        if (source.layout()->level(depth).slotCount > 0)
+            computeHaloLevel(haloTile, container, depth, halo);
+}
+
 } // namespace detail
 
 template <class Traits, class T, int, int, int, int>
@@ -41,16 +58,12 @@ void computeHalo(const Channel<Traits, T, Traits::kVoxelsPerAxis, 0, 0>& source,
         throw std::invalid_argument("the source channel is not laid out on the container's tree");
     const bool everyDepth = coarsestDepth < 0 && finestDepth < 0;
     halo.setLayout(source.tree(), source.layout(), everyDepth);
-    if (source.depth() < 0)
-        return;
-    const auto type = source.tree()->offsetType();
-    const HaloTile<Traits, T> haloTile(source, halo.defaultValue(), type,
-                                       type == VoxelOffsetType::kCorner ? 0 : 1, 1);
-    const int coarsest = std::max(source.minDepth(), coarsestDepth);
-    const int finest = finestDepth < 0 ? source.depth() : std::min(source.depth(), finestDepth);
-    for (int depth = coarsest; depth <= finest; ++depth)
-        if (source.layout()->level(depth).slotCount > 0)
-            detail::computeHaloLevel(haloTile, container, depth, halo);
+    try {
+        detail::fillHalo(source, container, halo, coarsestDepth, finestDepth);
+    } catch (...) {
+        halo.clear();
+        throw;
+    }
 }
 
 template <class Traits, class T, int Wd, int F>

@@ -35,8 +35,8 @@ enum class HaloType : int {
 ///
 /// A constant field stays constant throughout. Runs in parallel. The last two arguments restrict
 /// the depths that are filled, -1 standing for no restriction; tiles outside keep the default.
-/// Throws std::invalid_argument when the source has no tree, std::bad_alloc when memory runs out
-/// (the halo channel is then as it was).
+/// Throws std::invalid_argument when the source has no tree, std::bad_alloc when memory runs out,
+/// and the halo channel then holds no data.
 template <class Traits, class T, int, int, int, int>
 void computeHalo(const Channel<Traits, T, Traits::kVoxelsPerAxis, 0, 0>& source,
                  const Container<Traits>& container,
