@@ -41,8 +41,11 @@ std::uint32_t pixelOf(const Colour& c) {
     return byte(c.r) << 16 | byte(c.g) << 8 | byte(c.b);
 }
 
-Colour mixed(const Colour& a, const Colour& b, double t) {
-    return {a.r + (b.r - a.r) * t, a.g + (b.g - a.g) * t, a.b + (b.b - a.b) * t};
+// The hue says how deep the tile is, the brightness shows the value.
+Colour depthColour(int depth, double t) {
+    const Colour hue = depth < 0 ? Colour{0.55, 0.55, 0.55} : categoryColour(depth);
+    const double brightness = std::isnan(t) ? 1 : 0.3 + 0.7 * std::clamp(t, 0.0, 1.0);
+    return {hue.r * brightness, hue.g * brightness, hue.b * brightness};
 }
 
 Surface rasterOf(const SlicePicture& picture) {
@@ -56,10 +59,8 @@ Surface rasterOf(const SlicePicture& picture) {
         for (int column = 0; column < picture.columns; ++column) {
             const auto i = static_cast<std::size_t>(row) * picture.columns + column;
             const double t = (picture.values[i] - picture.lowest) / (span > 0 ? span : 1);
-            Colour colour = colourOf(picture.map, t);
-            if (!picture.depths.empty() && picture.depths[i] >= 0)
-                colour = mixed(colour, categoryColour(picture.depths[i]), 0.55);
-            pixels[column] = pixelOf(colour);
+            pixels[column] = pixelOf(picture.depths.empty() ? colourOf(picture.map, t)
+                                                            : depthColour(picture.depths[i], t));
         }
     }
     cairo_surface_mark_dirty(surface.get());
@@ -141,7 +142,7 @@ private:
         cairo_rectangle(cr(), left_, top_, picture_.columns, picture_.rows);
         cairo_clip(cr());
         cairo_set_line_width(cr(), 0.6 * scale_);
-        const bool light = picture_.map == ColourMap::kSequential;
+        const bool light = picture_.map == ColourMap::kSequential && picture_.depths.empty();
         setColour(light ? Colour{1, 1, 1} : Colour{0, 0, 0}, 0.4);
         for (const auto& tile : picture_.tiles)
             cairo_rectangle(cr(), toX(tile.left), toY(tile.top), toX(tile.right) - toX(tile.left),
@@ -198,7 +199,8 @@ private:
         const double x = rightEdge() + kBarGap * scale_, width = kBarWidth * scale_;
         const double height = legendBottom() - top_;
         for (int i = 0; i < static_cast<int>(height); ++i) {
-            setColour(colourOf(picture_.map, 1 - (i + 0.5) / height));
+            const double t = 1 - (i + 0.5) / height;
+            setColour(picture_.depths.empty() ? colourOf(picture_.map, t) : depthColour(-1, t));
             cairo_rectangle(cr(), x, top_ + i, width, 1.5);
             cairo_fill(cr());
         }

@@ -2,16 +2,15 @@
 #include "io/readVdb.h"
 
 #include "io/Cancelled.h"
+#include "io/vdbFile.h"
 #include "io/vdbGrid.h"
 #include "io/vdbTopology.h"
 
 #include <openvdb/io/File.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
+#include <cctype>
 #include <filesystem>
-#include <fstream>
 #include <set>
 #include <stdexcept>
 
@@ -23,27 +22,6 @@ using openvdb::GridBase;
 using UsableGrids = openvdb::TypeList<openvdb::FloatGrid, openvdb::DoubleGrid, openvdb::Int32Grid,
                                       openvdb::Int64Grid, openvdb::Vec3SGrid, openvdb::Vec3DGrid,
                                       openvdb::Vec3IGrid>;
-
-// Throws unless the path names a regular file that can be opened and begins like a .vdb file.
-void checkFile(const std::string& path) {
-    const auto fail = [](const std::string& reason) { throw std::runtime_error(reason); };
-    std::error_code error;
-    const auto status = std::filesystem::status(path, error);
-    if (error)
-        fail(error.message());
-    if (std::filesystem::is_directory(status))
-        fail("it is a directory");
-    if (!std::filesystem::is_regular_file(status))
-        fail("it is no regular file");
-    std::ifstream file(path, std::ios::binary);
-    if (!file)
-        fail(std::strerror(errno));
-    constexpr char kMagic[8] = {' ', 'B', 'D', 'V', 0, 0, 0, 0};
-    char start[sizeof(kMagic)] = {};
-    file.read(start, sizeof(start));
-    if (std::memcmp(start, kMagic, sizeof(kMagic)) != 0)
-        fail("it is no .vdb file");
-}
 
 // Names that no two channels share, whatever the grids are called.
 class UniqueNames {
@@ -70,14 +48,21 @@ bool isUsable(const GridBase& grid) {
     return grid.apply<UsableGrids>([](const auto&) {});
 }
 
-std::string typeText(const GridBase& grid) {
-    return grid.valueType() + (grid.saveFloatAsHalf() ? " stored in half precision" : "");
+// Such as "level set of float".
+std::string originOf(const GridBase& grid) {
+    const std::string gridClass = grid.getGridClass() == openvdb::GRID_UNKNOWN
+                                      ? "grid"
+                                      : GridBase::gridClassToMenuName(grid.getGridClass());
+    std::string text = "a " + gridClass + " of " + grid.valueType() +
+                       (grid.saveFloatAsHalf() ? " stored in half precision" : "");
+    std::ranges::transform(text, text.begin(),
+                           [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return text;
 }
 
 // The grids that options ask for and that can be used; others are named in the warnings.
 std::vector<Found> readGrids(const std::string& path, const VdbOptions& options,
                              std::vector<std::string>& warnings) {
-    openvdb::initialize();
     openvdb::io::File file(path);
     file.open(/*delayLoad=*/false);
     UniqueNames unique;
@@ -137,12 +122,7 @@ std::string hostName(const GridBase& grid) {
 
 ChannelInfo describe(const Found& found, std::set<std::string>& taken,
                      std::vector<std::string>& warnings) {
-    ChannelInfo info{found.name,
-                     GridBase::gridClassToMenuName(found.grid->getGridClass()) + " of " +
-                         typeText(*found.grid),
-                     {}};
-    std::ranges::transform(info.origin, info.origin.begin(),
-                           [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    ChannelInfo info{found.name, originOf(*found.grid), {}};
     if (const std::string name = hostName(*found.grid); !name.empty()) {
         if (taken.insert(name).second)
             info.alsoNamed.push_back(name);
@@ -166,7 +146,9 @@ void addChannels(Vantor::Object& object, const VdbGrids& grids,
 }
 
 Volume readChecked(const std::string& path, const VdbOptions& options) {
-    checkFile(path);
+    openvdb::initialize();
+    std::ifstream stream = openVdbFile(path);
+    VdbCompleteness::check(stream, std::filesystem::file_size(path));
     Volume volume{Ostrum::makePtr<Vantor::Object>(), {}, {}};
     const std::vector<Found> found = readGrids(path, options, volume.warnings);
     VdbGrids grids;
@@ -196,6 +178,9 @@ Volume readVdb(const std::string& path, const VdbOptions& options) {
         throw;
     } catch (const std::bad_alloc&) {
         throw std::runtime_error("cannot read '" + path + "': out of memory");
+    } catch (const openvdb::Exception& error) {
+        throw std::runtime_error("cannot read '" + path + "': it is damaged (" + error.what() +
+                                 ")");
     } catch (const std::exception& error) {
         throw std::runtime_error("cannot read '" + path + "': " + error.what());
     }

@@ -36,6 +36,12 @@ std::string numbers(Values... values) {
     return text;
 }
 
+// With the digits of a voxel size, which is of single precision.
+std::string corner(const Vantor::Math::double3& p) {
+    return "(" +
+           numbers(static_cast<float>(p.x), static_cast<float>(p.y), static_cast<float>(p.z)) + ")";
+}
+
 template <class T>
 std::string valueText(const T& value) {
     std::string text;
@@ -116,14 +122,16 @@ std::string describe(const io::ChannelInfo& info, const PlainChannel<Shape, T>& 
     });
     const auto columns =
         io::columnNames("", Vantor::Math::kComponentCount<T>, io::matrixColumns<T>());
-    for (std::size_t c = 0; c < columns.size(); ++c)
+    for (std::size_t c = 0; c < columns.size() && statistics.values > 0; ++c)
         text += "  range    " + numbers(statistics.lowest[c]) + " .. " +
-                numbers(statistics.highest[c]) + " " + columns[c] + "\n";
+                numbers(statistics.highest[c]) + (columns[c].empty() ? "" : "  ") + columns[c] +
+                "\n";
     text += format("  NaN      %zu\n", statistics.nanCount);
     const auto bounds = boundsOf<Shape, T>(channel);
-    if (!bounds.empty())
-        text += "  bounds   (" + numbers(bounds.lower.x, bounds.lower.y, bounds.lower.z) +
-                ") .. (" + numbers(bounds.upper.x, bounds.upper.y, bounds.upper.z) + ")\n";
+    if (bounds.empty())
+        text += "  bounds   none, no tile holds data\n";
+    else
+        text += "  bounds   " + corner(bounds.lower) + " .. " + corner(bounds.upper) + "\n";
     text += "  memory   " + megabytes(channel.memoryUsage()) + "\n";
     return text + describeDepths<Shape, T>(channel);
 }

@@ -7,6 +7,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <cctype>
 #include <exception>
 #include <iostream>
 #include <new>
@@ -20,7 +21,9 @@ using namespace Stratum::tools;
 enum ExitStatus { kDone = 0, kFailed = 1, kUsage = 2, kInterrupted = 130 };
 
 int fail(std::string message, int status) {
-    std::replace(message.begin(), message.end(), '\n', ' ');
+    // One line, whatever a damaged file put into it.
+    std::ranges::replace_if(
+        message, [](unsigned char c) { return std::iscntrl(c) != 0; }, ' ');
     std::cerr << "stratum: " << message << '\n';
     return status;
 }

@@ -2,7 +2,7 @@
 
 #include "channels.h"
 #include "io/Cancelled.h"
-#include "io/csvValues.h"
+#include "io/niceSteps.h"
 #include "ops/sample_volume.h"
 
 #include <algorithm>
@@ -160,9 +160,9 @@ io::SlicePicture slicePlane(const io::Volume& volume, const PlaneOptions& option
                 noteDepths<Shape, T>(picture, channel, positions);
             picture.valueLabel =
                 std::is_floating_point_v<T> ? options.channel : "|" + options.channel + "|";
-            picture.subtitle = std::string(1, options.axis) + " = ";
-            io::appendNumber(picture.subtitle, static_cast<float>(plane.at));
-            picture.subtitle += ",  " + valueTypeName<T>() + " channel";
+            picture.subtitle = std::string(1, options.axis) + " = " +
+                               io::numberLabel(plane.at, (picture.right - picture.left) / 1000) +
+                               ", lengths in world units";
         });
     std::tie(picture.lowest, picture.highest) = options.range.value_or(rangeOf(picture.values));
     if (picture.lowest < 0 && picture.highest > 0)
