@@ -75,7 +75,7 @@ TYPED_TEST(ChannelTest, MemoryRunningOutLeavesChannelsAsTheyWere) {
             n += n / 8;
         }
         Ostrum::failAllocation(0);
-        EXPECT_GE(failures, 3);
+        EXPECT_TRUE(failures >= 3 || this->HasFailure());
     }
     Ostrum::failAllocation(1);
     EXPECT_THROW((makeChannel<Traits, float>(tree, 0.0F, noise(1))), std::bad_alloc);
@@ -162,25 +162,37 @@ TYPED_TEST(ChannelTest, HalosHoldWhatIsAround) {
         const Reference<Traits> reference(*source);
         ASSERT_EQ(halo->depth(), source->depth());
         ASSERT_EQ(halo->minDepth(), source->minDepth());
-        const int lower = type == 7 ? 0 : 1, width = W + 1 + lower;
+        auto accessor = container.tileAccessor();
+        TileData<double, W + 1, 1, 0> wide;
+        const auto check = [&](const TreeIndex& index, const double* values, int lower, int upper) {
+            const int3 origin = tree->tile(index)->tijk();
+            const std::int64_t v = Traits::voxelWidth(index.depth);
+            for (int z = -lower; z < W + upper; ++z)
+                for (int y = -lower; y < W + upper; ++y)
+                    for (int x = -lower; x < W + upper; ++x)
+                        ASSERT_NEAR(
+                            *values++,
+                            reference.value(index.depth,
+                                            {origin.x / v + x, origin.y / v + y, origin.z / v + z}),
+                            1e-9)
+                            << "type " << type << " depth " << index.depth << " tile "
+                            << index.index << " at " << x << ' ' << y << ' ' << z;
+        };
         for (int depth = source->minDepth(); depth <= source->depth(); ++depth) {
-            const std::size_t step = 1 + tree->tiles(depth).size() / 40;
+            const std::size_t step = 1 + tree->tiles(depth).size() / 20;
             for (std::size_t i = 0; i < tree->tiles(depth).size(); i += step) {
                 const TreeIndex index{static_cast<std::int64_t>(i), depth};
                 const auto values = halo->tileData(index);
                 ASSERT_EQ(static_cast<bool>(values), static_cast<bool>(source->tileData(index)));
-                const int3 origin = tree->tile(index)->tijk();
-                const std::int64_t v = Traits::voxelWidth(depth);
-                for (int flat = 0; values && flat < width * width * width; ++flat) {
-                    const int x = flat % width - lower, y = flat / width % width - lower,
-                              z = flat / (width * width) - lower;
-                    ASSERT_NEAR(values(flat),
-                                reference.value(
-                                    depth, {origin.x / v + x, origin.y / v + y, origin.z / v + z}),
-                                1e-9)
-                        << "type " << type << " depth " << depth << " tile " << i << " at " << x
-                        << ' ' << y << ' ' << z;
-                }
+                if (!values)
+                    continue;
+                check(index, values.data(), type == 7 ? 0 : 1, 1);
+                setHaloTile<Traits, double, 0, 1, 0, 1>(index, *source, HaloMode::kStandalone,
+                                                        HaloType::kAll, accessor, wide, 1000.0,
+                                                        1.0F, static_cast<VoxelOffsetType>(type));
+                check(index, wide.data(), 1, 2);
+                if (this->HasFatalFailure())
+                    return;
             }
         }
     }

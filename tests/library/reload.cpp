@@ -1,4 +1,5 @@
-// Loads and unloads the operator library as a host does, and calls it in between.
+// Loads and unloads the operator library as a host does, and calls it in between. Results live on
+// after the library is closed.
 #include "Vantor/Volume.h"
 #include "ops/sample_volume.h"
 #include "support/volumes.h"
@@ -29,6 +30,7 @@ int main(int, char** arguments) {
     Vantor::Geometry::addChannel(
         object, makeChannel<Shape, float>(tree, 0.0F, [](const double3&, int) { return 6.0; }));
     const Ostrum::Array<float3> positions(2000, {1, 2, 3});
+    Ostrum::Ptr<Ostrum::Array<float>> out;
     for (int round = 0; round < 20; ++round) {
         void* library = dlopen(arguments[1], RTLD_NOW | RTLD_LOCAL);
         if (!library)
@@ -39,7 +41,6 @@ int main(int, char** arguments) {
                            "EE"));
         if (!sampleVolume)
             return fail(dlerror());
-        Ostrum::Ptr<Ostrum::Array<float>> out;
         sampleVolume(object, positions, -1.0F, "value", Geometry::Query::SamplerType::kLinear, out);
         if (*out != Ostrum::Array<float>(positions.size(), 6.0F))
             return fail("a wrong value");

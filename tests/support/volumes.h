@@ -54,7 +54,7 @@ TreePtr<Traits> build(const RandomTree& options) {
             const auto nearOrigin = [&](int v) {
                 return v < detail && v + Traits::tileExtent(depth) > -detail;
             };
-            const double chance = two ? 0.5 : depth < Traits::kFinestDepth - 1 ? 0.6 : 0.12;
+            const double chance = two ? 0.4 : depth < Traits::kFinestDepth - 1 ? 0.6 : 0.06;
             const bool refine = depth < Traits::kFinestDepth && nearOrigin(tijk.x) &&
                                 nearOrigin(tijk.y) && nearOrigin(tijk.z) &&
                                 randomAt(tijk, depth, options.seed) < chance;
