@@ -55,6 +55,8 @@ public:
 private:
     void walk(std::istream& in, std::int64_t fileSize) {
         readHeader(in);
+        setFormatVersion(in);
+        setLibraryVersion(in);
         if (!inputHasGridOffsets())
             return;
         openvdb::MetaMap fileMetadata;

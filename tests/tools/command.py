@@ -1,0 +1,106 @@
+"""The command line: results, messages, exit statuses."""
+import os
+import signal
+import struct
+import subprocess
+import sys
+import tempfile
+import time
+
+tool = sys.argv[1]
+failures = []
+
+
+def run(*arguments, stdin=""):
+    done = subprocess.run([tool, *arguments], input=stdin, capture_output=True, text=True)
+    return done.returncode, done.stdout, done.stderr
+
+
+def check(condition, what):
+    if not condition:
+        failures.append(what)
+
+
+def refuses(status, words, *arguments, stdin=""):
+    """One line on the error stream, nothing on the other."""
+    code, out, err = run(*arguments, stdin=stdin)
+    check((code, out) == (status, "") and err.startswith("stratum: ") and err.count("\n") == 1
+          and words in err, f"{arguments}: {code} {out!r} {err!r}")
+
+
+def answers(*arguments, stdin=""):
+    code, out, err = run(*arguments, stdin=stdin)
+    check((code, err) == (0, ""), f"{arguments}: {code} {err!r}")
+    return out
+
+
+volume = "formula:sunflower"
+os.chdir(tempfile.mkdtemp())
+with open("text.vdb", "w") as file:
+    file.write("these are words, not voxels")
+with open("short.vdb", "wb") as file:
+    file.write(struct.pack("<qI", 0x56444220, 224))
+with open("bad.csv", "w") as file:
+    file.write("x,y,z\n0,0,0\n0,zero,0\n")
+
+# Input that cannot be used: status 1. A build without the file format says so for each of them.
+readsFiles = "was not found" not in run("info", "text.vdb")[2]
+for name, words in [("text.vdb", "is no .vdb file"), ("short.vdb", "cut short"),
+                    ("missing.vdb", "No such file"), (".", "is a directory")]:
+    refuses(1, words if readsFiles else "cannot read .vdb files", "info", name)
+refuses(1, "there is no channel 'heat'; the volume has: density, distance, velocity",
+        "sample", volume, "--channel", "heat", "--random", "5")
+refuses(1, "there is no channel 'heat'", "slice", volume, "-c", "heat", "-o", "no.png")
+refuses(1, "there is no formula 'rose'", "info", "formula:rose")
+refuses(1, "bad.csv, line 3: 'zero' is not a number", "sample", volume, "-p", "bad.csv")
+refuses(1, "cannot read 'none.csv': No such file", "sample", volume, "-p", "none.csv")
+refuses(1, "standard input, line 1", "sample", volume, "-p", "-", stdin="1;2;3\n")
+refuses(1, "only float and double have a gradient", "sample", volume, "-c", "velocity",
+        "--gradient", "--random", "5")
+refuses(1, "cannot write 'no/such/folder.csv'", "sample", volume, "--random", "5", "-o",
+        "no/such/folder.csv")
+refuses(1, "No space left", "sample", volume, "--random", "5", "-o", "/dev/full")
+
+# Wrong calls: status 2.
+for arguments in [(), ("paint",), ("info",), ("sample", volume), ("slice", volume),
+                  ("sample", volume, "--random", "5", "-p", "bad.csv"),
+                  ("sample", volume, "--random", "many"), ("info", volume, "--shape", "3"),
+                  ("slice", volume, "-o", "no.png", "--at", "0", "--fraction", "1"),
+                  ("slice", volume, "-o", "no.png", "--range", "2", "1")]:
+    refuses(2, "", *arguments)
+check(not os.path.exists("no.png"), "a failed call leaves no picture")
+
+# Results. The values are those of the formula at the middle of a seed and away from all seeds.
+check("Example: stratum sample" in answers("sample", "--help"), "help shows an example")
+for shape in "2", "5":
+    check("float3" in answers("info", volume, "--shape", shape), "info names value types")
+    out = answers("sample", volume, "--shape", shape, "-p", "-", stdin="0,0,0.057\n5,5,5\n")
+    header, seed, away = out.splitlines()
+    check(header == "x,y,z,value" and away == "5,5,5,0", out)
+    check(abs(float(seed.split(",")[3]) - 1) < 0.02, seed)
+same = [answers("sample", volume, "--random", "999", "--seed", "4", "--threads", n)
+        for n in ("1", "2")]
+check(same[0] == same[1] and len(same[0].splitlines()) == 1000, "threads do not change values")
+code, out, err = run("sample", volume, "--random", "9", "-vv", "--timers")
+check(code == 0 and out.count("\n") == 10 and "load volume" in err, "diagnostics stay off stdout")
+answers("slice", volume, "--axis", "x", "--tiles", "--depth", "--size", "64", "-o", "slice.png")
+check(open("slice.png", "rb").read(8) == b"\x89PNG\r\n\x1a\n", "slice writes a PNG")
+check("stratum-demo.png" in answers("demo"), "demo says where the picture is")
+check(os.path.getsize("stratum-demo.png") > 50000, "demo draws")
+
+# Ctrl-C while positions are awaited: status 130 and nothing half-written.
+running = subprocess.Popen([tool, "sample", volume, "-p", "-", "-o", "never.csv"],
+                           stdin=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+running.stdin.write("0,0,0\n")
+running.stdin.flush()
+time.sleep(0.3)
+running.send_signal(signal.SIGINT)
+_, err = running.communicate()
+check(running.returncode == 130 and err == "stratum: interrupted\n",
+      f"Ctrl-C: {running.returncode} {err!r}")
+check(sorted(name for name in os.listdir(".") if name.startswith("never")) == [],
+      "an interrupted call leaves no file")
+
+for failure in failures:
+    print(failure)
+sys.exit(bool(failures))

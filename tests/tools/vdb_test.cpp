@@ -1,0 +1,203 @@
+#include "KDX/Channel.h"
+#include "Vantor/Geometry.h"
+#include "common/randomUnit.h"
+#include "io/readVdb.h"
+#include "ops/sample_volume.h"
+
+#include <gtest/gtest.h>
+
+#include <openvdb/openvdb.h>
+#include <openvdb/tools/Interpolation.h>
+#include <openvdb/tools/LevelSetSphere.h>
+
+#include <cmath>
+#include <filesystem>
+#include <tuple>
+
+namespace {
+
+using namespace Stratum::io;
+using KDX::TileTree3D::Channel;
+using KDX::TileTree3D::Traits;
+using openvdb::Coord;
+using openvdb::CoordBBox;
+using openvdb::math::Transform;
+using Vantor::Math::float3;
+
+class VdbFile {
+public:
+    VdbFile() : path(testing::TempDir() + "stratum_" + std::to_string(::getpid()) + ".vdb") {
+        openvdb::initialize();
+    }
+    ~VdbFile() { std::filesystem::remove(path); }
+    void write(const openvdb::GridPtrVec& grids) { openvdb::io::File(path).write(grids); }
+
+    const std::string path;
+};
+
+template <class GridT>
+typename GridT::Ptr named(typename GridT::Ptr grid, const std::string& name) {
+    grid->setName(name);
+    return grid;
+}
+
+// A narrow band with constant tiles inside, active tiles, and rough values at negative indices.
+openvdb::FloatGrid::Ptr roughGrid() {
+    auto grid = openvdb::tools::createLevelSetSphere<openvdb::FloatGrid>(45, {30, 20, 10}, 1);
+    grid->fill(CoordBBox(Coord(100, -30, -40), Coord(170, 50, 90)), 2.5F, true);
+    auto accessor = grid->getAccessor();
+    for (int i = 0; i < 20000; ++i)
+        accessor.setValue(Coord(-90 + i % 29, -70 + i / 29 % 31, -50 + i / 899),
+                          Vantor::Sample::randomUnit<float>(static_cast<std::uint64_t>(i), 3));
+    return grid;
+}
+
+Ostrum::Array<float3> positionsAround(std::size_t count, double scale) {
+    Ostrum::Array<float3> positions(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        const auto u = [&](std::size_t axis, double lower, double upper) {
+            const auto r = Vantor::Sample::randomUnit<double>(3 * i + axis, 7);
+            return static_cast<float>((lower + (upper - lower) * r) * scale);
+        };
+        positions[i] = {u(0, -100, 180), u(1, -80, 80), u(2, -60, 100)};
+    }
+    return positions;
+}
+
+template <class T>
+Ostrum::Ptr<Ostrum::Array<T>> sample(const Volume& volume, const Ostrum::Array<float3>& positions,
+                                     const std::string& channel) {
+    Ostrum::Ptr<Ostrum::Array<T>> values;
+    Geometry::Query::sample_volume(*volume.object, positions, T{}, channel,
+                                   Geometry::Query::SamplerType::kLinear, values);
+    return values;
+}
+
+class AgreesWithBoxSampler
+    : public testing::TestWithParam<std::tuple<TreeShape, openvdb::Vec3d, double>> {};
+
+// A voxel size that is a power of two keeps positions exact, so that what remains is the rounding
+// of the interpolation itself.
+TEST_P(AgreesWithBoxSampler, AtAMillionPositions) {
+    const auto& [shape, translation, voxelSize] = GetParam();
+    auto transform = Transform::createLinearTransform(voxelSize);
+    transform->postTranslate(translation * voxelSize);
+    const auto rough = named<openvdb::FloatGrid>(roughGrid(), "rough");
+    const auto small = named<openvdb::Vec3SGrid>(openvdb::Vec3SGrid::create({1, 2, 3}), "small");
+    small->fill(CoordBBox(Coord(20, 10, 0), Coord(70, 40, 30)), {-1, 0.5F, 7}, true);
+    rough->setTransform(transform);
+    small->setTransform(transform);
+    VdbFile file;
+    file.write({rough, small});
+    const Volume volume = readVdb(file.path, {.shape = shape, .grid = {}});
+
+    const auto positions = positionsAround(1000000, voxelSize);
+    const auto values = sample<float>(volume, positions, "rough");
+    const auto vectors = sample<float3>(volume, positions, "small");
+    const auto accessor = rough->getConstAccessor();
+    const auto smallAccessor = small->getConstAccessor();
+    for (std::size_t i = 0; i < positions.size(); ++i) {
+        const auto ijk =
+            rough->worldToIndex(openvdb::Vec3d(positions[i].x, positions[i].y, positions[i].z));
+        ASSERT_NEAR((*values)[i], openvdb::tools::BoxSampler::sample(accessor, ijk), 4e-6)
+            << "at index " << ijk;
+        const auto vector = openvdb::tools::BoxSampler::sample(smallAccessor, ijk);
+        ASSERT_NEAR((*vectors)[i].x, vector[0], 4e-6) << "at index " << ijk;
+        ASSERT_NEAR((*vectors)[i].y, vector[1], 4e-6) << "at index " << ijk;
+        ASSERT_NEAR((*vectors)[i].z, vector[2], 4e-6) << "at index " << ijk;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Vdb, AgreesWithBoxSampler,
+                         testing::Combine(testing::Values(TreeShape::kTwo, TreeShape::kFive),
+                                          testing::Values(openvdb::Vec3d(0, 0, 0),
+                                                          openvdb::Vec3d(-7.5, 0.5, 12.5),
+                                                          openvdb::Vec3d(3, -0.5, 40)),
+                                          testing::Values(0.25)));
+
+TEST(Vdb, ConstantRegionsAreCoarseAndTheirRimIsFine) {
+    VdbFile file;
+    file.write({named<openvdb::FloatGrid>(roughGrid(), "rough")});
+    const Volume volume = readVdb(file.path);
+    using Plain = Channel<Traits<2, 4, 1>, float, 4, 0, 0>;
+    const auto channel = volume.object->volumeParts().component<Plain>("rough");
+    ASSERT_TRUE(channel);
+    EXPECT_EQ(channel->depth(), 28);
+    EXPECT_LE(channel->minDepth(), 26);
+    // Finest tiles alone would take more than the block, 71 * 81 * 131 voxels, and the ball with
+    // its band, 4/3 pi 48^3: together 1.2 million.
+    EXPECT_LT(channel->elementCount(-1), 900000);
+}
+
+TEST(Vdb, NamesAndTypesOfChannels) {
+    const auto level = named<openvdb::FloatGrid>(roughGrid(), "surface");
+    const auto density = named<openvdb::DoubleGrid>(openvdb::DoubleGrid::create(0.5), "density");
+    const auto other = named<openvdb::FloatGrid>(openvdb::FloatGrid::create(4), "density");
+    other->setGridClass(openvdb::GRID_STAGGERED);
+    const auto counts = openvdb::Int64Grid::create(-3);
+    const auto flags = named<openvdb::BoolGrid>(openvdb::BoolGrid::create(), "flags");
+    counts->tree().setValue(Coord(2, 3, 4), 1LL << 40);
+    VdbFile file;
+    file.write({level, density, other, counts, flags});
+    const Volume volume = readVdb(file.path);
+
+    const Ostrum::Array<float3> positions{{2, 3, 4}};
+    const auto at = [&]<class T>(const std::string& name, T) {
+        return (*sample<T>(volume, positions, name))[0];
+    };
+    EXPECT_EQ(at(Vantor::Geometry::sVoxelSignedDistance.str(), 0.0F), at("surface", 0.0F));
+    EXPECT_LT(at("surface", 0.0F), 0);
+    EXPECT_EQ(at(Vantor::Geometry::sVoxelFogDensity.str(), 0.0), 0.5);
+    EXPECT_EQ(at("density[1]", 0.0F), 4);
+    EXPECT_EQ(at("unnamed", 0.0), 0x1p40);
+    ASSERT_EQ(volume.warnings.size(), 2U);
+    EXPECT_NE((volume.warnings[0] + volume.warnings[1]).find("grid 'flags' is left out"),
+              std::string::npos);
+}
+
+TEST(Vdb, RefusesTransformsThatTilesCannotFollow) {
+    const auto affine = [](const openvdb::Mat4d& m) { return Transform::createLinearTransform(m); };
+    const auto scaled = [&](double x, double y, double z) {
+        openvdb::Mat4d m = openvdb::Mat4d::identity();
+        m.setToScale(openvdb::Vec3d(x, y, z));
+        return affine(m);
+    };
+    const auto rotated = Transform::createLinearTransform(1);
+    rotated->preRotate(0.3, openvdb::math::Y_AXIS);
+    const auto third = Transform::createLinearTransform(1);
+    third->postTranslate({0, 0, 1 / 3.0});
+    const auto frustum = Transform::createFrustumTransform(
+        openvdb::BBoxd(openvdb::Vec3d(0), openvdb::Vec3d(9)), 0.5, 10);
+    const std::pair<Transform::Ptr, std::string> cases[] = {
+        {scaled(1, 1, 2), "its scale differs between the axes"},
+        {scaled(1, -1, 1), "its scale is not positive"},
+        {rotated, "a rotation or a shear"},
+        {third, "its translation along z is no multiple of half a voxel"},
+        {frustum, "it is a frustum"},
+    };
+    const auto failure = [](const VdbFile& file) -> std::string {
+        try {
+            readVdb(file.path);
+        } catch (const std::runtime_error& error) {
+            return error.what();
+        }
+        return {};
+    };
+    const auto odd = named<openvdb::FloatGrid>(openvdb::FloatGrid::create(), "odd");
+    odd->tree().setValue(Coord(1, 1, 1), 5);
+    VdbFile file;
+    for (const auto& [transform, words] : cases) {
+        odd->setTransform(transform);
+        file.write({odd});
+        EXPECT_NE(failure(file).find("grid 'odd'"), std::string::npos);
+        EXPECT_NE(failure(file).find(words), std::string::npos) << failure(file);
+    }
+    odd->setTransform(Transform::createLinearTransform(2));
+    file.write({named<openvdb::FloatGrid>(openvdb::FloatGrid::create(), "even"), odd});
+    EXPECT_NE(failure(file).find("grids 'even' and 'odd' have different transforms; choose one"),
+              std::string::npos);
+    const Volume chosen = readVdb(file.path, {.shape = TreeShape::kFive, .grid = "odd"});
+    EXPECT_EQ((*sample<float>(chosen, {{2, 2, 2}}, "odd"))[0], 5);
+}
+
+} // namespace
