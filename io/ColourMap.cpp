@@ -73,16 +73,15 @@ Colour colourOf(ColourMap map, double t) {
 
 // M. Okabe and K. Ito, "Color Universal Design" (2008).
 Colour categoryColour(int category) {
-    static constexpr std::array<Colour, 7> kColours{{
+    static constexpr std::array<Colour, 6> kColours{{
         {0.00, 0.45, 0.70},
         {0.90, 0.60, 0.00},
         {0.00, 0.62, 0.45},
         {0.80, 0.47, 0.65},
-        {0.34, 0.71, 0.91},
         {0.84, 0.37, 0.00},
         {0.94, 0.89, 0.26},
     }};
-    return kColours[static_cast<std::size_t>(((category % 7) + 7) % 7)];
+    return kColours[static_cast<std::size_t>(((category % 6) + 6) % 6)];
 }
 
 } // namespace Stratum::io

@@ -43,8 +43,8 @@ std::uint32_t pixelOf(const Colour& c) {
 
 // The hue says how deep the tile is, the brightness shows the value.
 Colour depthColour(int depth, double t) {
-    const Colour hue = depth < 0 ? Colour{0.55, 0.55, 0.55} : categoryColour(depth);
-    const double brightness = std::isnan(t) ? 1 : 0.3 + 0.7 * std::clamp(t, 0.0, 1.0);
+    const Colour hue = depth < 0 ? Colour{0.8, 0.8, 0.8} : categoryColour(depth);
+    const double brightness = std::isnan(t) ? 1 : 0.5 + 0.5 * std::clamp(t, 0.0, 1.0);
     return {hue.r * brightness, hue.g * brightness, hue.b * brightness};
 }
 

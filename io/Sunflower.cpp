@@ -8,8 +8,8 @@ namespace Stratum::io {
 
 namespace {
 
-constexpr int kSeedCount = 130;
-constexpr double kLargest = 0.19, kSmallest = 0.045, kRim = 0.93;
+constexpr int kSeedCount = 220;
+constexpr double kLargest = 0.19, kSmallest = 0.027, kRim = 0.95;
 
 double squaredDistance(const double3& a, const double3& b) {
     const double x = a.x - b.x, y = a.y - b.y, z = a.z - b.z;
@@ -25,8 +25,9 @@ Sunflower::Sunflower() {
     double area = 0;
     for (int i = 0; i < kSeedCount; ++i) {
         const double radius = kLargest * std::pow(kSmallest / kLargest, i / (kSeedCount - 1.0));
+        area += radius * radius / 2;
         seeds_.push_back({{std::sqrt(area), goldenAngle * i, 0}, radius});
-        area += radius * radius;
+        area += radius * radius / 2;
     }
     const double scale = (kRim - kSmallest) / std::sqrt(area);
     for (int i = 0; i < kSeedCount; ++i) {
