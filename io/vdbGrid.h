@@ -163,7 +163,7 @@ private:
         builder.fillTiles([this](const auto& tile, const TreeIndex&, auto values) {
             if (Ostrum::isJobCancelled())
                 return;
-            fillTile<Shape>(tile, values);
+            this->template fillTile<Shape>(tile, values);
         });
         throwIfCancelled();
         const auto channel = builder.finish();
