@@ -1,0 +1,86 @@
+#include "run/Outputs.h"
+
+#include "io/OutputFile.h"
+#include "io/csvValues.h"
+#include "run/writeJson.h"
+
+namespace Stratum::tools::graph {
+
+namespace {
+
+using Vantor::Math::float3;
+
+bool isCsv(const std::string& file) {
+    return file.ends_with(".csv");
+}
+
+// Positions and one of a node's arrays, side by side.
+void writeCsv(io::OutputFile& out, const Json& wish, const Graph& graph) {
+    const auto positions = graph.inputs().array<float3>(wish.at("positions"));
+    const Outcome& outcome = graph.outcome(wish.at("node").text());
+    const Output& output = outcome.outputs.front();
+    const auto write = [&]<class A>(const A& array) {
+        if constexpr (std::is_same_v<A, std::monostate> || std::is_same_v<A, ObjectPtr> ||
+                      std::is_same_v<A, ArrayPtr<std::int64_t>> ||
+                      std::is_same_v<A, ArrayPtr<bool>>) {
+            wish.at("node").fail("CSV is written of value types only, and the node has " +
+                                 describe(output.data));
+        } else {
+            if (!array || array->size() != positions->size())
+                wish.fail("there are " + std::to_string(positions->size()) + " positions and " +
+                          std::to_string(array ? array->size() : 0) + " values");
+            io::writeCsvValues(out, output.name == "gradients" ? "gradient" : "value", *positions,
+                               *array);
+        }
+    };
+    std::visit(write, output.data);
+}
+
+} // namespace
+
+Outputs::Outputs(const Json* json, const Json& nodes, const Graph& graph) {
+    if (!json) {
+        for (const auto& name : graph.results())
+            wishes_.push_back({name, name, &nodes.at(name)});
+        return;
+    }
+    for (const auto& [name, wish] : json->record()) {
+        wish.allowOnly({"node", "file", "positions"});
+        graph.checkReference(wish);
+        const Json* file = wish.find("file");
+        wishes_.push_back({name, wish.at("node").text(), &wish,
+                           file ? graph.inputs().fileName(*file) : std::string()});
+        if (file && !isCsv(file->text()) && !file->text().ends_with(".json"))
+            file->fail("the name of a .json or a .csv file is wanted");
+        const Json* positions = wish.find("positions");
+        if (file && isCsv(file->text()) && Inputs::isReference(wish.at("positions")))
+            graph.checkReference(*positions);
+        else if (positions && !(file && isCsv(file->text())))
+            positions->fail("only a .csv file takes positions");
+    }
+}
+
+void Outputs::writeFile(const Wish& wish, const Graph& graph, bool withSeconds) const {
+    io::OutputFile out(wish.file);
+    if (isCsv(wish.file))
+        writeCsv(out, *wish.place, graph);
+    else
+        out.write(toJson(graph.outcome(wish.node), withSeconds, *wish.place) + "\n");
+    out.commit();
+}
+
+void Outputs::write(const Graph& graph, bool withSeconds, Results& results) const {
+    Members document;
+    for (const Wish& wish : wishes_)
+        if (wish.file.empty())
+            document[wish.name] = toJson(graph.outcome(wish.node), withSeconds, *wish.place);
+    for (const Wish& wish : wishes_)
+        if (!wish.file.empty())
+            writeFile(wish, graph, withSeconds);
+    if (document.empty() && !wishes_.empty())
+        return;
+    results.out().write(toJson(Members{{"results", toJson(document)}}) + "\n");
+    results.commit();
+}
+
+} // namespace Stratum::tools::graph

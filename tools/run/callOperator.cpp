@@ -1,0 +1,92 @@
+#include "run/callOperator.h"
+
+#include "Kelvane/Logger.h"
+#include "Kelvane/terminateMessage.h"
+#include "Ostrum/Job.h"
+#include "Ostrum/Memory.h"
+#include "io/Cancelled.h"
+#include "run/ConsoleCapture.h"
+
+#include <exception>
+#include <limits>
+
+namespace Stratum::tools::graph {
+
+namespace {
+
+struct CallSettings {
+    std::uint64_t cancelAtQuestion = 0, failAllocation = 0;
+};
+
+CallSettings readCallSettings(const Json& node) {
+    CallSettings settings;
+    const Json* json = node.find("settings");
+    if (!json)
+        return settings;
+    json->allowOnly({"cancel_at_question", "fail_allocation"});
+    const auto count = [&](const char* key) {
+        const Json* n = json->find(key);
+        return static_cast<std::uint64_t>(
+            n ? n->integer(0, std::numeric_limits<std::int64_t>::max()) : 0);
+    };
+    return {count("cancel_at_question"), count("fail_allocation")};
+}
+
+// The host's misbehaviour, for as long as this lives.
+class Misbehaviour {
+public:
+    explicit Misbehaviour(const CallSettings& settings) : cancels_(settings.cancelAtQuestion != 0) {
+        Ostrum::cancelJobAtQuestion(settings.cancelAtQuestion);
+        Ostrum::failAllocation(settings.failAllocation);
+    }
+    ~Misbehaviour() {
+        Ostrum::failAllocation(0);
+        if (cancels_)
+            Ostrum::cancelJob(false);
+    }
+    Misbehaviour(const Misbehaviour&) = delete;
+    Misbehaviour& operator=(const Misbehaviour&) = delete;
+
+private:
+    bool cancels_;
+};
+
+void forgetWhatWasTold() {
+    Kelvane::takeTerminateMessages();
+    Kelvane::Logger::takeTimerReport();
+}
+
+void takeWhatWasTold(Report& report) {
+    for (const auto& name : Kelvane::takeTerminateMessages())
+        report.terminated.push_back(name.str());
+    for (const auto& timer : Kelvane::Logger::takeTimerReport())
+        report.timers[timer.name.str()] = {timer.calls, timer.seconds};
+}
+
+} // namespace
+
+Report callOperator(const Json& node, const OperatorCall& call) {
+    const CallSettings settings = readCallSettings(node);
+    io::throwIfCancelled();
+    Report report;
+    Ostrum::RuntimeServices services(
+        std::numeric_limits<int>::max(), [&](int level, const Ostrum::String& message) {
+            report.log.push_back(std::to_string(level) + ": " + message.str());
+        });
+    forgetWhatWasTold();
+    ConsoleCapture console;
+    try {
+        const Misbehaviour misbehaviour(settings);
+        call(services);
+    } catch (const std::exception& exception) {
+        report.exception = exception.what();
+    }
+    auto [out, errors] = console.finish();
+    report.console = std::move(out);
+    report.consoleErrors = std::move(errors);
+    takeWhatWasTold(report);
+    io::throwIfCancelled();
+    return report;
+}
+
+} // namespace Stratum::tools::graph
