@@ -153,6 +153,9 @@ TYPED_TEST(LinearTest, CopiesStandOnTheirOwn) {
         const auto tree = build<Shape>({.type = static_cast<VoxelOffsetType>(type)});
         const auto field = noise(9);
         Volume<TypeParam> volume(tree, field, -70);
+        Volume<TypeParam> other(
+            build<Shape>({.seed = 2, .hole = 0, .type = static_cast<VoxelOffsetType>(type)}), field,
+            -71);
         for (const auto* made : {&volume.plain, &volume.withHalo}) {
             auto original = std::make_unique<Sampler>(*made);
             Sampler assigned(volume.container, volume.topology, *volume.channel);
@@ -160,6 +163,8 @@ TYPED_TEST(LinearTest, CopiesStandOnTheirOwn) {
                 const auto p = toPosition<typename TypeParam::Position>(randomPosition(i, 20));
                 const T expected = original->sample(p);
                 Sampler copy(*original);
+                assigned = other.plain;
+                ASSERT_EQ(assigned.sample(p), other.withHalo.sample(p));
                 assigned = *original;
                 ASSERT_EQ(copy.sample(p), expected);
                 original = std::make_unique<Sampler>(copy);
@@ -368,9 +373,11 @@ TEST(WorkedLinear, TilesCoarserThanTheChannelsDataGiveTheDefault) {
     TreeBuilder<Shape> builder;
     builder.addTile(28, {0, 0, 0});
     builder.addTile(26, {16, 0, 0});
+    builder.addTile(28, {16, 0, 0});
     const auto tree = builder.build(1, VoxelOffsetType::kCorner);
-    ChannelBuilder<Shape, float> fine(tree, "fine", -8,
-                                      [](const auto& tile, auto) { return tile.depth() == 28; });
+    ChannelBuilder<Shape, float> fine(tree, "fine", -8, [](const auto& tile, auto) {
+        return tile.depth() == 28 && tile.tijk().x == 0;
+    });
     fine.fill([](const double3&, int) { return 1.0F; });
     const auto channel = fine.finish();
     const Container<Shape> container(tree);
@@ -383,6 +390,13 @@ TEST(WorkedLinear, TilesCoarserThanTheChannelsDataGiveTheDefault) {
         EXPECT_EQ(sampler.sample({1, 1, 1}, 27, kWorld), -8);
         EXPECT_EQ(sampler.sample({20, 1, 1}, 28, kWorld), -8);
     }
+
+    // Tiles deeper than all of a channel's data do not hide the data above them.
+    ChannelBuilder<Shape, float> coarse(tree, "coarse", -8,
+                                        [](const auto& tile, auto) { return tile.depth() == 26; });
+    coarse.fill([](const double3&, int) { return 2.0F; });
+    const auto above = coarse.finish();
+    EXPECT_EQ((LinearSampler<Shape, float>(container, topology, *above).sample({17, 1, 1})), 2);
 }
 
 } // namespace
