@@ -209,9 +209,9 @@ TEST(Volume256, TakesLittleMoreThanItsValues) {
     EXPECT_LE(static_cast<double>(tree->memoryUsage() + channel->memoryUsage()),
               1.25 * 64 * 1024 * 1024);
     auto accessor = Container<Shape>(tree).tileAccessor();
-    const auto tile = channel->tileData(accessor.tileImpl({127, -128, 5}, 28).treeIndex());
-    const float expected = 127.5F - 255 + 16.5F;
-    EXPECT_EQ(tile(int3(3, 0, 1)), expected);
+    const auto tile = channel->tileData(accessor.tileImpl(int3{127, -128, 5}, 28).treeIndex());
+    const int3 local{3, 0, 1};
+    EXPECT_EQ(tile(local), 127.5F - 255 + 16.5F);
 }
 
 } // namespace

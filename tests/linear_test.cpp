@@ -153,9 +153,9 @@ TYPED_TEST(LinearTest, CopiesStandOnTheirOwn) {
         const auto tree = build<Shape>({.type = static_cast<VoxelOffsetType>(type)});
         const auto field = noise(9);
         Volume<TypeParam> volume(tree, field, -70);
-        Volume<TypeParam> other(
-            build<Shape>({.seed = 2, .hole = 0, .type = static_cast<VoxelOffsetType>(type)}), field,
-            -71);
+        TreeBuilder<Shape> builder;
+        builder.addBox(Shape::kFinestDepth, {{-21, -21, -21}, {20, 20, 20}});
+        Volume<TypeParam> other(builder.build(1, static_cast<VoxelOffsetType>(type)), field, -71);
         for (const auto* made : {&volume.plain, &volume.withHalo}) {
             auto original = std::make_unique<Sampler>(*made);
             Sampler assigned(volume.container, volume.topology, *volume.channel);

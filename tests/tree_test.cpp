@@ -156,9 +156,9 @@ TYPED_TEST(TreeTest, LeavesBoundsAndNeighbours) {
 
     auto accessor = container.tileAccessor();
     using enum NeighborDirection;
-    const auto& right = container.tile(accessor.tileImpl({-1, 0, 0}, 99).treeIndex());
-    const auto& left = container.tile(accessor.tileImpl({-1 - e, 0, 0}, 99).treeIndex());
-    const auto& above = container.tile(accessor.tileImpl({coarse - 1, 0, 0}, 99).treeIndex());
+    const auto& right = container.tile(accessor.tileImpl(int3{-1, 0, 0}, 99).treeIndex());
+    const auto& left = container.tile(accessor.tileImpl(int3{-1 - e, 0, 0}, 99).treeIndex());
+    const auto& above = container.tile(accessor.tileImpl(int3{coarse - 1, 0, 0}, 99).treeIndex());
     EXPECT_EQ(accessor.tileNeighbor(right, kLowerX), &left);
     EXPECT_EQ(accessor.tileNeighbor(left, kUpperX), &right);
     EXPECT_EQ(accessor.tileNeighbor(right, kUpperX), &above);
