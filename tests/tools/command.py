@@ -7,7 +7,7 @@ import sys
 import tempfile
 import time
 
-tool = sys.argv[1]
+tool = os.path.abspath(sys.argv[1])
 failures = []
 
 
@@ -70,14 +70,15 @@ for arguments in [(), ("paint",), ("info",), ("sample", volume), ("slice", volum
     refuses(2, "", *arguments)
 check(not os.path.exists("no.png"), "a failed call leaves no picture")
 
-# Results. The values are those of the formula at the middle of a seed and away from all seeds.
+# Results. The values are those of the formula in the middle of the first seed, which no other one
+# overlaps there by more than a little, and away from all seeds.
 check("Example: stratum sample" in answers("sample", "--help"), "help shows an example")
 for shape in "2", "5":
     check("float3" in answers("info", volume, "--shape", shape), "info names value types")
-    out = answers("sample", volume, "--shape", shape, "-p", "-", stdin="0,0,0.057\n5,5,5\n")
-    header, seed, away = out.splitlines()
+    out = answers("sample", volume, "--shape", shape, "-p", "-", stdin="0.08761,0,0.057\n5,5,5\n")
+    header, seed, away = out.splitlines() or [""] * 3
     check(header == "x,y,z,value" and away == "5,5,5,0", out)
-    check(abs(float(seed.split(",")[3]) - 1) < 0.02, seed)
+    check(0.97 < float(seed.split(",")[3]) < 1.02, seed)
 same = [answers("sample", volume, "--random", "999", "--seed", "4", "--threads", n)
         for n in ("1", "2")]
 check(same[0] == same[1] and len(same[0].splitlines()) == 1000, "threads do not change values")
