@@ -111,8 +111,8 @@ constexpr T splat(ScalarOf<T> s) {
     return fromComponents<T>(components);
 }
 
-/// (b - a) * t + a in every component: exactly a at t = 0, exact for a == b, and exactly linear in
-/// the data; at t = 1 it may miss b by a rounding.
+/// (b - a) * t + a in every component: for finite values whose difference does not overflow exactly
+/// a at t = 0 and exact for a == b; at t = 1 it may miss b by a rounding.
 template <class T>
 constexpr T lerp(const T& a, const T& b, ScalarOf<T> t) {
     if constexpr (std::is_floating_point_v<T>) {

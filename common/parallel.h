@@ -70,6 +70,11 @@ void parallelFor(std::size_t count, std::size_t grain, const Body& body) {
         std::rethrow_exception(failure);
 }
 
+template <class Body>
+void parallelForIsolated(std::size_t count, std::size_t grain, const Body& body) {
+    parallelFor(count, grain, body);
+}
+
 template <class Iterator, class Less>
 void parallelSort(Iterator first, Iterator last, const Less& less) {
     std::sort(first, last, less);
@@ -77,29 +82,55 @@ void parallelSort(Iterator first, Iterator last, const Less& less) {
 
 #else
 
+namespace detail {
+
+template <class Body>
+struct RangeAdapter {
+    Body body;
+    void operator()(const tbb::blocked_range<std::size_t>& range) const {
+        body(IndexRange(range.begin(), range.end()));
+    }
+};
+
+} // namespace detail
+
 /// Runs `body(range)` over [0, count) in pieces of at least `grain` / 2 elements under the auto
 /// partitioner, in a task-group context bound to the caller's. The body is copied whenever a range
 /// is split, so each task works with its own copy. A count that does not exceed the grain runs on
-/// the calling thread without the scheduler.
+/// the calling thread without the scheduler. When the caller's task group is cancelled, ranges are
+/// left out silently.
 template <class Body>
 void parallelFor(std::size_t count, std::size_t grain, const Body& body) {
     if (count <= grain) {
         body(IndexRange(0, count));
         return;
     }
-    struct Adapter {
-        Body body;
-        void operator()(const tbb::blocked_range<std::size_t>& range) const {
-            body(IndexRange(range.begin(), range.end()));
-        }
-    };
-    tbb::parallel_for(tbb::blocked_range<std::size_t>(0, count, grain), Adapter{body});
+    tbb::parallel_for(tbb::blocked_range<std::size_t>(0, count, grain),
+                      detail::RangeAdapter<Body>{body});
 }
 
-/// Sorts by `less`; the order of equal elements is not defined.
+/// The same in a context of its own: it covers every range, whatever becomes of the caller's task
+/// group. For work whose results would otherwise be left half made.
+template <class Body>
+void parallelForIsolated(std::size_t count, std::size_t grain, const Body& body) {
+    if (count <= grain) {
+        body(IndexRange(0, count));
+        return;
+    }
+    tbb::task_group_context isolated(tbb::task_group_context::isolated);
+    tbb::parallel_for(tbb::blocked_range<std::size_t>(0, count, grain),
+                      detail::RangeAdapter<Body>{body}, isolated);
+}
+
+/// Sorts by `less`, whatever becomes of the caller's task group; the order of equal elements is not
+/// defined.
 template <class Iterator, class Less>
 void parallelSort(Iterator first, Iterator last, const Less& less) {
-    tbb::parallel_sort(first, last, less);
+    // The sort takes no context: as a task of an isolated one it is bound to that.
+    parallelForIsolated(2, 1, [&](const IndexRange& range) {
+        if (range.begin() == 0)
+            tbb::parallel_sort(first, last, less);
+    });
 }
 
 #endif

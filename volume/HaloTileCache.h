@@ -37,6 +37,7 @@ public:
     }
 
 private:
+    // The stamp tells when a slot was last used; with one slot a depth nothing has to choose by it.
     struct Entry {
         std::int64_t tile = -1;
         Buffer buffer;

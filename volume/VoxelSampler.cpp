@@ -37,9 +37,9 @@ Ostrum::String VoxelSampler<Traits, PositionT>::name() const {
     return "kNone";
 }
 
-template class VoxelSampler<Traits<2, 4, 1>, float3>;
-template class VoxelSampler<Traits<2, 4, 1>, double3>;
-template class VoxelSampler<Traits<5, 5, 1>, float3>;
-template class VoxelSampler<Traits<5, 5, 1>, double3>;
+#define STRATUM_TREE_SHAPE(B, W)                                                                   \
+    template class VoxelSampler<Traits<B, W, 1>, float3>;                                          \
+    template class VoxelSampler<Traits<B, W, 1>, double3>;
+#include "common/rows.def"
 
 } // namespace KDX::TileTree3D

@@ -113,9 +113,9 @@ private:
     }
 };
 
-extern template class VoxelSampler<Traits<2, 4, 1>, float3>;
-extern template class VoxelSampler<Traits<2, 4, 1>, double3>;
-extern template class VoxelSampler<Traits<5, 5, 1>, float3>;
-extern template class VoxelSampler<Traits<5, 5, 1>, double3>;
+#define STRATUM_TREE_SHAPE(B, W)                                                                   \
+    extern template class VoxelSampler<Traits<B, W, 1>, float3>;                                   \
+    extern template class VoxelSampler<Traits<B, W, 1>, double3>;
+#include "common/rows.def"
 
 } // namespace KDX::TileTree3D

@@ -1,9 +1,14 @@
 #pragma once
 
+#include "KDX/partsFit.h"
 #include "volume/HaloTileCache-inl.h"
 #include "volume/VoxelSamplerLinear.h"
 
+#include <stdexcept>
+
 namespace KDX::TileTree3D {
+
+inline constexpr char kUnfit[] = "container, topology and channel are not parts of one tree";
 
 template <class Tr, class V, int N, class S, class P, int A, int B, int C, int D>
 VoxelSamplerLinear<Tr, V, N, S, P, A, B, C, D>::VoxelSamplerLinear(const Container<Tr>& tree,
@@ -12,7 +17,10 @@ VoxelSamplerLinear<Tr, V, N, S, P, A, B, C, D>::VoxelSamplerLinear(const Contain
     : Base(tree, voxels), haloAccessor(tree.tileAccessor()),
       inverseVoxelSize(S{1} / static_cast<S>(tree.voxelSize())), container(&tree), channel(&plain),
       haloChannel(nullptr), topology(&voxels), haloLayout_(haloLayout<Tr>(voxels.offsetType())),
-      defaultValue(plain.defaultValue()), minDepth(plain.minDepth()), maxDepth(plain.depth()) {}
+      defaultValue(plain.defaultValue()), minDepth(plain.minDepth()), maxDepth(plain.depth()) {
+    if (!partsFit(tree, voxels, plain))
+        throw std::invalid_argument(kUnfit);
+}
 
 template <class Tr, class V, int N, class S, class P, int A, int B, int C, int D>
 VoxelSamplerLinear<Tr, V, N, S, P, A, B, C, D>::VoxelSamplerLinear(const Container<Tr>& tree,
@@ -21,7 +29,10 @@ VoxelSamplerLinear<Tr, V, N, S, P, A, B, C, D>::VoxelSamplerLinear(const Contain
     : Base(tree, voxels), haloAccessor(tree.tileAccessor()),
       inverseVoxelSize(S{1} / static_cast<S>(tree.voxelSize())), container(&tree), channel(nullptr),
       haloChannel(&halo), topology(&voxels), haloLayout_(haloLayout<Tr>(voxels.offsetType())),
-      defaultValue(halo.defaultValue()), minDepth(halo.minDepth()), maxDepth(halo.depth()) {}
+      defaultValue(halo.defaultValue()), minDepth(halo.minDepth()), maxDepth(halo.depth()) {
+    if (!partsFit(tree, voxels, halo))
+        throw std::invalid_argument(kUnfit);
+}
 
 template <class Tr, class V, int N, class S, class P, int A, int B, int C, int D>
 Ostrum::String VoxelSamplerLinear<Tr, V, N, S, P, A, B, C, D>::name() const {

@@ -32,6 +32,7 @@ public:
     /// What a sampler of the operators passes as depth limit.
     static constexpr int kFinestDepth = Traits::kFinestDepth;
 
+    /// Both throw std::invalid_argument when the parts do not belong to one tree.
     VoxelSamplerLinear(const Container<Traits>& container, const VoxelTopology<Traits>& topology,
                        const PlainChannel& channel);
     VoxelSamplerLinear(const Container<Traits>& container, const VoxelTopology<Traits>& topology,

@@ -2,6 +2,7 @@
 
 #include "KDX/Channel.h"
 #include "KDX/RestrictedTiles.h"
+#include "common/parallel.h"
 
 #include <algorithm>
 #include <limits>
@@ -29,13 +30,13 @@ void Channel<Traits, T, Wd, Hf, Reserved>::update(const VoxelTopology<Traits>& t
     setLayout(topology.tree(),
               Ostrum::makePtr<const Layout>(*topology.tree(), coarsestAllowed_, finestAllowed_,
                                             holdsVoxels),
-              false);
+              callElementConstructor_ ? Values::kDefault : Values::kUnset);
 }
 
 template <class Traits, class T, int Wd, int Hf, int Reserved>
 void Channel<Traits, T, Wd, Hf, Reserved>::setLayout(Ostrum::Ptr<const Tree> tree,
                                                      Ostrum::Ptr<const Layout> layout,
-                                                     bool overwritten) {
+                                                     Values initial) {
     const int width = Traits::kVoxelsPerAxis +
                       (kIsHalo ? (tree->offsetType() == VoxelOffsetType::kCorner ? 1 : 2) : 0);
     const auto valuesPerTile = static_cast<std::size_t>(width * width * width);
@@ -50,10 +51,14 @@ void Channel<Traits, T, Wd, Hf, Reserved>::setLayout(Ostrum::Ptr<const Tree> tre
         const std::size_t count = from.slotCount * valuesPerTile;
         const auto d = static_cast<std::size_t>(depth);
         memory[d] = ChannelMemory(count * sizeof(T), pooledMemory_);
-        T* values = static_cast<T*>(memory[d].get());
-        if (callElementConstructor_ && !overwritten)
-            std::uninitialized_fill_n(values, count, defaultValue_);
-        levels[d] = {values, from.slots.empty() ? nullptr : from.slots.data(), from.tileCount};
+        T* first = static_cast<T*>(memory[d].get());
+        if (initial == Values::kDefault)
+            Stratum::parallelForIsolated(
+                from.slotCount, 1024, [&](const Stratum::IndexRange& tiles) {
+                    std::uninitialized_fill(first + tiles.begin() * valuesPerTile,
+                                            first + tiles.end() * valuesPerTile, defaultValue_);
+                });
+        levels[d] = {first, from.slots.empty() ? nullptr : from.slots.data(), from.tileCount};
     }
     levels_ = levels;
     memory_ = std::move(memory);
@@ -115,7 +120,8 @@ ChannelPool::allocate(const T& defaultValue, bool callElementConstructor, bool p
         throw std::invalid_argument("a channel can only be laid out like a voxel topology");
     auto channel = Ostrum::makePtr<Channel<Traits, T, Wd, Hf, 0>>(
         "", defaultValue, pooledMemory, callElementConstructor, coarsestDepth, finestDepth);
-    channel->setLayout(topology->tree(), Ostrum::makePtr<const ChannelLayout<Traits>>(), true);
+    channel->setLayout(topology->tree(), Ostrum::makePtr<const ChannelLayout<Traits>>(),
+                       Channel<Traits, T, Wd, Hf, 0>::Values::kUnset);
     return channel;
 }
 

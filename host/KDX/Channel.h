@@ -50,10 +50,14 @@ public:
     /// values, all equal to the default.
     void update(const VoxelTopology<Traits>& topology);
 
-    /// Lays the channel out as given. Values are unset when the channel was made without element
-    /// constructors or `overwritten` says that all will be written.
-    void setLayout(Ostrum::Ptr<const Tree> tree, Ostrum::Ptr<const Layout> layout,
-                   bool overwritten);
+    /// What values are after a channel was laid out.
+    enum class Values {
+        kDefault, ///< all equal to the default
+        kUnset,   ///< not initialised: whoever lays the channel out writes every one of them
+    };
+
+    /// Lays the channel out as given; values of a former layout are gone.
+    void setLayout(Ostrum::Ptr<const Tree> tree, Ostrum::Ptr<const Layout> layout, Values initial);
 
     /// Drops all tiles.
     void clear() noexcept;

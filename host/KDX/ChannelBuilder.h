@@ -9,6 +9,7 @@
 #include <functional>
 #include <span>
 #include <stdexcept>
+#include <string>
 
 namespace KDX::TileTree3D {
 
@@ -40,10 +41,12 @@ public:
                    const T& defaultValue, const Holds& holds = holdsWhereVoxelsAre)
         : channel_(
               Ostrum::makePtr<Plain>(name, defaultValue, false, true, 0, Traits::kFinestDepth)) {
+        if (!tree)
+            throw std::invalid_argument("a channel needs a tree");
         channel_->setLayout(
             tree,
             Ostrum::makePtr<const ChannelLayout<Traits>>(*tree, 0, Traits::kFinestDepth, holds),
-            false);
+            Plain::Values::kDefault);
     }
 
     /// Calls `f(tile, index, values)` for every tile with data, in parallel; values are x fastest.
@@ -66,8 +69,8 @@ public:
 
     /// Copies a dense block, x fastest, whose first value belongs to the voxel at data coordinates
     /// `first` of a depth: the voxel that begins at index `first` times the depth's voxel width.
-    /// What lies in tiles without data is passed over. Throws std::invalid_argument when the block
-    /// has not size.x * size.y * size.z values.
+    /// What lies in tiles without data is passed over. Throws std::invalid_argument for what is no
+    /// depth, for a negative size and when the block has not size.x * size.y * size.z values.
     void setBlock(int depth, const int3& first, const int3& size, std::span<const T> block);
 
     /// Sets one tile's values, x fastest. Throws std::out_of_range for a tile without data.
@@ -85,7 +88,8 @@ public:
     /// The finished channel; the builder must not be used afterwards.
     Ostrum::Ptr<Plain> finish() {
         if (channel_->minDepth() < channel_->depth())
-            channel_->setRestricted(std::make_unique<const RestrictedTiles<Traits, T>>(*channel_));
+            channel_->setRestricted(std::make_unique<const RestrictedTiles<Traits, T>>(
+                *channel_, RestrictedTiles<Traits, T>::Keep::kNearOtherDepths));
         return std::move(channel_);
     }
 
@@ -106,10 +110,14 @@ public:
     }
 
 private:
+    static void checkBlock(int depth, const int3& size, std::size_t valueCount);
+    static void copyFromBlock(const int3& tijk, int depth, const int3& first, const int3& size,
+                              const T* block, T* values);
+
     template <class F>
     void fillTilesAt(int depth, const F& f) {
         const auto tiles = channel_->tree()->tiles(depth);
-        Stratum::parallelFor(tiles.size(), 16, [&](const Stratum::IndexRange& range) {
+        Stratum::parallelForIsolated(tiles.size(), 16, [&](const Stratum::IndexRange& range) {
             for (std::size_t i = range.begin(); i < range.end(); ++i) {
                 const TreeIndex index{static_cast<std::int64_t>(i), depth};
                 if (T* values = channel_->writableTileData(index))
@@ -124,25 +132,60 @@ private:
 template <class Traits, class T>
 void ChannelBuilder<Traits, T>::setBlock(int depth, const int3& first, const int3& size,
                                          std::span<const T> block) {
-    const auto extent = [](int n) { return static_cast<std::size_t>(std::max(n, 0)); };
-    if (block.size() != extent(size.x) * extent(size.y) * extent(size.z))
-        throw std::invalid_argument("the block's values do not match its size");
-    fillTilesAt(depth, [&](const Tile& tile, const TreeIndex&, TileSpan values) {
-        const int width = tile.voxelDataWidth();
-        const int3 at{tile.tijk().x / width, tile.tijk().y / width, tile.tijk().z / width};
-        const auto inBlock = [](int v, int lower, int n) {
-            const std::int64_t offset = std::int64_t{v} - lower;
-            return offset >= 0 && offset < n ? offset : -1;
-        };
-        for (std::size_t flat = 0; flat < values.size(); ++flat) {
-            const int v = static_cast<int>(flat);
-            const std::int64_t x = inBlock(at.x + v % W, first.x, size.x),
-                               y = inBlock(at.y + v / W % W, first.y, size.y),
-                               z = inBlock(at.z + v / (W * W), first.z, size.z);
-            if (x >= 0 && y >= 0 && z >= 0)
-                values[flat] = block[x + size.x * (y + size.y * z)];
+    checkBlock(depth, size, block.size());
+    if (block.empty())
+        return;
+    // Tiles of the depth that the block touches, in units of that depth's tiles.
+    const auto lowest = [](int v) { return floorDiv(v, W); };
+    const auto count = [&](int v, int n) {
+        return static_cast<std::size_t>(floorDiv(std::int64_t{v} + n - 1, W) - lowest(v) + 1);
+    };
+    const std::size_t nx = count(first.x, size.x), ny = count(first.y, size.y),
+                      nz = count(first.z, size.z);
+    Stratum::parallelForIsolated(nx * ny * nz, 16, [&](const Stratum::IndexRange& range) {
+        typename Tree::Cursor cursor;
+        const std::int64_t edge = Traits::tileExtent(depth);
+        for (std::size_t i = range.begin(); i < range.end(); ++i) {
+            const WideIndex origin{
+                (lowest(first.x) + static_cast<std::int64_t>(i % nx)) * edge,
+                (lowest(first.y) + static_cast<std::int64_t>(i / nx % ny)) * edge,
+                (lowest(first.z) + static_cast<std::int64_t>(i / nx / ny)) * edge};
+            const auto found = channel_->tree()->find(origin, depth, cursor);
+            if (found.depth() != depth)
+                continue;
+            if (T* values = channel_->writableTileData(found.treeIndex()))
+                copyFromBlock(found.tijk(), depth, first, size, block.data(), values);
         }
     });
+}
+
+template <class Traits, class T>
+void ChannelBuilder<Traits, T>::checkBlock(int depth, const int3& size, std::size_t valueCount) {
+    if (!Traits::isDepth(depth))
+        throw std::invalid_argument("there is no depth " + std::to_string(depth));
+    if (std::min({size.x, size.y, size.z}) < 0)
+        throw std::invalid_argument("a block's size must not be negative");
+    __extension__ using Wide = unsigned __int128;
+    const Wide wanted =
+        static_cast<Wide>(size.x) * static_cast<Wide>(size.y) * static_cast<Wide>(size.z);
+    if (wanted != valueCount)
+        throw std::invalid_argument("the block's values do not match its size");
+}
+
+// Copies the part of a block that lies in a tile.
+template <class Traits, class T>
+void ChannelBuilder<Traits, T>::copyFromBlock(const int3& tijk, int depth, const int3& first,
+                                              const int3& size, const T* block, T* values) {
+    const std::int64_t width = Traits::voxelWidth(depth);
+    const auto offset = [width](int origin, int lower) { return origin / width - lower; };
+    const std::int64_t x0 = offset(tijk.x, first.x), y0 = offset(tijk.y, first.y),
+                       z0 = offset(tijk.z, first.z);
+    const auto inside = [](std::int64_t v, int n) { return v >= 0 && v < n; };
+    for (int v = 0; v < Traits::kVoxelCount; ++v) {
+        const std::int64_t x = x0 + v % W, y = y0 + v / W % W, z = z0 + v / (W * W);
+        if (inside(x, size.x) && inside(y, size.y) && inside(z, size.z))
+            values[v] = block[x + size.x * (y + size.y * z)];
+    }
 }
 
 template <class Traits, class T>
@@ -151,7 +194,8 @@ void ChannelBuilder<Traits, T>::restrictFrom(int depth) {
         if (channel_->layout()->level(d).slotCount == 0)
             continue;
         // Children that are refined and hold no data themselves are restricted on the way.
-        channel_->setRestricted(std::make_unique<const RestrictedTiles<Traits, T>>(*channel_));
+        channel_->setRestricted(std::make_unique<const RestrictedTiles<Traits, T>>(
+            *channel_, RestrictedTiles<Traits, T>::Keep::kAll));
         fillTilesAt(d, [&](const Tile& tile, const TreeIndex&, TileSpan values) {
             if (!tile.hasChildren())
                 return;

@@ -1,37 +1,41 @@
 #include "KDX/ChannelPool.h"
 #include "Ostrum/Memory.h"
 
+#include <algorithm>
 #include <atomic>
-#include <iterator>
-#include <map>
+#include <deque>
 #include <mutex>
+#include <new>
 
 namespace KDX::TileTree3D {
 
 namespace {
 constexpr std::size_t kDefaultLimit = std::size_t{512} << 20;
 
+struct Block {
+    std::size_t bytes;
+    void* memory;
+};
+
 struct Pool {
     std::atomic<bool> enabled{true};
     std::mutex mutex;
-    std::multimap<std::size_t, void*> unused; // by size
+    std::deque<Block> unused; // oldest first
     std::size_t retained = 0;
     std::size_t limit = kDefaultLimit;
 
-    ~Pool() { shrinkTo(0); }
-
-    void shrinkTo(std::size_t bytes) {
-        while (retained > bytes && !unused.empty()) {
-            const auto largest = std::prev(unused.end());
-            retained -= largest->first;
-            Ostrum::deallocate(largest->second);
-            unused.erase(largest);
+    void shrinkTo(std::size_t bytes) noexcept {
+        while (retained > bytes) {
+            retained -= unused.front().bytes;
+            Ostrum::deallocate(unused.front().memory);
+            unused.pop_front();
         }
     }
 };
 
+// Never destroyed: channels may outlive every static object.
 Pool& pool() {
-    static Pool instance;
+    static Pool& instance = *new Pool;
     return instance;
 }
 
@@ -70,23 +74,32 @@ void* ChannelMemoryPool::allocate(std::size_t bytes) {
     {
         Pool& p = pool();
         const std::lock_guard lock(p.mutex);
-        if (const auto found = p.unused.find(bytes); found != p.unused.end()) {
-            void* memory = found->second;
+        const auto found = std::ranges::find(p.unused, bytes, &Block::bytes);
+        if (found != p.unused.end()) {
+            void* memory = found->memory;
             p.unused.erase(found);
             p.retained -= bytes;
             return memory;
         }
     }
+    try {
+        return Ostrum::allocate(bytes);
+    } catch (const std::bad_alloc&) {
+        if (retained() == 0)
+            throw;
+    }
+    trim();
     return Ostrum::allocate(bytes);
 }
 
 void ChannelMemoryPool::deallocate(void* memory, std::size_t bytes) noexcept {
     Pool& p = pool();
     const std::lock_guard lock(p.mutex);
-    if (!memory || bytes > p.limit || p.retained > p.limit - bytes)
+    if (!memory || bytes > p.limit)
         return Ostrum::deallocate(memory);
+    p.shrinkTo(p.limit - bytes);
     try {
-        p.unused.emplace(bytes, memory);
+        p.unused.push_back({bytes, memory});
         p.retained += bytes;
     } catch (...) {
         Ostrum::deallocate(memory);

@@ -14,7 +14,8 @@ template <class Traits, class T, int Wd, int Hf, int Reserved>
 class Channel;
 
 /// Keeps blocks that channels gave back, up to a limit, so that the next channel of the same size
-/// need not take (and have the system clear) fresh memory. Safe from every thread.
+/// need not take (and have the system clear) fresh memory; the oldest make room for newer ones.
+/// Safe from every thread.
 class OSTRUM_API ChannelMemoryPool {
 public:
     /// Whether new channels should take their memory here. On at the start.

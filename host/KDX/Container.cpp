@@ -75,14 +75,16 @@ auto Container<Traits>::ConstTileAccessor::tileNeighbor(const Tile& tile,
                                                         NeighborDirection direction)
     -> const Tile* {
     const int side = static_cast<int>(direction);
-    const std::int64_t step = side % 2 == 0 ? -1 : tile.tileVoxelWidth();
-    std::int64_t at[3] = {tile.tijk().x, tile.tijk().y, tile.tijk().z};
-    at[side / 2] += step;
-    if (at[side / 2] < std::numeric_limits<int>::min() ||
-        at[side / 2] > std::numeric_limits<int>::max())
-        return nullptr;
-    const int3 ijk{static_cast<int>(at[0]), static_cast<int>(at[1]), static_cast<int>(at[2])};
+    WideIndex ijk{tile.tijk().x, tile.tijk().y, tile.tijk().z};
+    std::int64_t& along = side / 2 == 0 ? ijk.x : side / 2 == 1 ? ijk.y : ijk.z;
+    along += side % 2 == 0 ? -1 : tile.tileVoxelWidth();
     return tree_->tile(tileImpl(ijk, tile.depth()).treeIndex());
+}
+
+template <class Traits>
+Container<Traits>::Container(Ostrum::Ptr<const TileTree<Traits>> tree) : tree_(std::move(tree)) {
+    if (!tree_)
+        throw std::invalid_argument("a container needs a tree");
 }
 
 template <class Traits>
@@ -133,7 +135,7 @@ void Container<Traits>::reduceInternalNonInlined(Visitor<Container>& visitor, Tr
         walk.visit({static_cast<std::int64_t>(root), 0});
 }
 
-template class Container<Traits<2, 4, 1>>;
-template class Container<Traits<5, 5, 1>>;
+#define STRATUM_TREE_SHAPE(B, W) template class Container<Traits<B, W, 1>>;
+#include "common/rows.def"
 
 } // namespace KDX::TileTree3D

@@ -6,6 +6,8 @@
 #include "KDX/Visitor.h"
 #include "Ostrum/Ptr.h"
 
+#include <concepts>
+
 namespace KDX::TileTree3D {
 
 using Vantor::Math::bbox;
@@ -33,6 +35,11 @@ public:
             return tree_->find(ijk, maxDepth, cursor_);
         }
 
+        template <std::same_as<WideIndex> Index>
+        Record tileImpl(const Index& ijk, int maxDepth) {
+            return tree_->find(ijk, maxDepth, cursor_);
+        }
+
         /// The tile that lies beside the given one, across the face in that direction: of the same
         /// depth, or the deepest coarser one, or null where there is none.
         const Tile* tileNeighbor(const Tile& tile, NeighborDirection direction);
@@ -42,7 +49,8 @@ public:
         typename TileTree<Traits>::Cursor cursor_;
     };
 
-    explicit Container(Ostrum::Ptr<const TileTree<Traits>> tree) : tree_(std::move(tree)) {}
+    /// Throws std::invalid_argument for no tree.
+    explicit Container(Ostrum::Ptr<const TileTree<Traits>> tree);
 
     /// The tile of a handle; throws std::out_of_range for a handle that names none.
     const Tile& tile(const TreeIndex& index) const;

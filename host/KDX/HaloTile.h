@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <array>
-#include <limits>
 #include <vector>
 
 namespace KDX::TileTree3D {
@@ -97,14 +96,10 @@ private:
         if (d == int3{0, 0, 0})
             return {tile.tijk(), index};
         const std::int64_t extent = tile.tileVoxelWidth();
-        const std::int64_t x = tile.tijk().x + d.x * extent, y = tile.tijk().y + d.y * extent,
-                           z = tile.tijk().z + d.z * extent;
-        constexpr std::int64_t kMin = std::numeric_limits<int>::min(),
-                               kMax = std::numeric_limits<int>::max();
-        if (std::min({x, y, z}) < kMin || std::max({x, y, z}) > kMax)
-            return {};
-        return accessor.tileImpl({static_cast<int>(x), static_cast<int>(y), static_cast<int>(z)},
-                                 tile.depth());
+        const int3& origin = tile.tijk();
+        return accessor.tileImpl(
+            WideIndex{origin.x + d.x * extent, origin.y + d.y * extent, origin.z + d.z * extent},
+            tile.depth());
     }
 
     template <class ParentValues>
@@ -121,8 +116,8 @@ private:
         forEachVoxel(d, [&](int i, int j, int k) { out[flat(i, j, k)] = absent_; });
     }
 
-    // A whole row has a length that the compiler knows: a call to copy so few values would cost more
-    // than the copying.
+    // A whole row has a length that the compiler knows: a call to copy so few values would cost
+    // more than the copying.
     static void copyRow(const T* from, int count, T* to) {
         if (count == W) {
             for (int i = 0; i < W; ++i)

@@ -1,6 +1,9 @@
 #include "KDX/Object.h"
 #include "KDX/exceptionMessage.h"
 
+#include <stdexcept>
+#include <typeinfo>
+
 namespace KDX {
 
 const Ostrum::String exceptionMessage("The job was cancelled by the host.");
@@ -8,6 +11,13 @@ const Ostrum::String exceptionMessage("The job was cancelled by the host.");
 Component::~Component() = default;
 
 void Object::addComponent(const Ostrum::String& name, const Ostrum::Ptr<Component>& component) {
+    if (!component)
+        throw std::invalid_argument("a component must not be null");
+    for (auto& [key, value] : components_)
+        if (key == name && typeid(*value) == typeid(*component)) {
+            value = component;
+            return;
+        }
     components_.emplace_back(name, component);
 }
 

@@ -23,6 +23,7 @@ public:
 /// do.
 class OSTRUM_API Object {
 public:
+    /// Takes the place of a component of the same name and type, if there is one.
     void addComponent(const Ostrum::String& name, const Ostrum::Ptr<Component>& component);
 
     /// The component of that name and type, or null.

@@ -3,42 +3,109 @@
 #include "KDX/RestrictedTiles.h"
 #include "common/parallel.h"
 
+#include <algorithm>
+
 namespace KDX::TileTree3D {
 
 template <class Traits, class T>
-RestrictedTiles<Traits, T>::RestrictedTiles(const Plain& channel) {
-    const auto& tree = *channel.tree();
-    constexpr auto kNoSlot = ChannelLayout<Traits>::kNoSlot;
-    for (int depth = channel.depth() - 1; depth >= channel.minDepth() && depth >= 0; --depth) {
+RestrictedTiles<Traits, T>::RestrictedTiles(const Plain& channel, Keep keep) {
+    const auto prune = [&](int depth) {
         Level& level = levels_[depth];
-        const auto tiles = tree.tiles(depth);
-        std::vector<std::uint32_t> tileOfSlot;
-        level.slots.assign(tiles.size(), kNoSlot);
-        for (std::size_t i = 0; i < tiles.size(); ++i)
-            if (tiles[i].hasChildren() &&
-                !channel.tileData({static_cast<std::int64_t>(i), depth})) {
-                level.slots[i] = static_cast<std::uint32_t>(tileOfSlot.size());
-                tileOfSlot.push_back(static_cast<std::uint32_t>(i));
-            }
-        level.values.resize(tileOfSlot.size() * static_cast<std::size_t>(Traits::kVoxelCount));
-        level.present.resize(tileOfSlot.size());
-        const auto restrictRange = [&](const Stratum::IndexRange& range) {
-            for (std::size_t s = range.begin(); s < range.end(); ++s) {
-                const auto& tile = tiles[tileOfSlot[s]];
-                const auto childAt = [&](const int3& cell) -> TileValues<Traits, T> {
-                    const TreeIndex child = tile.childTreeIndex(cell);
-                    if (const auto own = channel.tileData(child))
-                        return {own.data(), nullptr};
-                    return this->tile(child);
-                };
-                restrictTile<Traits, T>(tree.offsetType(), channel.defaultValue(), childAt,
-                                        level.values.data() +
-                                            s * static_cast<std::size_t>(Traits::kVoxelCount),
-                                        level.present[s]);
-            }
-        };
-        Stratum::parallelFor(tileOfSlot.size(), 64, restrictRange);
+        if (keep == Keep::kNearOtherDepths && !level.tiles.empty())
+            level = select(level, wantedTiles(channel, level, depth));
+    };
+    const int coarsest = std::max(channel.minDepth(), 0);
+    for (int depth = channel.depth() - 1; depth >= coarsest; --depth) {
+        levels_[depth] = restrictLevel(channel, *this, depth);
+        prune(depth + 1);
     }
+    prune(coarsest);
+}
+
+// All refined tiles of a depth without data, from data and from what `finer` has a depth below.
+template <class Traits, class T>
+auto RestrictedTiles<Traits, T>::restrictLevel(const Plain& channel, const RestrictedTiles& finer,
+                                               int depth) -> Level {
+    const auto& tree = *channel.tree();
+    const auto tiles = tree.tiles(depth);
+    Level level;
+    for (std::size_t i = 0; i < tiles.size(); ++i)
+        if (tiles[i].hasChildren() && !channel.tileData({static_cast<std::int64_t>(i), depth}))
+            level.tiles.push_back(static_cast<std::uint32_t>(i));
+    constexpr auto kCount = static_cast<std::size_t>(Traits::kVoxelCount);
+    level.values.resize(level.tiles.size() * kCount);
+    level.present.resize(level.tiles.size());
+    Stratum::parallelForIsolated(level.tiles.size(), 64, [&](const Stratum::IndexRange& range) {
+        for (std::size_t s = range.begin(); s < range.end(); ++s) {
+            const auto& tile = tiles[level.tiles[s]];
+            const auto childAt = [&](const int3& cell) -> TileValues<Traits, T> {
+                const TreeIndex child = tile.childTreeIndex(cell);
+                if (const auto own = channel.tileData(child))
+                    return {own.data(), nullptr};
+                return finer.tile(child);
+            };
+            restrictTile<Traits, T>(tree.offsetType(), channel.defaultValue(), childAt,
+                                    level.values.data() + s * kCount, level.present[s]);
+        }
+    });
+    return level;
+}
+
+// A flag for each tile of a level that halo tiles can ask for.
+template <class Traits, class T>
+std::vector<std::uint8_t> RestrictedTiles<Traits, T>::wantedTiles(const Plain& channel,
+                                                                  const Level& level, int depth) {
+    const auto& tree = *channel.tree();
+    const auto tiles = tree.tiles(depth);
+    const std::int64_t edge = Traits::tileExtent(depth);
+    const auto anyAround = [&](std::uint32_t index, auto& cursor, const auto& isWanted) {
+        const int3& at = tiles[index].tijk();
+        for (int n = 0; n < 27; ++n) {
+            const WideIndex beside{at.x + (n % 3 - 1) * edge, at.y + (n / 3 % 3 - 1) * edge,
+                                   at.z + (n / 9 - 1) * edge};
+            if (const auto found = tree.find(beside, depth, cursor);
+                found && isWanted(found.treeIndex()))
+                return true;
+        }
+        return false;
+    };
+    const auto flagAll = [&](const auto& isWanted) {
+        std::vector<std::uint8_t> flags(level.tiles.size());
+        Stratum::parallelForIsolated(flags.size(), 64, [&](const Stratum::IndexRange& range) {
+            typename TileTree<Traits>::Cursor cursor;
+            for (std::size_t s = range.begin(); s < range.end(); ++s)
+                flags[s] = anyAround(level.tiles[s], cursor, isWanted);
+        });
+        return flags;
+    };
+    const auto besideData =
+        flagAll([&](const TreeIndex& index) { return static_cast<bool>(channel.tileData(index)); });
+    return flagAll([&](const TreeIndex& index) {
+        if (index.depth != depth)
+            return false;
+        const auto found = std::ranges::lower_bound(level.tiles, index.index);
+        return found != level.tiles.end() && *found == index.index &&
+               besideData[static_cast<std::size_t>(found - level.tiles.begin())] != 0;
+    });
+}
+
+// The wanted tiles of a level, as far as any of their voxels exists.
+template <class Traits, class T>
+auto RestrictedTiles<Traits, T>::select(const Level& level, const std::vector<std::uint8_t>& wanted)
+    -> Level {
+    Level kept;
+    for (std::size_t s = 0; s < level.tiles.size(); ++s) {
+        if (!wanted[s] || level.present[s].none())
+            continue;
+        kept.tiles.push_back(level.tiles[s]);
+        kept.present.push_back(level.present[s]);
+        const T* values = level.values.data() + s * static_cast<std::size_t>(Traits::kVoxelCount);
+        kept.values.insert(kept.values.end(), values, values + Traits::kVoxelCount);
+    }
+    kept.tiles.shrink_to_fit();
+    kept.present.shrink_to_fit();
+    kept.values.shrink_to_fit();
+    return kept;
 }
 
 template <class Traits, class T>
@@ -46,10 +113,10 @@ TileValues<Traits, T> RestrictedTiles<Traits, T>::tile(const TreeIndex& index) c
     if (!Traits::isDepth(index.depth))
         return {};
     const Level& level = levels_[index.depth];
-    const auto i = static_cast<std::size_t>(index.index);
-    if (i >= level.slots.size() || level.slots[i] == ChannelLayout<Traits>::kNoSlot)
+    const auto found = std::ranges::lower_bound(level.tiles, index.index);
+    if (found == level.tiles.end() || *found != index.index)
         return {};
-    const std::size_t slot = level.slots[i];
+    const auto slot = static_cast<std::size_t>(found - level.tiles.begin());
     return {level.values.data() + slot * static_cast<std::size_t>(Traits::kVoxelCount),
             &level.present[slot]};
 }
@@ -58,9 +125,8 @@ template <class Traits, class T>
 std::size_t RestrictedTiles<Traits, T>::memoryUsage() const {
     std::size_t bytes = 0;
     for (const Level& level : levels_)
-        bytes += level.slots.capacity() * sizeof(std::uint32_t) +
-                 level.values.capacity() * sizeof(T) +
-                 level.present.capacity() * sizeof(typename TileValues<Traits, T>::Present);
+        bytes += level.tiles.capacity() * sizeof(std::uint32_t) +
+                 level.values.capacity() * sizeof(T) + level.present.capacity() * sizeof(Present);
     return bytes;
 }
 

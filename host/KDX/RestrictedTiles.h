@@ -5,30 +5,50 @@
 #include "KDX/Restriction.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
 namespace KDX::TileTree3D {
 
-/// The values of all tiles that are refined, hold no data of their own and lie at a depth where the
-/// channel has data. Built with the channel, because a neighbour of another depth needs them and
-/// finding one may mean to sum over all of its finer voxels.
+/// The values of tiles that are refined and hold no data of their own, at depths where the channel
+/// has data. Built with the channel, because a neighbour of another depth needs them and finding
+/// one may mean to sum over all of its finer voxels.
 template <class Traits, class T>
 class OSTRUM_API RestrictedTiles {
 public:
     using Plain = Channel<Traits, T, Traits::kVoxelsPerAxis, 0, 0>;
 
-    explicit RestrictedTiles(const Plain& channel);
+    /// Which of them to keep.
+    enum class Keep {
+        kAll,
+        /// Those that halo tiles can ask for: beside a tile with data of the same or a coarser
+        /// depth, or beside such a tile again.
+        kNearOtherDepths,
+    };
 
+    RestrictedTiles(const Plain& channel, Keep keep);
+
+    /// None for a tile that is not kept.
     TileValues<Traits, T> tile(const TreeIndex& index) const;
     std::size_t memoryUsage() const;
 
 private:
+    using Present = typename TileValues<Traits, T>::Present;
+
     struct Level {
-        std::vector<std::uint32_t> slots; // by tile index
+        std::vector<std::uint32_t> tiles; // ascending
         std::vector<T, Ostrum::Allocator<T>> values;
-        std::vector<typename TileValues<Traits, T>::Present> present;
+        std::vector<Present> present;
     };
+
+    static Level restrictLevel(const Plain& channel, const RestrictedTiles& finer, int depth);
+    static std::vector<std::uint8_t> wantedTiles(const Plain& channel, const Level& level,
+                                                 int depth);
+    static Level select(const Level& level, const std::vector<std::uint8_t>& wanted);
+
+    RestrictedTiles() = default;
+
     std::array<Level, Traits::kDepthCount> levels_;
 };
 

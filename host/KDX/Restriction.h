@@ -25,7 +25,7 @@ struct OSTRUM_API TileValues {
 
 namespace detail {
 
-// A mean that is exact for equal values: the first plus the mean difference from it.
+// A mean that is exact for equal finite values: the first plus the mean difference from it.
 template <class T>
 class Mean {
 public:

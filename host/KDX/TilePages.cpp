@@ -90,7 +90,7 @@ void TilePages<Traits>::build(std::span<const std::vector<Tile>> tilesByDepth) {
     }
 }
 
-template class TilePages<Traits<2, 4, 1>>;
-template class TilePages<Traits<5, 5, 1>>;
+#define STRATUM_TREE_SHAPE(B, W) template class TilePages<Traits<B, W, 1>>;
+#include "common/rows.def"
 
 } // namespace KDX::TileTree3D

@@ -48,11 +48,22 @@ public:
         int level = 0;
     };
 
-    /// False for an index below every tile's reach.
+    /// The lowest index that a tile can hold.
+    static constexpr std::int64_t kLowest =
+        B == 2 ? std::int64_t{std::numeric_limits<int>::min()} : -Traits::tileExtent(0);
+
+    /// False for an index out of every tile's reach.
     static bool toPlace(const int3& ijk, Place& place) {
         if constexpr (B != 2)
             if (ijk.x < kLowest || ijk.y < kLowest || ijk.z < kLowest)
                 return false;
+        place = {fromLowest(ijk.x), fromLowest(ijk.y), fromLowest(ijk.z)};
+        return true;
+    }
+    static bool toPlace(const WideIndex& ijk, Place& place) {
+        constexpr std::int64_t kEnd = kLowest + (std::int64_t{1} << 32);
+        if (std::min({ijk.x, ijk.y, ijk.z}) < kLowest || std::max({ijk.x, ijk.y, ijk.z}) >= kEnd)
+            return false;
         place = {fromLowest(ijk.x), fromLowest(ijk.y), fromLowest(ijk.z)};
         return true;
     }
@@ -73,7 +84,8 @@ public:
 
     /// The deepest tile of depth at most `maxDepth` (0 to the finest) that holds the index; no tile
     /// when there is none.
-    Record find(const int3& ijk, int maxDepth, std::span<const std::vector<Tile>> tilesByDepth,
+    template <class Index>
+    Record find(const Index& ijk, int maxDepth, std::span<const std::vector<Tile>> tilesByDepth,
                 Cursor& cursor) const {
         Place place{};
         if (!toPlace(ijk, place))
@@ -98,8 +110,6 @@ public:
     }
 
 private:
-    static constexpr std::int64_t kLowest =
-        B == 2 ? std::int64_t{std::numeric_limits<int>::min()} : -Traits::tileExtent(0);
     static constexpr std::uint32_t kIndexMask = (1U << kIndexBits) - 1U;
     static constexpr std::uint32_t kNoPage = std::numeric_limits<std::uint32_t>::max();
 
@@ -115,7 +125,7 @@ private:
         std::vector<std::uint32_t, Ostrum::Allocator<std::uint32_t>> cells;
     };
 
-    static std::uint32_t fromLowest(int v) {
+    static std::uint32_t fromLowest(std::int64_t v) {
         return static_cast<std::uint32_t>(v) - static_cast<std::uint32_t>(kLowest);
     }
     static constexpr int finestDepthOf(int group) {

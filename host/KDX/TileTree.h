@@ -44,9 +44,10 @@ public:
                                                                         : nullptr;
     }
 
-    /// The deepest tile of depth at most `maxDepth` that holds the index. A limit beyond the finest
-    /// depth counts as the finest; below 0 nothing is found.
-    Record find(const int3& ijk, int maxDepth, Cursor& cursor) const {
+    /// The deepest tile of depth at most `maxDepth` that holds the index, an int3 or WideIndex. A
+    /// limit beyond the finest depth counts as the finest; below 0 nothing is found.
+    template <class Index>
+    Record find(const Index& ijk, int maxDepth, Cursor& cursor) const {
         if (maxDepth < 0)
             return {};
         return pages_.find(ijk, maxDepth < Traits::kFinestDepth ? maxDepth : Traits::kFinestDepth,

@@ -45,6 +45,11 @@ private:
     }();
 };
 
+/// An index that may lie beyond `int`, as those beside the outermost tiles do.
+struct STRATUM_SHARED_TYPE WideIndex {
+    std::int64_t x, y, z;
+};
+
 /// a / b rounded down, for b > 0.
 constexpr std::int64_t floorDiv(std::int64_t a, std::int64_t b) {
     return a >= 0 ? a / b : -((-a - 1) / b) - 1;

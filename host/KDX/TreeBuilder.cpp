@@ -10,14 +10,14 @@ namespace KDX::TileTree3D {
 
 namespace {
 
-template <class Traits>
-std::int64_t lowestIndex() {
-    return Traits::kChildrenPerAxis == 2 ? std::int64_t{std::numeric_limits<int>::min()}
-                                         : -std::int64_t{Traits::tileExtent(0)};
+int roundDown(int v, std::int64_t step) {
+    return static_cast<int>(floorDiv(v, step) * step);
 }
 
-std::int64_t roundDown(std::int64_t v, std::int64_t step) {
-    return floorDiv(v, step) * step;
+// The origin of the tile of an edge that holds an index; tiles of every depth begin at multiples of
+// their edge.
+int3 originOf(const int3& ijk, std::int64_t extent) {
+    return {roundDown(ijk.x, extent), roundDown(ijk.y, extent), roundDown(ijk.z, extent)};
 }
 
 // Whether a tile's child of edge `extent` touches the box. A child may lie beyond every index.
@@ -36,7 +36,7 @@ template <class Traits, class F>
 void forEachTile(int depth, const bbox<int3, int>& box, const F& f) {
     const std::int64_t step = Traits::tileExtent(depth);
     const auto first = [step](int v) {
-        return std::max(roundDown(v, step), lowestIndex<Traits>());
+        return std::max(floorDiv(v, step) * step, TilePages<Traits>::kLowest);
     };
     for (std::int64_t z = first(box.min.z); z <= box.max.z; z += step)
         for (std::int64_t y = first(box.min.y); y <= box.max.y; y += step)
@@ -50,27 +50,24 @@ template <class Traits>
 auto TreeBuilder<Traits>::entryOf(int depth, const int3& ijk, bool holdsVoxels) -> Entry {
     if (!Traits::isDepth(depth))
         throw std::invalid_argument("there is no depth " + std::to_string(depth));
-    if (std::min({ijk.x, ijk.y, ijk.z}) < lowestIndex<Traits>())
-        throw std::out_of_range("an index below " + std::to_string(lowestIndex<Traits>()) +
-                                " lies in no tile");
-    constexpr std::int64_t B = Traits::kChildrenPerAxis;
-    const auto unsignedIndex = [](int v) { return v - lowestIndex<Traits>(); };
-    const std::int64_t at[3] = {unsignedIndex(ijk.x), unsignedIndex(ijk.y), unsignedIndex(ijk.z)};
-    const auto cell = [&](int axis, int d) { return at[axis] / Traits::tileExtent(d); };
-    // At depth 0 there are no more than 4 tiles an axis, which fit the bits of a cell.
-    const auto root = static_cast<std::uint64_t>(cell(0, 0) + 4 * (cell(1, 0) + 4 * cell(2, 0)));
-    Key key = root;
-    for (int d = 1; d <= depth; ++d) {
-        const auto child = static_cast<std::uint64_t>(cell(0, d) % B +
-                                                      B * (cell(1, d) % B + B * (cell(2, d) % B)));
-        key = key << kBitsPerDepth | child;
-    }
+    constexpr std::int64_t kLowest = TilePages<Traits>::kLowest, B = Traits::kChildrenPerAxis;
+    if (std::min({ijk.x, ijk.y, ijk.z}) < kLowest)
+        throw std::out_of_range("an index below " + std::to_string(kLowest) + " lies in no tile");
     const std::int64_t extent = Traits::tileExtent(depth);
-    const auto origin = [extent](int v) {
-        const std::int64_t base = lowestIndex<Traits>();
-        return static_cast<int>(base + roundDown(v - base, extent));
-    };
-    return {key, {origin(ijk.x), origin(ijk.y), origin(ijk.z)}, holdsVoxels};
+    std::int64_t x = (ijk.x - kLowest) / extent, y = (ijk.y - kLowest) / extent,
+                 z = (ijk.z - kLowest) / extent;
+    Key key = 0;
+    for (int d = depth; d > 0; --d) {
+        const auto cell = static_cast<std::uint64_t>(x % B + B * (y % B + B * (z % B)));
+        key |= Key{cell} << (kBitsPerDepth * (depth - d));
+        x /= B;
+        y /= B;
+        z /= B;
+    }
+    // At depth 0 there are no more than 4 tiles an axis.
+    const auto root = static_cast<std::uint64_t>(x + 4 * (y + 4 * z));
+    key |= Key{root} << (kBitsPerDepth * depth);
+    return {key, originOf(ijk, extent), holdsVoxels};
 }
 
 template <class Traits>
@@ -100,7 +97,7 @@ void TreeBuilder<Traits>::addRefined(const bbox<int3, int>& box, const Rule& rul
     forEachTile<Traits>(0, box, [&](const int3& tijk) { tiles.push_back(tijk); });
     for (int depth = 0; depth <= Traits::kFinestDepth && !tiles.empty(); ++depth) {
         std::vector<Wish> wishes(tiles.size());
-        Stratum::parallelFor(tiles.size(), 64, [&](const Stratum::IndexRange& range) {
+        Stratum::parallelForIsolated(tiles.size(), 64, [&](const Stratum::IndexRange& range) {
             for (std::size_t i = range.begin(); i < range.end(); ++i)
                 wishes[i] = rule(tiles[i], depth);
         });
@@ -137,18 +134,13 @@ void TreeBuilder<Traits>::sortAndMerge(Entries& entries) {
 template <class Traits>
 void TreeBuilder<Traits>::addParents(const Entries& children, int parentDepth, Entries& parents) {
     const std::int64_t extent = Traits::tileExtent(parentDepth);
-    const auto origin = [extent](int v) {
-        const std::int64_t base = lowestIndex<Traits>();
-        return static_cast<int>(base + roundDown(v - base, extent));
-    };
     Key last = ~Key{0};
     for (const Entry& child : children) {
         const Key key = child.key >> kBitsPerDepth;
         if (key == last)
             continue;
         last = key;
-        parents.push_back(
-            {key, {origin(child.tijk.x), origin(child.tijk.y), origin(child.tijk.z)}, false});
+        parents.push_back({key, originOf(child.tijk, extent), false});
     }
 }
 
@@ -182,7 +174,7 @@ auto TreeBuilder<Traits>::build(float voxelSize, VoxelOffsetType offsetType)
     return Ostrum::makePtr<const Tree>(std::move(tiles), voxelSize, offsetType);
 }
 
-template class TreeBuilder<Traits<2, 4, 1>>;
-template class TreeBuilder<Traits<5, 5, 1>>;
+#define STRATUM_TREE_SHAPE(B, W) template class TreeBuilder<Traits<B, W, 1>>;
+#include "common/rows.def"
 
 } // namespace KDX::TileTree3D

@@ -47,7 +47,8 @@ public:
     void addRefined(const bbox<int3, int>& box, const Rule& rule);
 
     /// The tree of all that was added; the builder is empty afterwards. `voxelSize` is the world
-    /// edge length of a voxel at the finest depth. Throws std::length_error beyond 2^30 tiles a
+    /// edge length of a voxel at the finest depth; it is not checked (with 0, samplers see index 0
+    /// everywhere). Throws std::length_error beyond 2^30 tiles a
     /// depth.
     Ostrum::Ptr<const Tree> build(float voxelSize, VoxelOffsetType offsetType);
 

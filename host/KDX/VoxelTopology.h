@@ -5,18 +5,22 @@
 #include "KDX/TileTree.h"
 #include "Ostrum/Ptr.h"
 
+#include <stdexcept>
+
 namespace KDX::TileTree3D {
 
 template <class Traits>
 class OSTRUM_API VoxelTopology : public Component {
 public:
-    explicit VoxelTopology(Ostrum::Ptr<const TileTree<Traits>> tree)
-        : VoxelTopology(tree, voxelOffset(tree->offsetType())) {}
+    /// Throws std::invalid_argument for no tree, as the other one does.
+    explicit VoxelTopology(const Ostrum::Ptr<const TileTree<Traits>>& tree)
+        : tree_(checked(tree)), offset_(voxelOffset(tree->offsetType())) {}
 
     /// With an offset of its own, which then may disagree with the offset type: samplers place
     /// samples by the offset and read neighbours by the type.
-    VoxelTopology(Ostrum::Ptr<const TileTree<Traits>> tree, const Vantor::Math::float3& offset)
-        : tree_(std::move(tree)), offset_(offset) {}
+    VoxelTopology(const Ostrum::Ptr<const TileTree<Traits>>& tree,
+                  const Vantor::Math::float3& offset)
+        : tree_(checked(tree)), offset_(offset) {}
 
     /// Where a sample lies in its voxel, in voxels of its own depth.
     Vantor::Math::float3 offset() const { return offset_; }
@@ -25,6 +29,13 @@ public:
     const Ostrum::Ptr<const TileTree<Traits>>& tree() const { return tree_; }
 
 private:
+    static const Ostrum::Ptr<const TileTree<Traits>>&
+    checked(const Ostrum::Ptr<const TileTree<Traits>>& tree) {
+        if (!tree)
+            throw std::invalid_argument("a voxel topology needs a tree");
+        return tree;
+    }
+
     Ostrum::Ptr<const TileTree<Traits>> tree_;
     Vantor::Math::float3 offset_;
 };

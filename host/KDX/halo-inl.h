@@ -27,7 +27,7 @@ void computeHaloLevel(const HaloTile<Traits, T>& haloTile, const Container<Trait
                     out);
         }
     };
-    Stratum::parallelFor(tree.tiles(depth).size(), kGrain, fillRange);
+    Stratum::parallelForIsolated(tree.tiles(depth).size(), kGrain, fillRange);
 }
 
 template <class Traits, class T>
@@ -57,7 +57,8 @@ void computeHalo(const Channel<Traits, T, Traits::kVoxelsPerAxis, 0, 0>& source,
     if (!source.tree() || source.tree() != container.tree())
         throw std::invalid_argument("the source channel is not laid out on the container's tree");
     const bool everyDepth = coarsestDepth < 0 && finestDepth < 0;
-    halo.setLayout(source.tree(), source.layout(), everyDepth);
+    using Values = typename Channel<Traits, T, Traits::kVoxelsPerAxis + 1, 0, 0>::Values;
+    halo.setLayout(source.tree(), source.layout(), everyDepth ? Values::kUnset : Values::kDefault);
     try {
         detail::fillHalo(source, container, halo, coarsestDepth, finestDepth);
     } catch (...) {

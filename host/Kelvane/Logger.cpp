@@ -13,7 +13,7 @@ struct Diagnostics {
     std::atomic<bool> testMode{false};
     std::mutex mutex;
     std::map<Ostrum::String, Ostrum::Array<Ostrum::String>> properties;
-    std::map<Ostrum::String, Logger::TimerEntry> timers;
+    std::map<Ostrum::String, std::shared_ptr<Logger::TimerEntry>> timers;
     Ostrum::Array<Ostrum::String> terminated;
 };
 
@@ -26,7 +26,10 @@ Diagnostics& diagnostics() {
 void terminateMessage(const Ostrum::String& operatorName) {
     Diagnostics& d = diagnostics();
     const std::lock_guard lock(d.mutex);
-    d.terminated.push_back(operatorName);
+    // A host that never asks for them must not pay for them either.
+    constexpr std::size_t kKeptAtMost = 1024;
+    if (d.terminated.size() < kKeptAtMost)
+        d.terminated.push_back(operatorName);
 }
 
 Ostrum::Array<Ostrum::String> takeTerminateMessages() {
@@ -69,27 +72,37 @@ void clearProperties() {
     d.properties.clear();
 }
 
-timer::timer(const Ostrum::String& name, const timer* parent)
-    : path_(parent ? Ostrum::String(parent->path_.str() + "/" + name.str()) : name),
-      start_(std::chrono::steady_clock::now()) {}
+timer::timer(const Ostrum::String& name, const timer* parent) {
+    const Ostrum::String path =
+        parent ? Ostrum::String(parent->entry_->name.str() + "/" + name.str()) : name;
+    Diagnostics& d = diagnostics();
+    const std::lock_guard lock(d.mutex);
+    auto& entry = d.timers[path];
+    if (!entry)
+        entry = std::make_shared<TimerEntry>(TimerEntry{path});
+    entry_ = entry;
+    start_ = std::chrono::steady_clock::now();
+}
 
 timer::~timer() {
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start_;
-    Diagnostics& d = diagnostics();
-    const std::lock_guard lock(d.mutex);
-    TimerEntry& entry = d.timers[path_];
-    entry.name = path_;
-    ++entry.calls;
-    entry.seconds += elapsed.count();
+    const std::lock_guard lock(diagnostics().mutex);
+    ++entry_->calls;
+    entry_->seconds += elapsed.count();
 }
 
 Ostrum::Array<TimerEntry> takeTimerReport() {
     Diagnostics& d = diagnostics();
     const std::lock_guard lock(d.mutex);
     Ostrum::Array<TimerEntry> report;
-    for (auto& [name, entry] : d.timers)
-        report.push_back(entry);
-    d.timers.clear();
+    for (auto& [path, entry] : d.timers) {
+        if (entry->calls > 0)
+            report.push_back(*entry);
+        // Timers that are still running go on with an entry that starts anew.
+        entry->calls = 0;
+        entry->seconds = 0;
+    }
+    std::erase_if(d.timers, [](const auto& item) { return item.second.use_count() == 1; });
     return report;
 }
 

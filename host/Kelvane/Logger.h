@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <memory>
 
 namespace Kelvane::Logger {
 
@@ -23,6 +24,12 @@ OSTRUM_API Ostrum::Array<Ostrum::String> retrieveProperty(const Ostrum::String& 
 OSTRUM_API void registerProperty(const Ostrum::String& name, const Ostrum::String& value);
 OSTRUM_API void clearProperties();
 
+struct TimerEntry {
+    Ostrum::String name;
+    std::uint64_t calls = 0;
+    double seconds = 0;
+};
+
 /// Measures the wall time from its construction to its destruction and adds it to the entry of its
 /// name. A timer with a parent is listed below it.
 class OSTRUM_API timer {
@@ -33,17 +40,11 @@ public:
     timer& operator=(const timer&) = delete;
 
 private:
-    Ostrum::String path_;
+    std::shared_ptr<TimerEntry> entry_; // made at once: a destructor must not fail
     std::chrono::steady_clock::time_point start_;
 };
 
-struct TimerEntry {
-    Ostrum::String name;
-    std::uint64_t calls = 0;
-    double seconds = 0;
-};
-
-/// What the timers measured since the last call, by name; the call forgets it.
+/// What the timers that ended since the last call measured, by name; the call forgets it.
 OSTRUM_API Ostrum::Array<TimerEntry> takeTimerReport();
 
 } // namespace Kelvane::Logger

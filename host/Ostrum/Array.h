@@ -77,7 +77,8 @@ public:
             size_ = count;
             return;
         }
-        reserve(count);
+        if (count > capacity_)
+            reserve(capacity_ == 0 ? count : std::max(count, grownCapacity()));
         std::uninitialized_value_construct(data_ + size_, data_ + count);
         size_ = count;
     }

@@ -1,5 +1,5 @@
-// The host's memory: every array, shared object and voxel block is taken here, so that a test can
-// make the n-th request fail.
+// The host's memory: arrays, shared objects, the values of channels and the pages of trees are
+// taken here, so that a test can make the n-th request fail.
 #pragma once
 
 #include "Ostrum/Export.h"
