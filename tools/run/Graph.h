@@ -4,6 +4,7 @@
 #include "run/Node.h"
 
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 

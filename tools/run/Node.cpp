@@ -3,7 +3,8 @@
 namespace Stratum::tools::graph {
 
 bool Inputs::isReference(const Json& json) {
-    return json.isRecord() && json.find("node");
+    const Json* node = json.isRecord() ? json.find("node") : nullptr;
+    return node && node->isText();
 }
 
 const Output& Inputs::output(const Json& reference) const {

@@ -4,6 +4,8 @@
 #include "io/csvValues.h"
 #include "run/writeJson.h"
 
+#include <memory>
+
 namespace Stratum::tools::graph {
 
 namespace {
@@ -60,23 +62,27 @@ Outputs::Outputs(const Json* json, const Json& nodes, const Graph& graph) {
     }
 }
 
-void Outputs::writeFile(const Wish& wish, const Graph& graph, bool withSeconds) const {
-    io::OutputFile out(wish.file);
+void Outputs::writeFile(io::OutputFile& out, const Wish& wish, const Graph& graph,
+                        bool withSeconds) {
     if (isCsv(wish.file))
         writeCsv(out, *wish.place, graph);
     else
         out.write(toJson(graph.outcome(wish.node), withSeconds, *wish.place) + "\n");
-    out.commit();
 }
 
 void Outputs::write(const Graph& graph, bool withSeconds, Results& results) const {
     Members document;
+    // No file appears before everything is written that can fail.
+    std::vector<std::unique_ptr<io::OutputFile>> files;
     for (const Wish& wish : wishes_)
-        if (wish.file.empty())
+        if (wish.file.empty()) {
             document[wish.name] = toJson(graph.outcome(wish.node), withSeconds, *wish.place);
-    for (const Wish& wish : wishes_)
-        if (!wish.file.empty())
-            writeFile(wish, graph, withSeconds);
+        } else {
+            files.push_back(std::make_unique<io::OutputFile>(wish.file));
+            writeFile(*files.back(), wish, graph, withSeconds);
+        }
+    for (const auto& file : files)
+        file->commit();
     if (document.empty() && !wishes_.empty())
         return;
     results.out().write(toJson(Members{{"results", toJson(document)}}) + "\n");

@@ -26,7 +26,8 @@ private:
         std::string file = {};
     };
 
-    void writeFile(const Wish& wish, const Graph& graph, bool withSeconds) const;
+    static void writeFile(io::OutputFile& out, const Wish& wish, const Graph& graph,
+                          bool withSeconds);
 
     std::vector<Wish> wishes_;
 };

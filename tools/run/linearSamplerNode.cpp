@@ -70,7 +70,9 @@ Outcome sample(const Json& node, const Inputs& inputs, const KDX::Object& volume
     using PositionT = typename Sampler::PositionType;
     const SamplerOptions options = readOptions<Traits>(node);
     if (options.gradient && !std::is_floating_point_v<T>)
-        node.at("gradient").fail("only float and double channels have a gradient");
+        node.at("gradient")
+            .fail("only float and double channels have a gradient, and this is one of " +
+                  elementTypeName<T>());
     const Json& property = node.at("property");
     const auto parts = findVolumeParts<Traits, T>(volume, property.text());
     if (!parts)

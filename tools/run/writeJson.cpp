@@ -133,13 +133,6 @@ std::string toJson(const std::string& text) {
     return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
-std::string toJson(float value) {
-    return numberToJson(value);
-}
-std::string toJson(double value) {
-    return numberToJson(value);
-}
-
 std::string toJson(const Outcome& outcome, bool withSeconds, const Json& place) {
     Members members, outputs;
     for (const Output& output : outcome.outputs) {

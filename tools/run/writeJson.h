@@ -15,11 +15,8 @@ std::string toJson(const Members& members);
 /// A text; bytes that are no UTF-8 become U+FFFD.
 std::string toJson(const std::string& text);
 
-/// Numbers as readScalar() takes them, with the fewest digits that give the same bits.
-std::string toJson(float value);
-std::string toJson(double value);
-
-/// All that a node left behind. `withSeconds` adds how long timers ran. Fails, at `place`, for an
+/// All that a node left behind, numbers with the fewest digits that readScalar() takes for the same
+/// bits. `withSeconds` adds how long timers ran. Fails, at `place`, for an
 /// object, which has no text.
 std::string toJson(const Outcome& outcome, bool withSeconds, const Json& place);
 
