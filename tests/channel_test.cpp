@@ -198,6 +198,19 @@ TYPED_TEST(ChannelTest, HalosHoldWhatIsAround) {
     }
 }
 
+TEST(ChannelMemoryPool, MakesRoomForNewerSizes) {
+    constexpr std::size_t kLimit = 1 << 20, kBlock = kLimit / 4;
+    ChannelMemoryPool::trim();
+    ChannelMemoryPool::setRetainedLimit(kLimit);
+    for (std::size_t odd = 1; odd <= 8; ++odd) // more than fits, none of them asked for again
+        ChannelMemory(kBlock + 64 * odd, true);
+    EXPECT_LE(ChannelMemoryPool::retained(), kLimit);
+    const void* first = ChannelMemory(kBlock, true).get();
+    EXPECT_EQ(ChannelMemory(kBlock, true).get(), first);
+    ChannelMemoryPool::setRetainedLimit(std::size_t{512} << 20);
+    ChannelMemoryPool::trim();
+}
+
 TEST(Volume256, TakesLittleMoreThanItsValues) {
     using Shape = Traits<2, 4, 1>;
     TreeBuilder<Shape> builder;

@@ -4,6 +4,7 @@
 #include "Kelvane/terminateMessage.h"
 #include "Ostrum/Job.h"
 #include "Vantor/Volume.h"
+#include "ops/registeredProperty.h"
 #include "ops/sample_volume.h"
 #include "support/volumes.h"
 #include "volume/VoxelSamplerLinear.h"
@@ -255,11 +256,65 @@ TEST_F(FrameTest, ACancellationDoesNotReachTheNextCall) {
     tbb::task_arena arena(2);
     arena.execute(cancelThenSample);
     arena.execute(cancelThenSample);
-    // Work that a host hands to the same arena later.
-    const auto done = std::make_shared<std::promise<void>>();
-    auto future = done->get_future();
-    arena.enqueue([done] { done->set_value(); });
-    EXPECT_EQ(future.wait_for(std::chrono::seconds(5)), std::future_status::ready);
+    // Tasks that a host hands to the same arena, which run in the arena's own context.
+    for (int task = 0; task < 2; ++task) {
+        const auto done = std::make_shared<std::promise<void>>();
+        auto future = done->get_future();
+        arena.enqueue([&cancelThenSample, &arena, done] {
+            cancelThenSample();
+            arena.execute(cancelThenSample);
+            done->set_value();
+        });
+        ASSERT_EQ(future.wait_for(std::chrono::seconds(20)), std::future_status::ready);
+    }
+}
+
+TEST_F(FrameTest, ACancelledTaskGroupLeavesNoVolumeHalfMade) {
+    if (kPlainThreads)
+        GTEST_SKIP();
+    // One position is sampled without the scheduler; the halo below it must be whole all the same.
+    const Array<float3> one{positions[0]};
+    const auto reference = sampled<float>(object, one);
+    tbb::task_group_context context;
+    Ptr<Array<float>> values;
+    std::size_t tiles = 0;
+    tbb::parallel_for(
+        0, 1,
+        [&](int) {
+            context.cancel_group_execution();
+            values = sampled<float>(object, one);
+            tiles = build<Traits<2, 4, 1>>({.seed = 1})->tiles(28).size();
+        },
+        context);
+    EXPECT_EQ(*values, *reference);
+    EXPECT_EQ(tiles, (build<Traits<2, 4, 1>>({.seed = 1})->tiles(28).size()));
+}
+
+TEST(Sampler, RefusesPartsOfDifferentTrees) {
+    using Shape = Traits<2, 4, 1>;
+    const auto a = build<Shape>({.seed = 1}), b = build<Shape>({.seed = 2});
+    const auto channel = makeChannel<Shape, float>(a, 0.0F, noise(1));
+    const Container<Shape> container(a);
+    const VoxelTopology<Shape> own(a), foreign(b);
+    EXPECT_NO_THROW((LinearSampler<Shape, float>(container, own, *channel)));
+    EXPECT_THROW((LinearSampler<Shape, float>(container, foreign, *channel)),
+                 std::invalid_argument);
+    EXPECT_THROW((LinearSampler<Shape, float>(Container<Shape>(b), foreign, *channel)),
+                 std::invalid_argument);
+}
+
+TEST(RegisteredProperty, CountsInTestModeWhenItIsANumber) {
+    using Kelvane::Logger::registerProperty;
+    registerProperty("half", "0.5 of it");
+    registerProperty("half", "7");
+    registerProperty("word", "half");
+    EXPECT_EQ(Stratum::registeredProperty("half"), std::nullopt);
+    Kelvane::Logger::setEnableTestMode(true);
+    EXPECT_EQ(Stratum::registeredProperty("half"), 0.5F);
+    EXPECT_EQ(Stratum::registeredProperty("word"), std::nullopt);
+    EXPECT_EQ(Stratum::registeredProperty("none"), std::nullopt);
+    Kelvane::Logger::setEnableTestMode(false);
+    Kelvane::Logger::clearProperties();
 }
 
 TEST_F(FrameTest, ACancellationStopsTheSiblingsOfAnEnclosingLoop) {
