@@ -13,8 +13,8 @@ namespace Geometry::Query {
 /// How values are interpolated between voxels.
 enum class SamplerType : int {
     kLinear = 0,  ///< trilinear, at the deepest tile that holds the position
-    kCubicC0 = 1, ///< tricubic through the four nearest voxels of each axis
-    kCubicC1 = 2, ///< tricubic with a continuous gradient
+    kCubicC0 = 1, ///< tricubic through the four nearest voxels of each axis; samples nothing so far
+    kCubicC1 = 2, ///< tricubic with a continuous gradient; samples nothing so far
 };
 
 /// Reads the channel `property` of a volume at world positions, one value a position.
