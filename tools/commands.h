@@ -9,5 +9,6 @@ void addInfo(CLI::App& app);
 void addSample(CLI::App& app);
 void addSlice(CLI::App& app);
 void addDemo(CLI::App& app);
+void addRun(CLI::App& app);
 
 } // namespace Stratum::tools

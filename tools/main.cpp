@@ -48,6 +48,7 @@ int run(int argc, char** argv) {
     addSample(app);
     addSlice(app);
     addDemo(app);
+    addRun(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
