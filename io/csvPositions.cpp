@@ -1,5 +1,7 @@
 #include "io/csvPositions.h"
 
+#include "io/Cancelled.h"
+
 #include <array>
 #include <cerrno>
 #include <charconv>
@@ -75,6 +77,7 @@ Ostrum::Array<float3> readCsvPositions(std::istream& in, const std::string& sour
     std::string text;
     bool headerAllowed = true;
     for (std::size_t number = 1; std::getline(in, text); ++number) {
+        throwIfCancelled();
         std::string_view line = text;
         if (number == 1 && line.starts_with("\xEF\xBB\xBF")) // the mark some editors put first
             line.remove_prefix(3);
@@ -99,6 +102,7 @@ Ostrum::Array<float3> readCsvPositions(std::istream& in, const std::string& sour
         }
         positions.push_back({p[0], p[1], p[2]});
     }
+    throwIfCancelled();
     if (in.bad())
         throw std::runtime_error("cannot read '" + source + "' to its end");
     return positions;

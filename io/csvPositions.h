@@ -12,7 +12,7 @@ namespace Stratum::io {
 /// Reads one position a line: x, y and z with commas between them. The first line may be a header;
 /// empty lines and lines that begin with '#' are passed over; lines may end in CR LF. NaN and
 /// infinities are allowed. Throws std::runtime_error naming `source` and the line for anything
-/// else.
+/// else, Cancelled when the job is cancelled meanwhile.
 Ostrum::Array<Vantor::Math::float3> readCsvPositions(std::istream& in, const std::string& source);
 
 /// The same from a file. Throws std::runtime_error when it cannot be opened.

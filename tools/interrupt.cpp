@@ -9,7 +9,8 @@ namespace Stratum::tools {
 void cancelOnInterrupt() {
     struct sigaction action {};
     action.sa_handler = [](int) { Ostrum::cancelJob(); };
-    action.sa_flags = static_cast<int>(SA_RESTART | SA_RESETHAND);
+    // Without SA_RESTART a read that waits for the user ends too.
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
     sigaction(SIGINT, &action, nullptr);
     std::signal(SIGPIPE, SIG_IGN);
 }

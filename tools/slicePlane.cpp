@@ -133,6 +133,9 @@ void noteDepths(io::SlicePicture& picture, const PlainChannel<Shape, T>& channel
     picture.depths.assign(positions.size(), -1);
     for (std::size_t i = 0; i < positions.size(); ++i) {
         const float3 p = positions[i] * worldToVoxel;
+        const auto isIndex = [](float v) { return v >= -0x1p31F && v < 0x1p31F; };
+        if (!isIndex(p.x) || !isIndex(p.y) || !isIndex(p.z))
+            continue;
         const int3 ijk{static_cast<int>(std::floor(p.x)), static_cast<int>(std::floor(p.y)),
                        static_cast<int>(std::floor(p.z))};
         const auto found = accessor.tileImpl(ijk, channel.depth());

@@ -96,7 +96,8 @@ running.stdin.write("0,0,0\n")
 running.stdin.flush()
 time.sleep(0.3)
 running.send_signal(signal.SIGINT)
-_, err = running.communicate()
+running.wait(timeout=60)
+err = running.stderr.read()
 check(running.returncode == 130 and err == "stratum: interrupted\n",
       f"Ctrl-C: {running.returncode} {err!r}")
 check(sorted(name for name in os.listdir(".") if name.startswith("never")) == [],
