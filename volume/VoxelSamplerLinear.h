@@ -56,14 +56,17 @@ public:
     /// As sample(), and writes the gradient per world unit: the derivative of the interpolation in
     /// the cell that holds the position, which jumps where cells meet. Where sample() gives the
     /// default, the gradient is 0; with a voxel size of 0 it is not finite.
-    ValueT sampleGradient(const PositionT& position, int maxDepthArg, int space,
-                          PositionT& gradient) requires std::is_floating_point_v<ValueT> {
+    template <class V = ValueT>
+    requires std::is_floating_point_v<V> V sampleGradient(const PositionT& position,
+                                                          int maxDepthArg, int space,
+                                                          PositionT& gradient) {
         Corners corners;
         if (!gather(position, maxDepthArg, space, corners)) {
             gradient = {0, 0, 0};
             return defaultValue;
         }
-        gradient = slope(corners) * (treeScale<Traits, ScalarT>(corners.depth) * inverseVoxelSize);
+        gradient =
+            slope<V>(corners) * (treeScale<Traits, ScalarT>(corners.depth) * inverseVoxelSize);
         return blend(corners);
     }
 
@@ -132,10 +135,10 @@ private:
         return lerp(lerp(c00, c10, q.f.y), lerp(c01, c11, q.f.y), q.f.z);
     }
 
-    static PositionT slope(const Corners& q) requires std::is_floating_point_v<ValueT> {
+    template <class V>
+    static PositionT slope(const Corners& q) {
         using Vantor::Math::lerp;
-        const auto bilinear = [](ValueT v00, ValueT v10, ValueT v01, ValueT v11, ScalarT s,
-                                 ScalarT t) {
+        const auto bilinear = [](V v00, V v10, V v01, V v11, ScalarT s, ScalarT t) {
             return lerp(lerp(v00, v10, s), lerp(v01, v11, s), t);
         };
         const auto dx = [&q](int y, int z) { return q.at(1, y, z) - q.at(0, y, z); };
