@@ -24,7 +24,7 @@ float roundedFromText(const std::string& text, double value) {
 }
 
 // "[json.exception.parse_error.101] parse error at ..." without its first word.
-std::string withoutLabel(std::string message) {
+std::string withoutLabel(const std::string& message) {
     const auto end = message.find("] ");
     return message.starts_with('[') && end != std::string::npos ? message.substr(end + 2) : message;
 }

@@ -86,9 +86,13 @@ TileSelection readTiles(const Json& json) {
     const Json* box = json.find("box");
     if (!at == !box)
         json.fail("either 'at' or 'box' is wanted");
-    const auto* corners = box ? &box->list(2) : nullptr;
-    tiles.box.min = readIndex<Traits>(at ? *at : (*corners)[0]);
-    tiles.box.max = readIndex<Traits>(at ? *at : (*corners)[1]);
+    if (at) {
+        const int3 index = readIndex<Traits>(*at);
+        tiles.box = {index, index};
+        return tiles;
+    }
+    const auto& corners = box->list(2);
+    tiles.box = {readIndex<Traits>(corners[0]), readIndex<Traits>(corners[1])};
     const auto& [lower, upper] = tiles.box;
     if (lower.x > upper.x || lower.y > upper.y || lower.z > upper.z)
         box->fail("the lower corner must not exceed the upper one on any axis");

@@ -100,6 +100,7 @@ struct Render {
 
 std::string texts(const std::vector<std::string>& lines) {
     std::vector<std::string> rendered;
+    rendered.reserve(lines.size());
     for (const auto& line : lines)
         rendered.push_back(toJson(line));
     return list(rendered);
