@@ -30,8 +30,10 @@ std::vector<Step> niceSteps(double lower, double upper, int wanted) {
         return {{lower, numberLabel(lower, std::max(std::abs(lower) / 100, 1e-5))}};
     const double step = niceLength(2 * (upper - lower) / wanted);
     std::vector<Step> steps;
-    for (double n = std::ceil(lower / step - 1e-9); n <= upper / step + 1e-9; ++n) {
-        const double at = n * step == 0 ? 0 : n * step; // no negative zero
+    const double first = std::ceil(lower / step - 1e-9);
+    const auto count = static_cast<int>(std::floor(upper / step + 1e-9) - first) + 1;
+    for (int n = 0; n < count; ++n) {
+        const double at = (first + n) * step == 0 ? 0 : (first + n) * step; // no negative zero
         steps.push_back({at, numberLabel(at, step)});
     }
     return steps;

@@ -187,8 +187,7 @@ private:
                 for (int k = 0; k < W; ++k) {
                     const openvdb::Coord ijk(coordinate(0, origin.x, i), coordinate(1, origin.y, j),
                                              coordinate(2, origin.z, k));
-                    values[static_cast<std::size_t>(i + W * (j + W * k))] =
-                        toChannelValue(accessor.getValue(ijk));
+                    values[i + W * (j + W * k)] = toChannelValue(accessor.getValue(ijk));
                 }
     }
 
