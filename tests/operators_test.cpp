@@ -48,8 +48,7 @@ template <class Traits, class T>
 Ostrum::Ptr<Plain<Traits, T>> addVolume(Vantor::Object& object, const RandomTree& options) {
     const auto tree = build<Traits>(options);
     Vantor::Geometry::addTree<Traits>(object, tree);
-    auto channel =
-        makeChannel<Traits, T>(tree, valueFrom<T>(kChannelDefault), noise(options.seed));
+    auto channel = makeChannel<Traits, T>(tree, valueFrom<T>(kChannelDefault), noise(options.seed));
     Vantor::Geometry::addChannel(object, channel);
     return channel;
 }
