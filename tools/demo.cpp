@@ -22,7 +22,6 @@ namespace Stratum::tools {
 
 namespace {
 
-using Vantor::Math::double3;
 using Vantor::Math::float3;
 using Clock = std::chrono::steady_clock;
 using Positions = Ostrum::Array<float3>;
