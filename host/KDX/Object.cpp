@@ -13,11 +13,14 @@ Component::~Component() = default;
 void Object::addComponent(const Ostrum::String& name, const Ostrum::Ptr<Component>& component) {
     if (!component)
         throw std::invalid_argument("a component must not be null");
-    for (auto& [key, value] : components_)
-        if (key == name && typeid(*value) == typeid(*component)) {
+    const Component& added = *component;
+    for (auto& [key, value] : components_) {
+        const Component& held = *value;
+        if (key == name && typeid(held) == typeid(added)) {
             value = component;
             return;
         }
+    }
     components_.emplace_back(name, component);
 }
 
