@@ -1,12 +1,10 @@
-// The operators as a host calls them: what they sample, and every way in which they end.
+// The operators as a host calls them: every way in which they end.
 #include "KDX/ChannelPool.h"
 #include "KDX/exceptionMessage.h"
 #include "Kelvane/terminateMessage.h"
 #include "Ostrum/Job.h"
-#include "Vantor/Volume.h"
 #include "ops/registeredProperty.h"
-#include "ops/sample_volume.h"
-#include "support/volumes.h"
+#include "support/operators.h"
 #include "volume/VoxelSamplerLinear.h"
 
 #include <oneapi/tbb/global_control.h>
@@ -17,17 +15,9 @@
 #include <thread>
 
 using namespace StratumTest;
-using Geometry::Query::sample_volume;
 using Geometry::Query::sample_volume_gradient;
-using Geometry::Query::SamplerType;
-using Ostrum::Array;
-using Ostrum::makePtr;
-using Ostrum::Ptr;
-using Ostrum::String;
 
 namespace {
-
-constexpr float kOperatorDefault = -1, kChannelDefault = -2;
 
 // A packaged scheduler drowns the thread sanitizer in false reports when a test uses it itself.
 #ifdef STRATUM_PLAIN_THREADS
@@ -35,72 +25,6 @@ constexpr bool kPlainThreads = true;
 #else
 constexpr bool kPlainThreads = false;
 #endif
-
-Array<float3> somePositions(std::size_t count, double reach) {
-    Array<float3> positions(count);
-    for (std::size_t i = 0; i < count; ++i)
-        positions[i] = toPosition<float3>(randomPosition(i, reach));
-    return positions;
-}
-
-/// Adds a tree with a channel "value".
-template <class Traits, class T>
-Ostrum::Ptr<Plain<Traits, T>> addVolume(Vantor::Object& object, const RandomTree& options) {
-    const auto tree = build<Traits>(options);
-    Vantor::Geometry::addTree<Traits>(object, tree);
-    auto channel = makeChannel<Traits, T>(tree, valueFrom<T>(kChannelDefault), noise(options.seed));
-    Vantor::Geometry::addChannel(object, channel);
-    return channel;
-}
-
-template <class T>
-Ptr<Array<T>> sampled(const Vantor::Object& object, const Array<float3>& positions,
-                      const String& property = "value",
-                      SamplerType sampler = SamplerType::kLinear) {
-    Ptr<Array<T>> out;
-    sample_volume(object, positions, valueFrom<T>(kOperatorDefault), property, sampler, out);
-    return out;
-}
-
-template <class Row>
-class OperatorTest : public ::testing::Test {};
-TYPED_TEST_SUITE(OperatorTest, AllRows);
-
-TYPED_TEST(OperatorTest, SamplesTheChannelOfItsNameAndType) {
-    using Traits = typename TypeParam::Traits;
-    using T = typename TypeParam::Value;
-    using Position = typename TypeParam::Position;
-    Vantor::Object object;
-    const auto channel = addVolume<Traits, T>(object, {.seed = 5, .voxelSize = 0.5F});
-    const Container<Traits> container(channel->tree());
-    const VoxelTopology<Traits> topology(channel->tree());
-    LinearSampler<Traits, T> sampler(container, topology, *channel);
-    Array<float3> positions = somePositions(500, 0.7 * kCoveredReach<Traits>);
-    positions[7] = {1e7F, 0, 0};
-    positions[8] = {NAN, 0, 0};
-    const auto values = sampled<T>(object, positions);
-    EXPECT_EQ(values.useCount(), 1);
-    ASSERT_EQ(values->size(), positions.size());
-    for (std::size_t i = 0; i < positions.size(); ++i) {
-        const auto& p = positions[i];
-        ASSERT_EQ((*values)[i], sampler.sample(Position{p.x, p.y, p.z})) << i;
-    }
-    EXPECT_EQ((*values)[7], valueFrom<T>(kChannelDefault));
-    EXPECT_EQ((*values)[8], valueFrom<T>(kChannelDefault));
-
-    // No such channel, one of another type, samplers that do not sample: the operator's default.
-    const auto defaults = makePtr<Array<T>>(positions.size(), valueFrom<T>(kOperatorDefault));
-    EXPECT_EQ(*sampled<T>(object, positions, "other"), *defaults);
-    EXPECT_EQ(*sampled<T>(object, positions, ""), *defaults);
-    for (const int other : {3, -1, std::numeric_limits<int>::max()})
-        EXPECT_EQ(*sampled<T>(object, positions, "value", SamplerType{other}), *defaults);
-    EXPECT_EQ(*sampled<T>(Vantor::Object(), positions), *defaults);
-    using Other = std::conditional_t<std::is_same_v<T, float>, double, float>;
-    EXPECT_EQ(*sampled<Other>(object, positions),
-              *makePtr<Array<Other>>(positions.size(), kOperatorDefault));
-    EXPECT_TRUE(sampled<T>(object, {})->empty());
-    EXPECT_EQ((*sampled<T>(object, {positions[0]}))[0], (*values)[0]);
-}
 
 class FrameTest : public ::testing::Test {
 protected:

@@ -1,4 +1,4 @@
-// The rows of common/rows.def as lists for typed tests, and values made from one number each.
+// The rows of common/rows.def for typed tests, and values made from one number each.
 #pragma once
 
 #include "KDX/Traits.h"
@@ -22,16 +22,9 @@ struct Row {
     using Position = std::conditional_t<std::is_same_v<ScalarOf<Value>, double>, double3, float3>;
 };
 
-template <class Shape>
-auto rowsOfShape() {
-#define STRATUM_VALUE_TYPE(T) std::tuple<Row<Shape, T>>(),
-    return std::tuple_cat(
-#include "common/rows.def"
-        std::tuple<>());
-}
-
-inline auto allRows() {
-#define STRATUM_TREE_SHAPE(B, W) rowsOfShape<Traits<B, W, 1>>(),
+template <class T>
+auto rowsOfType() {
+#define STRATUM_TREE_SHAPE(B, W) std::tuple<Row<Traits<B, W, 1>, T>>(),
     return std::tuple_cat(
 #include "common/rows.def"
         std::tuple<>());
@@ -44,9 +37,11 @@ struct AsTypes<std::tuple<R...>> {
     using Types = ::testing::Types<R...>;
 };
 
-using AllRows = AsTypes<decltype(allRows())>::Types;
+/// The rows of a value type: one for each tree shape.
+template <class T>
+using RowsOfType = typename AsTypes<decltype(rowsOfType<T>())>::Types;
 using AllShapes = ::testing::Types<Traits<2, 4, 1>, Traits<5, 5, 1>>;
-static_assert(std::tuple_size_v<decltype(allRows())> == 18);
+static_assert(std::tuple_size_v<decltype(rowsOfType<float>())> == 2);
 
 /// A value whose components all follow `s`, each in its own way.
 template <class T>

@@ -1,0 +1,156 @@
+// The linear sampler, between the voxels, for the rows of one value type.
+#include "support/linear.h"
+#include "support/reference.h"
+
+#include <memory>
+
+namespace {
+
+template <class Row>
+class LinearTest : public ::testing::Test {};
+TYPED_TEST_SUITE(LinearTest, Rows, RowName);
+
+TYPED_TEST(LinearTest, ReproducesLinearFieldsAndNoQuadraticOnes) {
+    using Shape = typename TypeParam::Traits;
+    using T = typename TypeParam::Value;
+    // The worst that single precision makes of positions this far out, in the field's values.
+    constexpr double rounding = std::is_same_v<ScalarOf<T>, float> ? 4e-4 : 1e-11;
+    for (int type = 0; type < 8; ++type) {
+        const auto tree = build<Shape>({.hole = 0,
+                                        .interiorData = 0.3,
+                                        .type = static_cast<VoxelOffsetType>(type),
+                                        .voxelSize = 0.37F});
+        const auto linear = [](const double3& p, int) { return linearField(p); };
+        const auto square = [](const double3& p, int) { return 0.1 * p.x * p.x; };
+        const auto constant = [](const double3&, int) { return 7.7; };
+        LinearVolume<TypeParam> lines(tree, linear, -99);
+        LinearVolume<TypeParam> curves(tree, square, -99);
+        LinearVolume<TypeParam> flat(tree, constant, -99);
+        const T flatValue = valueFrom<T>(7.7);
+        double worst = 0, worstSquare = 0;
+        for (std::uint64_t i = 0; i < 400; ++i) {
+            const double3 p = randomPosition(i, kCoveredReach<Shape>);
+            const auto world =
+                toPosition<typename TypeParam::Position>(p * static_cast<double>(0.37F));
+            const T value = lines.withHalo.sample(world);
+            ASSERT_EQ(value, lines.plain.sample(world));
+            worst = std::max(worst, distance(value, valueFrom<T>(linearField(p))));
+            worstSquare = std::max(
+                worstSquare, distance(curves.plain.sample(world), valueFrom<T>(0.1 * p.x * p.x)));
+            ASSERT_EQ(flat.plain.sample(world), flatValue);
+            ASSERT_EQ(flat.withHalo.sample(world), flatValue);
+        }
+        EXPECT_LT(worst, rounding) << "type " << type;
+        EXPECT_GT(worstSquare, 0.02) << "type " << type;
+    }
+}
+
+TYPED_TEST(LinearTest, HaloAndPlainChannelsAgreeBitForBit) {
+    using Shape = typename TypeParam::Traits;
+    using T = typename TypeParam::Value;
+    using S = ScalarOf<T>;
+    for (int type = 0; type < 8; ++type) {
+        const auto tree =
+            build<Shape>({.seed = 40U + type, .type = static_cast<VoxelOffsetType>(type)});
+        const auto field = noise(9);
+        LinearVolume<TypeParam> volume(tree, field, -70);
+        const Reference<Shape>* reference = nullptr;
+        if constexpr (std::is_same_v<T, double>)
+            reference = new Reference<Shape>(*volume.channel);
+        const std::unique_ptr<const Reference<Shape>> owner(reference);
+        const double reach = 1.6 * kCoveredReach<Shape>;
+        for (std::uint64_t i = 0; i < 700; ++i) {
+            double3 p = randomPosition(i, i % 50 == 0 ? 20 * reach : reach);
+            // On tile faces, edges and corners, and one representable number beside them.
+            constexpr double e = 2 * Shape::kVoxelsPerAxis;
+            const auto snap = [&](double v, std::uint64_t kind) {
+                const S face = static_cast<S>(std::round(v / e) * e);
+                const S toward =
+                    static_cast<S>(kind == 1 ? -std::numeric_limits<double>::infinity()
+                                             : std::numeric_limits<double>::infinity());
+                return kind == 3 ? v : kind == 0 ? face : std::nextafter(face, toward);
+            };
+            if (i % 3 == 0)
+                p = {snap(p.x, i / 3 % 4), snap(p.y, i / 12 % 4), snap(p.z, i / 48 % 4)};
+            const auto at = toPosition<typename TypeParam::Position>(p);
+            const int limit = i % 5 == 4 ? Shape::kFinestDepth - static_cast<int>(i / 5 % 5)
+                                         : Shape::kFinestDepth;
+            const T value = volume.withHalo.sample(at, limit, kIndex);
+            ASSERT_EQ(value, volume.plain.sample(at, limit, kIndex))
+                << "type " << type << " at " << p.x << ' ' << p.y << ' ' << p.z;
+            if constexpr (std::is_same_v<T, double>) {
+                ASSERT_NEAR(value, reference->sample(p, limit), 1e-7)
+                    << "type " << type << " to depth " << limit << " at " << p.x << ' ' << p.y
+                    << ' ' << p.z;
+            }
+        }
+    }
+}
+
+TYPED_TEST(LinearTest, PositionsThatAreNoIndexGiveTheDefault) {
+    using Shape = typename TypeParam::Traits;
+    using T = typename TypeParam::Value;
+    using Position = typename TypeParam::Position;
+    using S = ScalarOf<T>;
+    TreeBuilder<Shape> builder;
+    builder.addBox(0, {{-1, -1, -1}, {std::numeric_limits<int>::max(), 1, 1}});
+    const auto tree = builder.build(1, VoxelOffsetType::kCellCentre);
+    const auto constant = [](const double3&, int) { return 5.0; };
+    LinearVolume<TypeParam> volume(tree, constant, 5);
+    LinearVolume<TypeParam> other(tree, constant, -8);
+    const T none = valueFrom<T>(-8), some = valueFrom<T>(5);
+    const S nan = std::numeric_limits<S>::quiet_NaN(), inf = std::numeric_limits<S>::infinity();
+    for (auto* sampler : {&other.plain, &other.withHalo}) {
+        for (const S bad : {nan, inf, -inf, S{0x1p31}, S{0x1p40}, S{-0x1p60},
+                            std::numeric_limits<S>::max(), std::nextafter(S{-0x1p31}, -inf)})
+            for (const Position& p :
+                 {Position{bad, 0, 0}, Position{0, bad, 0}, Position{0, 0, bad}})
+                ASSERT_EQ(sampler->sample(p), none) << bad;
+        EXPECT_EQ(sampler->sample({S{1}, S{-0x1p31}, 0}), none);
+        EXPECT_EQ(sampler->sample({S{1000}, S{-1}, S{-1}}, 28, kWorld), some);
+        for (const int limit : {-1, -2, std::numeric_limits<int>::min()})
+            EXPECT_EQ(sampler->sample({1, 1, 1}, limit, kWorld), none);
+        EXPECT_EQ(sampler->name(), "kLinear");
+    }
+    // The last index that is one, in a volume whose default does not show.
+    EXPECT_EQ(volume.plain.sample({std::nextafter(S{0x1p31}, S{0}), 0, 0}), some);
+
+    // Nothing stored at all.
+    const auto empty = TreeBuilder<Shape>().build(1, VoxelOffsetType::kCorner);
+    LinearVolume<TypeParam> nothing(empty, constant, -8);
+    EXPECT_EQ(nothing.plain.sample({1, 2, 3}), none);
+    EXPECT_EQ(nothing.withHalo.sample({1, 2, 3}), none);
+}
+
+TYPED_TEST(LinearTest, CopiesStandOnTheirOwn) {
+    using Shape = typename TypeParam::Traits;
+    using T = typename TypeParam::Value;
+    using Sampler = typename LinearVolume<TypeParam>::Sampler;
+    for (const int type : {0, 7}) {
+        const auto tree = build<Shape>({.type = static_cast<VoxelOffsetType>(type)});
+        const auto field = noise(9);
+        LinearVolume<TypeParam> volume(tree, field, -70);
+        TreeBuilder<Shape> builder;
+        builder.addBox(Shape::kFinestDepth, {{-21, -21, -21}, {20, 20, 20}});
+        LinearVolume<TypeParam> other(builder.build(1, static_cast<VoxelOffsetType>(type)), field,
+                                      -71);
+        for (const auto* made : {&volume.plain, &volume.withHalo}) {
+            auto original = std::make_unique<Sampler>(*made);
+            Sampler assigned(volume.container, volume.topology, *volume.channel);
+            for (std::uint64_t i = 0; i < 60; ++i) {
+                const auto p = toPosition<typename TypeParam::Position>(randomPosition(i, 20));
+                const T expected = original->sample(p);
+                Sampler copy(*original);
+                assigned = other.plain;
+                ASSERT_EQ(assigned.sample(p), other.withHalo.sample(p));
+                assigned = *original;
+                ASSERT_EQ(copy.sample(p), expected);
+                original = std::make_unique<Sampler>(copy);
+                ASSERT_EQ(assigned.sample(p), expected);
+                ASSERT_EQ(original->sample(p), expected);
+            }
+        }
+    }
+}
+
+} // namespace
