@@ -1,6 +1,7 @@
 #include "io/csvPositions.h"
 
 #include "io/Cancelled.h"
+#include "io/quoted.h"
 
 #include <array>
 #include <cerrno>
@@ -53,14 +54,6 @@ std::optional<float> parse(std::string_view field) {
     if (std::isfinite(value) && std::abs(value) > double{std::numeric_limits<float>::max()})
         return {};
     return static_cast<float>(value);
-}
-
-std::string quoted(std::string_view field) {
-    constexpr std::size_t kLongest = 40;
-    std::string text("'");
-    text += field.substr(0, kLongest);
-    text += field.size() > kLongest ? "...'" : "'";
-    return text;
 }
 
 bool isHeader(const std::vector<std::string_view>& fields) {

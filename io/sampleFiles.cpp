@@ -1,0 +1,158 @@
+#include "io/sampleFiles.h"
+
+#include "io/Cancelled.h"
+#include "io/csvPositions.h"
+#include "io/jsonText.h"
+#include "io/npyFile.h"
+#include "io/plyFile.h"
+#include "io/readFile.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <iostream>
+#include <limits>
+#include <stdexcept>
+
+namespace Stratum::io {
+
+namespace {
+
+using Vantor::Math::float3;
+using Positions = Ostrum::Array<float3>;
+
+constexpr std::array<const char*, 6> kNames{"csv", "npy", "ply", "ply-big", "ply-ascii", "json"};
+
+float narrowed(double value, const std::string& source, std::size_t index) {
+    if (std::isfinite(value) && std::abs(value) > double{std::numeric_limits<float>::max()})
+        throw std::runtime_error(source + ": position " + std::to_string(index) +
+                                 " is beyond single precision");
+    return static_cast<float>(value);
+}
+
+Positions readPlyPositions(const std::string& path) {
+    const std::string source = sourceName(path);
+    const std::array<std::string, 3> names{"x", "y", "z"};
+    const auto columns = readPlyVertices(readFile(path), source, names);
+    Positions positions(columns[0].size());
+    for (std::size_t i = 0; i < positions.size(); ++i)
+        positions[i] = {narrowed(columns[0][i], source, i), narrowed(columns[1][i], source, i),
+                        narrowed(columns[2][i], source, i)};
+    return positions;
+}
+
+Positions readNpyPositions(const std::string& path) {
+    const std::string source = sourceName(path);
+    const auto triples = readNpyTriples(readFile(path), source);
+    Positions positions(triples.size());
+    for (std::size_t i = 0; i < positions.size(); ++i)
+        positions[i] = {narrowed(triples[i][0], source, i), narrowed(triples[i][1], source, i),
+                        narrowed(triples[i][2], source, i)};
+    return positions;
+}
+
+void writeCsv(OutputFile& out, const SampleTable& table, const Provenance& provenance) {
+    if (!provenance.empty())
+        for (const auto& line : provenance.lines())
+            out.write("# " + line + "\n");
+    std::string line = "x,y,z";
+    for (const auto& column :
+         columnNames(table.name, table.componentCount, table.matrixColumnCount))
+        line += "," + column;
+    out.write(line + "\n");
+    const auto add = [&](auto number) {
+        appendNumber(line, number);
+        line += ',';
+    };
+    for (std::size_t i = 0; i < table.size(); ++i) {
+        line.clear();
+        for (const float coordinate : Vantor::Math::toComponents(table.positions[i]))
+            add(coordinate);
+        table.forEachComponent(i, add);
+        line.back() = '\n';
+        out.write(line);
+    }
+}
+
+void writeJson(OutputFile& out, const SampleTable& table, const Provenance& provenance) {
+    std::string text = "{\"stratum\": " + jsonText(provenance.version) +
+                       ",\n \"command\": " + jsonText(provenance.command) + ",\n \"inputs\": [";
+    for (const auto& input : provenance.inputs)
+        text += (text.back() == '[' ? "" : ", ") + jsonText(input);
+    text += "],\n \"columns\": [\"x\", \"y\", \"z\"";
+    for (const auto& column :
+         columnNames(table.name, table.componentCount, table.matrixColumnCount))
+        text += ", " + jsonText(column);
+    text += "],\n \"rows\": [";
+    out.write(text);
+    for (std::size_t i = 0; i < table.size(); ++i) {
+        text = i == 0 ? "\n  [" : ",\n  [";
+        for (const float coordinate : Vantor::Math::toComponents(table.positions[i]))
+            text += jsonNumber(coordinate) + ", ";
+        table.forEachComponent(i, [&](auto number) { text += jsonNumber(number) + ", "; });
+        text.resize(text.size() - 2);
+        out.write(text + "]");
+    }
+    out.write("]}\n");
+}
+
+} // namespace
+
+std::vector<std::string> sampleFormatNames() {
+    return {kNames.begin(), kNames.end()};
+}
+
+SampleFormat sampleFormatNamed(const std::string& name) {
+    const auto found = std::ranges::find(kNames, name);
+    if (found == kNames.end())
+        throw std::invalid_argument("there is no format '" + name + "'");
+    return static_cast<SampleFormat>(found - kNames.begin());
+}
+
+SampleFormat sampleFormatOf(const std::string& path) {
+    std::string lower = path;
+    std::ranges::transform(lower, lower.begin(), [](char c) {
+        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    });
+    return lower.ends_with(".npy")    ? SampleFormat::kNpy
+           : lower.ends_with(".ply")  ? SampleFormat::kPly
+           : lower.ends_with(".json") ? SampleFormat::kJson
+                                      : SampleFormat::kCsv;
+}
+
+Positions readPositions(const std::string& path, std::optional<SampleFormat> format) {
+    switch (format.value_or(sampleFormatOf(path))) {
+    case SampleFormat::kCsv:
+        return path == "-" ? readCsvPositions(std::cin, sourceName(path)) : readCsvPositions(path);
+    case SampleFormat::kNpy:
+        return readNpyPositions(path);
+    case SampleFormat::kPly:
+    case SampleFormat::kPlyBigEndian:
+    case SampleFormat::kPlyAscii:
+        return readPlyPositions(path);
+    case SampleFormat::kJson:
+        break;
+    }
+    throw std::runtime_error("cannot read '" + path +
+                             "': positions come from .csv, .npy and .ply files");
+}
+
+void writeSamples(OutputFile& out, SampleFormat format, const SampleTable& table,
+                  const Provenance& provenance) {
+    switch (format) {
+    case SampleFormat::kCsv:
+        return writeCsv(out, table, provenance);
+    case SampleFormat::kNpy:
+        return writeNpyValues(out, table);
+    case SampleFormat::kPly:
+        return writePlyValues(out, PlyEncoding::kLittleEndian, table, provenance);
+    case SampleFormat::kPlyBigEndian:
+        return writePlyValues(out, PlyEncoding::kBigEndian, table, provenance);
+    case SampleFormat::kPlyAscii:
+        return writePlyValues(out, PlyEncoding::kAscii, table, provenance);
+    case SampleFormat::kJson:
+        return writeJson(out, table, provenance);
+    }
+}
+
+} // namespace Stratum::io
