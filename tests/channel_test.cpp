@@ -4,6 +4,7 @@
 #include "KDX/ChannelPool.h"
 
 #include <atomic>
+#include <memory>
 #include <stdexcept>
 
 using namespace StratumTest;
@@ -196,6 +197,41 @@ TYPED_TEST(ChannelTest, HalosHoldWhatIsAround) {
             }
         }
     }
+}
+
+// Of the values restricted for neighbours, a channel keeps those that some halo can ask for.
+TYPED_TEST(ChannelTest, HalosNeedNoMoreRestrictedTilesThanAreKept) {
+    using Traits = TypeParam;
+    using Restricted = RestrictedTiles<Traits, double>;
+    std::size_t keptBytes = 0, allBytes = 0;
+    for (std::uint64_t seed = 0; seed < 8; ++seed) {
+        const auto tree = build<Traits>({.seed = seed, .type = static_cast<VoxelOffsetType>(seed)});
+        const double share = 0.08 * static_cast<double>(1 + seed);
+        ChannelBuilder<Traits, double> builder(
+            tree, "sparse", 1000.0, [&](const auto& tile, const TreeIndex&) {
+                return tile.depth() >= Traits::kFinestDepth - 3 &&
+                       randomAt(tile.tijk(), tile.depth(), 60 + seed) < share;
+            });
+        builder.fill(noise(seed));
+        const auto channel = builder.finish();
+        const Container<Traits> container(tree);
+        const auto kept = makeHalo(*channel, container);
+        keptBytes += channel->restricted()->memoryUsage();
+        channel->setRestricted(
+            std::make_unique<const Restricted>(*channel, Restricted::Keep::kAll));
+        allBytes += channel->restricted()->memoryUsage();
+        const auto all = makeHalo(*channel, container);
+        for (int depth = channel->minDepth(); depth <= channel->depth(); ++depth)
+            for (std::size_t i = 0; i < tree->tiles(depth).size(); ++i) {
+                const TreeIndex index{static_cast<std::int64_t>(i), depth};
+                if (const auto values = all->tileData(index)) {
+                    ASSERT_TRUE(std::equal(values.data(), values.data() + all->valuesPerTile(),
+                                           kept->tileData(index).data()))
+                        << "seed " << seed << " depth " << depth << " tile " << i;
+                }
+            }
+    }
+    EXPECT_LT(keptBytes, allBytes);
 }
 
 TEST(ChannelMemoryPool, MakesRoomForNewerSizes) {
