@@ -2,40 +2,15 @@
 #pragma once
 
 #include "KDX/halo.h"
-#include "common/parallel.h"
-#include "ops/frame.h"
 #include "ops/haloChannel.h"
+#include "ops/sampleLoop.h"
 #include "ops/volumeParts.h"
 #include "volume/VoxelSamplerLinear.h"
 
 namespace Stratum {
 
-/// The positions and outputs of one parallel loop, with the sampler of one task.
-template <class Sampler, class R, class Evaluate>
-struct SampleLoopBody {
-    mutable Sampler sampler;
-    const Ostrum::Array<Vantor::Math::float3>& positions;
-    Ostrum::Array<R>& results;
-    const Evaluate& evaluate;
-
-    void operator()(const IndexRange& range) const {
-        for (std::size_t i = range.begin(); i < range.end(); ++i)
-            results[i] = evaluate(sampler, positions[i]);
-    }
-};
-
-/// results[i] = evaluate(sampler, positions[i]) for all positions, every task with a sampler of its
-/// own; then lets a cancellation through.
-template <class Sampler, class R, class Evaluate>
-void sampleAll(const Sampler& sampler, const Ostrum::Array<Vantor::Math::float3>& positions,
-               Ostrum::Array<R>& results, const Evaluate& evaluate) {
-    parallelFor(positions.size(), 1,
-                SampleLoopBody<Sampler, R, Evaluate>{sampler, positions, results, evaluate});
-    throwIfCancelled();
-}
-
-/// The same with a linear sampler on a halo channel that is built first and released afterwards.
-/// The halo's default is the channel's.
+/// Calls `evaluate(sampler, position)` for all positions with a linear sampler on a halo channel
+/// that is built first and released afterwards. The halo's default is the channel's.
 template <class Traits, class T, class R, class Evaluate>
 void sampleLinear(const VolumeParts<Traits, T>& volume,
                   const Ostrum::Array<Vantor::Math::float3>& positions, Ostrum::Array<R>& results,
@@ -46,12 +21,6 @@ void sampleLinear(const VolumeParts<Traits, T>& volume,
     computeHalo<Traits, T, 0, 0, 1, 0>(*volume.channel, *volume.container, *halo, -1, -1);
     sampleAll(LinearSampler<Traits, T>(*volume.container, *volume.topology, *halo), positions,
               results, evaluate);
-}
-
-/// A world position in the precision that a sampler wants.
-template <class PositionT>
-PositionT toPosition(const Vantor::Math::float3& p) {
-    return {p.x, p.y, p.z};
 }
 
 } // namespace Stratum

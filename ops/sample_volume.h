@@ -10,11 +10,13 @@
 
 namespace Geometry::Query {
 
-/// How values are interpolated between voxels.
+/// How values are interpolated between voxels, at the deepest tile that holds the position. The
+/// cubic ones stay within the range of the eight voxels around the position, and give what kLinear
+/// gives where their stencil meets tiles of another depth.
 enum class SamplerType : int {
-    kLinear = 0,  ///< trilinear, at the deepest tile that holds the position
-    kCubicC0 = 1, ///< tricubic through the four nearest voxels of each axis; samples nothing so far
-    kCubicC1 = 2, ///< tricubic with a continuous gradient; samples nothing so far
+    kLinear = 0,  ///< trilinear
+    kCubicC0 = 1, ///< tricubic through the four nearest voxels of each axis (Lagrange)
+    kCubicC1 = 2, ///< tricubic with central differences as tangents (Catmull-Rom)
 };
 
 /// Reads the channel `property` of a volume at world positions, one value a position.

@@ -45,9 +45,6 @@ public:
     /// The method's name: "kNone" for the base.
     virtual Ostrum::String name() const;
 
-protected:
-    using Record = typename ContainerT::Record;
-
     /// Finds the deepest tile of depth at most `depthLimit` that holds the position, whether it
     /// holds data or not, and the place inside it. Positions that are NaN or outside the range of
     /// an `int` index, and depth limits below 0, find no tile: `location.treeIndex` is then
@@ -65,7 +62,7 @@ protected:
             if (!currentTile)
                 return false;
         }
-        const Record& tile = *currentTilePtr;
+        const auto& tile = *currentTilePtr;
         const ScalarT scale = treeScale<Traits, ScalarT>(tile.depth());
         location.treeIndex = tile.treeIndex();
         place(p.x, tile.tijk().x, scale, offset.x, location.n.x, location.f.x);
@@ -73,6 +70,9 @@ protected:
         place(p.z, tile.tijk().z, scale, offset.z, location.n.z, location.f.z);
         return true;
     }
+
+protected:
+    using Record = typename ContainerT::Record;
 
     typename ContainerT::ConstTileAccessor accessor;
     /// 1 / voxelSize(), 0 for a voxel size of 0.

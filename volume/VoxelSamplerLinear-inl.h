@@ -1,7 +1,7 @@
 #pragma once
 
 #include "KDX/partsFit.h"
-#include "volume/HaloTileCache-inl.h"
+#include "volume/PlainCells-inl.h"
 #include "volume/VoxelSamplerLinear.h"
 
 #include <stdexcept>
@@ -14,8 +14,8 @@ template <class Tr, class V, int N, class S, class P, int A, int B, int C, int D
 VoxelSamplerLinear<Tr, V, N, S, P, A, B, C, D>::VoxelSamplerLinear(const Container<Tr>& tree,
                                                                    const VoxelTopology<Tr>& voxels,
                                                                    const PlainChannel& plain)
-    : Base(tree, voxels), haloAccessor(tree.tileAccessor()),
-      inverseVoxelSize(S{1} / static_cast<S>(tree.voxelSize())), container(&tree), channel(&plain),
+    : Base(tree, voxels), plainCells(tree, &plain, voxels.offsetType()),
+      inverseVoxelSize(S{1} / static_cast<S>(tree.voxelSize())), channel(&plain),
       haloChannel(nullptr), topology(&voxels), haloLayout_(haloLayout<Tr>(voxels.offsetType())),
       defaultValue(plain.defaultValue()), minDepth(plain.minDepth()), maxDepth(plain.depth()) {
     if (!partsFit(tree, voxels, plain))
@@ -26,8 +26,8 @@ template <class Tr, class V, int N, class S, class P, int A, int B, int C, int D
 VoxelSamplerLinear<Tr, V, N, S, P, A, B, C, D>::VoxelSamplerLinear(const Container<Tr>& tree,
                                                                    const VoxelTopology<Tr>& voxels,
                                                                    const HaloChannel& halo)
-    : Base(tree, voxels), haloAccessor(tree.tileAccessor()),
-      inverseVoxelSize(S{1} / static_cast<S>(tree.voxelSize())), container(&tree), channel(nullptr),
+    : Base(tree, voxels), plainCells(tree, nullptr, voxels.offsetType()),
+      inverseVoxelSize(S{1} / static_cast<S>(tree.voxelSize())), channel(nullptr),
       haloChannel(&halo), topology(&voxels), haloLayout_(haloLayout<Tr>(voxels.offsetType())),
       defaultValue(halo.defaultValue()), minDepth(halo.minDepth()), maxDepth(halo.depth()) {
     if (!partsFit(tree, voxels, halo))
@@ -37,13 +37,6 @@ VoxelSamplerLinear<Tr, V, N, S, P, A, B, C, D>::VoxelSamplerLinear(const Contain
 template <class Tr, class V, int N, class S, class P, int A, int B, int C, int D>
 Ostrum::String VoxelSamplerLinear<Tr, V, N, S, P, A, B, C, D>::name() const {
     return "kLinear";
-}
-
-template <class Tr, class V, int N, class S, class P, int A, int B, int C, int D>
-const V* VoxelSamplerLinear<Tr, V, N, S, P, A, B, C, D>::haloTile(const TreeIndex& index,
-                                                                  bool corner) {
-    return corner ? nodeCache.values(index, *container, *channel, haloAccessor, sampleCount)
-                  : cellCache.values(index, *container, *channel, haloAccessor, sampleCount);
 }
 
 } // namespace KDX::TileTree3D

@@ -2,11 +2,9 @@
 #pragma once
 
 #include "KDX/Channel.h"
-#include "volume/HaloTileCache.h"
+#include "volume/PlainCells.h"
 #include "volume/VoxelSampler.h"
 #include "volume/haloLayout.h"
-
-#include <cstdint>
 
 namespace KDX::TileTree3D {
 
@@ -45,7 +43,8 @@ public:
     /// any other value. Tiles deeper than `maxDepthArg` are not looked at.
     ValueT sample(const PositionT& position, int maxDepthArg, int space) {
         Corners corners;
-        return gather(position, maxDepthArg, space, corners) ? blend(corners) : defaultValue;
+        return gather(position, maxDepthArg, space, corners) ? trilinear(corners.cell, corners.f)
+                                                             : defaultValue;
     }
     void sample(const PositionT& position, int maxDepthArg, int space, ValueT& value) {
         value = sample(position, maxDepthArg, space);
@@ -67,19 +66,17 @@ public:
         }
         gradient =
             slope<V>(corners) * (treeScale<Traits, ScalarT>(corners.depth) * inverseVoxelSize);
-        return blend(corners);
+        return trilinear(corners.cell, corners.f);
     }
 
 private:
-    // The cell's lower corner in some tile's values, the steps to the next value along y and z, and
-    // where in the cell the position lies.
+    // A cell, and where in it the position lies.
     struct Corners {
-        const ValueT* lower = nullptr;
-        int stepY = 0, stepZ = 0;
+        Cell<ValueT> cell;
         PositionT f{};
         int depth = 0;
 
-        const ValueT& at(int x, int y, int z) const { return lower[x + y * stepY + z * stepZ]; }
+        const ValueT& at(int x, int y, int z) const { return cell.at(x, y, z); }
     };
 
     // Finds the eight corners; false where the value is the default.
@@ -90,49 +87,13 @@ private:
             return false;
         corners.f = location.f;
         corners.depth = location.treeIndex.depth;
-        if (haloChannel) {
-            const auto tile = haloChannel->tileData(location.treeIndex);
-            if (!tile)
-                return false;
-            setCorners(tile.data(), haloLayout_, location.n, corners);
-            return true;
-        }
-        return gatherPlain(location, corners);
-    }
-
-    bool gatherPlain(const VoxelLocation<PositionT>& location, Corners& corners) {
-        const auto tile = channel->tileData(location.treeIndex);
+        const ValueT* tile = haloChannel ? haloChannel->tileData(location.treeIndex).data()
+                                         : channel->tileData(location.treeIndex).data();
         if (!tile)
             return false;
-        ++sampleCount;
-        const bool corner = this->offsetType == VoxelOffsetType::kCorner;
-        if (isInside(location.n, corner ? 0 : 1))
-            setCorners(tile.data(), {W, 0}, location.n, corners);
-        else
-            setCorners(haloTile(location.treeIndex, corner), haloLayout_, location.n, corners);
+        corners.cell = haloChannel ? Cell<ValueT>(tile, haloLayout_, location.n)
+                                   : plainCells.read(location.treeIndex, tile, location.n);
         return true;
-    }
-
-    // Whether the tile itself holds all eight corners of a cell that begins at `lowest` or above.
-    static bool isInside(const int3& n, int lowest) {
-        return n.x >= lowest && n.y >= lowest && n.z >= lowest && n.x + 1 < W && n.y + 1 < W &&
-               n.z + 1 < W;
-    }
-
-    static void setCorners(const ValueT* values, const HaloLayout& layout, const int3& n,
-                           Corners& corners) {
-        corners.stepY = layout.stride;
-        corners.stepZ = layout.stride * layout.stride;
-        corners.lower = values + layout.base + n.x + n.y * corners.stepY + n.z * corners.stepZ;
-    }
-
-    static ValueT blend(const Corners& q) {
-        using Vantor::Math::lerp;
-        const ValueT c00 = lerp(q.at(0, 0, 0), q.at(1, 0, 0), q.f.x);
-        const ValueT c10 = lerp(q.at(0, 1, 0), q.at(1, 1, 0), q.f.x);
-        const ValueT c01 = lerp(q.at(0, 0, 1), q.at(1, 0, 1), q.f.x);
-        const ValueT c11 = lerp(q.at(0, 1, 1), q.at(1, 1, 1), q.f.x);
-        return lerp(lerp(c00, c10, q.f.y), lerp(c01, c11, q.f.y), q.f.z);
     }
 
     template <class V>
@@ -149,21 +110,13 @@ private:
                 bilinear(dz(0, 0), dz(1, 0), dz(0, 1), dz(1, 1), q.f.x, q.f.y)};
     }
 
-    const ValueT* haloTile(const TreeIndex& index, bool corner);
-
-    typename Container<Traits>::ConstTileAccessor haloAccessor;
+    PlainCells<Traits, ValueT> plainCells;
     /// 1 / voxelSize() without a guard against 0: only gradients are scaled by it.
     ScalarT inverseVoxelSize;
-    /// Halo tiles for offset type 7, and those with a layer below for all other types.
-    HaloTileCache<Traits, ValueT, W + 1, 0> nodeCache;
-    HaloTileCache<Traits, ValueT, W, 1> cellCache;
-    const Container<Traits>* container;
     const PlainChannel* channel;
     const HaloChannel* haloChannel;
     const VoxelTopology<Traits>* topology;
     HaloLayout haloLayout_;
-    /// Samples taken without a halo channel.
-    std::uint64_t sampleCount = 0;
     ValueT defaultValue;
     int minDepth, maxDepth;
 };

@@ -134,7 +134,8 @@ private:
     static int3 originOf(const Place& place, int depth) {
         const auto extent = static_cast<std::uint32_t>(Traits::tileExtent(depth));
         const auto origin = [extent](std::uint32_t v) {
-            return static_cast<int>(v - v % extent + static_cast<std::uint32_t>(kLowest));
+            const std::uint32_t inTile = B == 2 ? v & (extent - 1) : v % extent;
+            return static_cast<int>(v - inTile + static_cast<std::uint32_t>(kLowest));
         };
         return {origin(place.x), origin(place.y), origin(place.z)};
     }

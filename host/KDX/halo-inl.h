@@ -86,14 +86,14 @@ void setHaloTile(const TreeIndex& index,
                  const Channel<Traits, T, Traits::kVoxelsPerAxis, 0, 0>& channel, HaloMode,
                  HaloType, typename Container<Traits>::ConstTileAccessor& accessor,
                  TileData<T, Traits::kVoxelsPerAxis + 1, 1, 0>& buffer, const T& defaultValue,
-                 float, VoxelOffsetType offsetType) {
+                 float, VoxelOffsetType) {
     buffer.allocate();
     if (!channel.tree() || !channel.tree()->tile(index)) {
         std::fill_n(buffer.data(), TileDataLayout<Traits::kVoxelsPerAxis + 1, 1>::kValueCount,
                     defaultValue);
         return;
     }
-    const HaloTile<Traits, T> haloTile(channel, defaultValue, offsetType, 1, 2);
+    const HaloTile<Traits, T> haloTile(channel, defaultValue, channel.tree()->offsetType(), 1, 2);
     HaloChain<Traits, T> ancestors(haloTile);
     haloTile.fill(
         index, accessor, [&] { return ancestors.parentOf(index, *channel.tree(), accessor); },

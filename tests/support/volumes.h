@@ -44,7 +44,7 @@ inline double randomAt(const int3& p, int salt, std::uint64_t seed) {
 template <class Traits>
 TreePtr<Traits> build(const RandomTree& options) {
     constexpr bool two = Traits::kChildrenPerAxis == 2;
-    constexpr int reach = two ? 64 : 250, detail = two ? 40 : 60, base = Traits::kFinestDepth - 3;
+    constexpr int reach = two ? 64 : 375, detail = two ? 40 : 60, base = Traits::kFinestDepth - 3;
     TreeBuilder<Traits> builder;
     builder.addRefined(
         {{-reach, -reach, -reach}, {reach - 1, reach - 1, reach - 1}},

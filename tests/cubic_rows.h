@@ -1,0 +1,191 @@
+// The cubic sampler for the rows of one value type.
+#include "support/cubic.h"
+#include "support/cubicReference.h"
+
+namespace {
+
+template <class Row>
+class CubicTest : public ::testing::Test {};
+TYPED_TEST_SUITE(CubicTest, Rows, RowName);
+
+double power(double x, int degree) {
+    return std::pow(x / 8, degree);
+}
+
+// Of full degree along every axis, with mixed terms.
+double polynomial(const double3& p, int degree) {
+    return 1 + power(p.x, degree) - 2 * power(p.y, degree) + power(p.z, degree) +
+           power(p.x, degree) * power(p.y, 1) * power(p.z, degree);
+}
+
+TYPED_TEST(CubicTest, ReproducesItsDegreeAndNotTheNext) {
+    using T = typename TypeParam::Value;
+    using Shape = typename TypeParam::Traits;
+    constexpr double rounding = std::is_same_v<ScalarOf<T>, float> ? 1e-4 : 1e-11;
+    constexpr int degrees[] = {2, 3, 2, 1};
+    for (int type = 0; type < 8; ++type)
+        for (int degree = 1; degree <= 4; ++degree) {
+            const auto field = [&](const double3& p, int) { return polynomial(p, degree); };
+            CubicVolume<TypeParam> volume(uniformTree<Shape>(type), field, 0);
+            for (const auto mode : kAllModes) {
+                auto tileLocal = volume.cubic({.mode = mode, .clamp = false});
+                auto general = volume.cubic({.mode = mode, .clamp = false, .jumpPolicy = 0});
+                double worst = 0;
+                for (std::uint64_t i = 0; i < 150; ++i) {
+                    const auto p = toPosition<typename TypeParam::Position>(randomPosition(i, 12));
+                    const T value = tileLocal.sample(p, kIndex);
+                    ASSERT_EQ(value, general.sample(p, kIndex));
+                    const T expected = valueFrom<T>(polynomial({p.x, p.y, p.z}, degree));
+                    worst = std::max(worst, distance(value, expected));
+                }
+                const int reproduced = degrees[static_cast<int>(mode)];
+                if (degree <= reproduced) {
+                    EXPECT_LT(worst, rounding) << modeName(mode) << ", type " << type;
+                } else if (degree == reproduced + 1) {
+                    EXPECT_GT(worst, 3e-4) << modeName(mode) << ", degree " << degree;
+                }
+            }
+        }
+}
+
+TYPED_TEST(CubicTest, GivesVoxelsTheirValuesAndStaysWithinTheCorners) {
+    using T = typename TypeParam::Value;
+    using Shape = typename TypeParam::Traits;
+    for (const int type : {0, 5, 7}) {
+        CubicVolume<TypeParam> volume(uniformTree<Shape>(type, Shape::kFinestDepth - 2), noise(3),
+                                      0);
+        const auto offset = voxelOffset(static_cast<VoxelOffsetType>(type));
+        const double width = Shape::voxelWidth(Shape::kFinestDepth - 2);
+        for (const auto mode : kAllModes) {
+            auto clamped = volume.cubic({.mode = mode});
+            auto free = volume.cubic({.mode = mode, .clamp = false});
+            auto general = volume.cubic({.mode = mode, .jumpPolicy = 2});
+            for (std::uint64_t i = 0; i < 100; ++i) {
+                double3 p = randomPosition(i, 12);
+                const double3 voxel{std::floor(p.x), std::floor(p.y), std::floor(p.z)};
+                const auto corner = [&](int c) {
+                    const double3 q{voxel.x + (c & 1) + double{offset.x},
+                                    voxel.y + (c >> 1 & 1) + double{offset.y},
+                                    voxel.z + (c >> 2) + double{offset.z}};
+                    return toPosition<typename TypeParam::Position>(q * width);
+                };
+                const T stored = volume.plain.sample(corner(0), 28, kIndex);
+                ASSERT_EQ(clamped.sample(corner(0), kIndex), stored);
+                ASSERT_EQ(free.sample(corner(0), kIndex), stored);
+                ASSERT_EQ(general.sample(corner(0), kIndex), stored);
+                p = {p.x + double{offset.x}, p.y + double{offset.y}, p.z + double{offset.z}};
+                const auto at = toPosition<typename TypeParam::Position>(p * width);
+                const auto value = toComponents(clamped.sample(at, kIndex));
+                overshoots += fromComponents<T>(value) != free.sample(at, kIndex);
+                auto low = toComponents(stored), high = low;
+                for (int c = 1; c < 8; ++c) {
+                    const auto v = toComponents(volume.plain.sample(corner(c), 28, kIndex));
+                    for (std::size_t k = 0; k < v.size(); ++k) {
+                        low[k] = std::min(low[k], v[k]);
+                        high[k] = std::max(high[k], v[k]);
+                    }
+                }
+                for (std::size_t k = 0; k < value.size(); ++k) {
+                    ASSERT_GE(value[k], low[k]);
+                    ASSERT_LE(value[k], high[k]);
+                }
+            }
+        }
+    }
+    EXPECT_GT(overshoots, 5);
+}
+
+TYPED_TEST(CubicTest, AgreesWithASlowEvaluatorAndWithLinearAtJumps) {
+    using T = typename TypeParam::Value;
+    using Shape = typename TypeParam::Traits;
+    using Position = typename TypeParam::Position;
+    using Cubic = typename CubicVolume<TypeParam>::Cubic;
+    for (int type = 0; type < 8; ++type) {
+        const auto tree = build<Shape>(
+            {.seed = 60U + type, .interiorData = 0.7, .type = static_cast<VoxelOffsetType>(type)});
+        const CubicVolume<TypeParam> volume(tree, noise(4), -70);
+        auto linear = volume.plain;
+        std::vector<Cubic> plain, cached;
+        for (const auto mode : kAllModes) {
+            plain.push_back(volume.cubic({.mode = mode, .clamp = type % 2 == 0}));
+            cached.push_back(
+                volume.cubic({.mode = mode, .clamp = type % 2 == 0, .cache = type < 4 ? 1U : 40U}));
+        }
+        int cubics = 0;
+        for (std::uint64_t i = 0; i < 400; ++i) {
+            // Near the depth changes in the middle and in the wide tiles around them.
+            const auto p = toPosition<Position>(
+                randomPosition(i, i % 2 ? kCoveredReach<Shape> : 1.7 * kCoveredReach<Shape>));
+            const int limit = Shape::kFinestDepth - (i % 5 == 4 ? static_cast<int>(i / 5 % 4) : 0);
+            VoxelLocation<Position> at;
+            plain[0].locate(p, std::min(volume.channel->depth(), limit), kIndex, at);
+            for (std::size_t m = 0; m < plain.size(); ++m) {
+                const T value = plain[m].sample(p, limit, kIndex);
+                const T fromCache = cached[m].sample(p, limit, kIndex);
+                if constexpr (std::is_same_v<T, double>) {
+                    if (!at.treeIndex.isValid() || !volume.channel->tileData(at.treeIndex)) {
+                        ASSERT_EQ(value, -70);
+                        ASSERT_EQ(fromCache, -70);
+                        continue;
+                    }
+                    const int depth = at.treeIndex.depth;
+                    const std::int64_t width = Shape::voxelWidth(depth);
+                    const int3 tijk = tree->tile(at.treeIndex)->tijk();
+                    static std::map<const void*, std::unique_ptr<CubicReference<Shape>>> all;
+                    auto& reference = all[volume.channel.get()];
+                    if (!reference)
+                        reference = std::make_unique<CubicReference<Shape>>(*volume.channel);
+                    const double expected = reference->sample(
+                        kAllModes[m], type % 2 == 0, depth,
+                        {tijk.x / width + at.n.x, tijk.y / width + at.n.y, tijk.z / width + at.n.z},
+                        at.f, p);
+                    ASSERT_NEAR(value, expected, 1e-6) << "type " << type << " sample " << i;
+                    if (reference->lastWasCubic) {
+                        ASSERT_EQ(value, fromCache);
+                    }
+                    cubics += reference->lastWasCubic;
+                }
+                if (value != linear.sample(p, limit, kIndex))
+                    ++cubics;
+            }
+        }
+        EXPECT_GT(cubics, 3);
+    }
+}
+
+TYPED_TEST(CubicTest, LinearFieldsStayLinearAcrossJumpsOnEveryPath) {
+    using T = typename TypeParam::Value;
+    using Shape = typename TypeParam::Traits;
+    constexpr double rounding = std::is_same_v<ScalarOf<T>, float> ? 6e-4 : 1e-11;
+    for (int type = 0; type < 8; ++type) {
+        const auto tree = build<Shape>({.seed = 5,
+                                        .hole = 0,
+                                        .interiorData = type % 2 ? 0.3 : 1.0,
+                                        .type = static_cast<VoxelOffsetType>(type),
+                                        .voxelSize = 0.37F});
+        const CubicVolume<TypeParam> volume(
+            tree, [](const double3& p, int) { return linearField(p); }, -99);
+        for (const auto mode : kAllModes)
+            for (const unsigned policy : {0U, 1U, 2U}) {
+                auto sampler =
+                    volume.cubic({.mode = mode, .jumpPolicy = policy % 2, .cache = policy});
+                double worst = 0;
+                for (std::uint64_t i = 0; i < 150; ++i) {
+                    double3 p = randomPosition(i, kCoveredReach<Shape> - 16);
+                    // Some on whole and half voxels along one, two or three axes.
+                    const auto snap = [](double v) { return std::round(2 * v) / 2; };
+                    p = {i % 2 ? snap(p.x) : p.x, i % 3 ? p.y : snap(p.y), i % 5 ? p.z : snap(p.z)};
+                    const auto world =
+                        toPosition<typename TypeParam::Position>(p * static_cast<double>(0.37F));
+                    // A limit needs data in refined tiles.
+                    const int limit = Shape::kFinestDepth - (type % 2 == 0 && i % 4 == 3 ? 1 : 0);
+                    worst = std::max(worst, distance(sampler.sample(world, limit, kWorld),
+                                                     valueFrom<T>(linearField(p))));
+                }
+                EXPECT_LT(worst, rounding)
+                    << modeName(mode) << ", type " << type << ", policy " << policy;
+            }
+    }
+}
+
+} // namespace

@@ -1,0 +1,86 @@
+// The eight corners of a cell, read from a plain channel.
+#pragma once
+
+#include "KDX/Channel.h"
+#include "volume/HaloTileCache.h"
+#include "volume/haloLayout.h"
+
+#include <cstdint>
+
+namespace KDX::TileTree3D {
+
+/// A cell's lower corner in some tile's values, and the steps to the next value along y and z.
+template <class ValueT>
+struct Cell {
+    const ValueT* lower = nullptr;
+    int stepY = 0, stepZ = 0;
+
+    Cell() = default;
+    /// The cell that begins at local voxel n of values stored as the layout says.
+    Cell(const ValueT* values, const HaloLayout& layout, const int3& n)
+        : lower(values + layout.base + n.x + layout.stride * (n.y + layout.stride * n.z)),
+          stepY(layout.stride), stepZ(layout.stride * layout.stride) {}
+
+    const ValueT& at(int x, int y, int z) const { return lower[x + y * stepY + z * stepZ]; }
+};
+
+/// Trilinear interpolation in a cell: along x first, then y, then z.
+template <class ValueT, class PositionT>
+ValueT trilinear(const Cell<ValueT>& cell, const PositionT& f) {
+    using Vantor::Math::lerp;
+    const ValueT c00 = lerp(cell.at(0, 0, 0), cell.at(1, 0, 0), f.x);
+    const ValueT c10 = lerp(cell.at(0, 1, 0), cell.at(1, 1, 0), f.x);
+    const ValueT c01 = lerp(cell.at(0, 0, 1), cell.at(1, 0, 1), f.x);
+    const ValueT c11 = lerp(cell.at(0, 1, 1), cell.at(1, 1, 1), f.x);
+    return lerp(lerp(c00, c10, f.y), lerp(c01, c11, f.y), f.z);
+}
+
+/// Reads cells of a plain channel: from their tile where that holds all corners, otherwise from a
+/// halo tile that is made on demand and kept. A copy starts without halo tiles.
+template <class Traits, class ValueT>
+class PlainCells {
+    static constexpr int W = Traits::kVoxelsPerAxis;
+
+public:
+    using Plain = Channel<Traits, ValueT, W, 0, 0>;
+
+    /// `channel` may be null for one that never reads.
+    PlainCells(const Container<Traits>& container, const Plain* channel, VoxelOffsetType type)
+        : container_(&container), channel_(channel), haloAccessor(container.tileAccessor()),
+          corner_(type == VoxelOffsetType::kCorner), layout_(haloLayout<Traits>(type)) {}
+
+    /// The cell that begins at voxel n of the tile, whose values are `tile`. Indices n run from -1
+    /// (from 0 for offset type 7) to W - 1.
+    Cell<ValueT> read(const TreeIndex& index, const ValueT* tile, const int3& n) {
+        ++sampleCount;
+        // The lowest voxel of a cell-centred tile goes through the halo tile as well, so that all
+        // positions nearer than a voxel to the lower face take one path.
+        const int lowest = corner_ ? 0 : 1;
+        if (n.x >= lowest && n.y >= lowest && n.z >= lowest && n.x + 1 < W && n.y + 1 < W &&
+            n.z + 1 < W)
+            return {tile, {W, 0}, n};
+        return {haloTile(index), layout_, n};
+    }
+
+    /// The same from the tile's halo tile, whether the tile holds all corners or not.
+    Cell<ValueT> readHalo(const TreeIndex& index, const int3& n) {
+        ++sampleCount;
+        return {haloTile(index), layout_, n};
+    }
+
+private:
+    const ValueT* haloTile(const TreeIndex& index);
+
+    const Container<Traits>* container_;
+    const Plain* channel_;
+    typename Container<Traits>::ConstTileAccessor haloAccessor;
+    bool corner_;
+    HaloLayout layout_;
+    /// Halo tiles for offset type 7, and those with a layer below for all other types.
+    HaloTileCache<Traits, ValueT, W + 1, 0> nodeCache;
+    HaloTileCache<Traits, ValueT, W, 1> cellCache;
+    /// Cells read, the stamp of the caches.
+    std::uint64_t sampleCount = 0;
+};
+
+} // namespace KDX::TileTree3D
