@@ -144,9 +144,12 @@ private:
         cairo_set_line_width(cr(), 0.6 * scale_);
         const bool light = picture_.map == ColourMap::kSequential && picture_.depths.empty();
         setColour(light ? Colour{1, 1, 1} : Colour{0, 0, 0}, 0.4);
-        for (const auto& tile : picture_.tiles)
-            cairo_rectangle(cr(), toX(tile.left), toY(tile.top), toX(tile.right) - toX(tile.left),
-                            toY(tile.bottom) - toY(tile.top));
+        for (const auto& tile : picture_.tiles) {
+            cairo_new_sub_path(cr());
+            for (const auto& [x, y] : tile.corners)
+                cairo_line_to(cr(), toX(x), toY(y));
+            cairo_close_path(cr());
+        }
         cairo_stroke(cr());
         cairo_restore(cr());
     }
@@ -267,10 +270,26 @@ struct Sink {
 
 } // namespace
 
-void writePng(const SlicePicture& picture, OutputFile& out) {
-    Drawing drawing(picture);
+void writePng(std::span<const SlicePicture> pictures, OutputFile& out) {
+    std::vector<std::unique_ptr<Drawing>> drawings;
+    std::vector<cairo_surface_t*> parts;
+    int width = 0, height = 0;
+    for (const auto& picture : pictures) {
+        drawings.push_back(std::make_unique<Drawing>(picture));
+        parts.push_back(drawings.back()->draw());
+        width += cairo_image_surface_get_width(parts.back());
+        height = std::max(height, cairo_image_surface_get_height(parts.back()));
+    }
+    const Surface whole = makeSurface(width, height);
+    const std::unique_ptr<cairo_t, Destroy> context(cairo_create(whole.get()));
+    int x = 0;
+    for (cairo_surface_t* part : parts) {
+        cairo_set_source_surface(context.get(), part, x, 0);
+        cairo_paint(context.get());
+        x += cairo_image_surface_get_width(part);
+    }
     Sink sink{out, nullptr};
-    const auto status = cairo_surface_write_to_png_stream(drawing.draw(), &Sink::write, &sink);
+    const auto status = cairo_surface_write_to_png_stream(whole.get(), &Sink::write, &sink);
     if (sink.failure)
         std::rethrow_exception(sink.failure);
     if (status != CAIRO_STATUS_SUCCESS)

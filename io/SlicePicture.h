@@ -4,17 +4,19 @@
 #include "io/ColourMap.h"
 #include "io/OutputFile.h"
 
+#include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Stratum::io {
 
 /// What a picture shows. The raster's rows run from the top down, its columns from left to right;
-/// `left` .. `top` are the world coordinates of its edges.
+/// `left` .. `top` are the
+/// coordinates of its edges: world coordinates, or distances from a point of the plane.
 struct SlicePicture {
-    struct Rectangle {
-        double left, bottom, right, top; ///< world coordinates
-        int depth;
+    struct Outline {
+        std::vector<std::pair<double, double>> corners; ///< in the coordinates of the edges
     };
 
     int columns = 0, rows = 0;
@@ -27,11 +29,12 @@ struct SlicePicture {
     std::string title, subtitle, valueLabel;
     std::string horizontalAxis = "x", verticalAxis = "y";
 
-    std::vector<Rectangle> tiles; ///< outlined, when there are any
-    std::vector<int> depths;      ///< per pixel, tinted when given; -1 for no tile
+    std::vector<Outline> tiles; ///< outlined, when there are any
+    std::vector<int> depths;    ///< per pixel, tinted when given; -1 for no tile
 };
 
-/// Draws the picture as a PNG. Throws std::runtime_error when it cannot be made or written.
-void writePng(const SlicePicture& picture, OutputFile& out);
+/// Draws pictures side by side as one PNG. Throws std::runtime_error when it cannot be made or
+/// written.
+void writePng(std::span<const SlicePicture> pictures, OutputFile& out);
 
 } // namespace Stratum::io

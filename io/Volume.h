@@ -4,6 +4,8 @@
 #include "Ostrum/Ptr.h"
 #include "Vantor/Object.h"
 
+#include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,11 +20,21 @@ struct ChannelInfo {
     std::vector<std::string> alsoNamed; ///< further names of the same channel
 };
 
+/// What a volume held before and after it was coarsened.
+struct Saving {
+    struct Amount {
+        std::size_t tiles = 0, voxels = 0, bytes = 0;
+    };
+    double tolerance = 0;
+    Amount before, after;
+};
+
 struct Volume {
     Ostrum::Ptr<Vantor::Object> object;
     std::vector<ChannelInfo> channels;
     /// What could not be taken over as it was, one sentence each.
     std::vector<std::string> warnings;
+    std::optional<Saving> saving = {}; ///< when it was coarsened
 };
 
 } // namespace Stratum::io

@@ -1,17 +1,14 @@
 // Reading .vdb files. The only source that includes OpenVDB, whose headers take long to compile.
 #include "io/readVdb.h"
 
-#include "io/Cancelled.h"
+#include "io/gridVolume.h"
 #include "io/vdbFile.h"
-#include "io/vdbGrid.h"
-#include "io/vdbTopology.h"
 
 #include <openvdb/io/File.h>
 
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
-#include <set>
 #include <stdexcept>
 
 namespace Stratum::io {
@@ -23,21 +20,41 @@ using UsableGrids = openvdb::TypeList<openvdb::FloatGrid, openvdb::DoubleGrid, o
                                       openvdb::Int64Grid, openvdb::Vec3SGrid, openvdb::Vec3DGrid,
                                       openvdb::Vec3IGrid>;
 
-// Names that no two channels share, whatever the grids are called.
-class UniqueNames {
-public:
-    std::string add(const std::string& wanted) {
-        const std::string base = wanted.empty() ? "unnamed" : wanted;
-        std::string name = base;
-        for (int n = 1; !taken_.insert(name).second; ++n)
-            name = base + "[" + std::to_string(n) + "]";
-        return name;
-    }
-    bool isTaken(const std::string& name) const { return taken_.contains(name); }
+// How GridRegion reads the nodes of a tree.
+template <class TreeT>
+struct VdbAccess {
+    using Value = typename TreeT::ValueType;
+    using Upper = typename TreeT::RootNodeType::ChildNodeType;
+    using Lower = typename Upper::ChildNodeType;
+    using Leaf = typename Lower::ChildNodeType;
+    static constexpr int kLeafLog2 = Leaf::LOG2DIM, kLowerLog2 = Lower::LOG2DIM,
+                         kUpperLog2 = Upper::LOG2DIM;
 
-private:
-    std::set<std::string> taken_;
+    template <class Node>
+    static bool isChild(const Node& node, unsigned n) {
+        return node.isChildMaskOn(n);
+    }
+    template <class Node>
+    static const typename Node::ChildNodeType* child(const Node& node, unsigned n) {
+        return node.getTable()[n].getChild();
+    }
+    template <class Node>
+    static const Value& value(const Node& node, unsigned n) {
+        return node.getTable()[n].getValue();
+    }
+    static const Value& value(const Leaf& leaf, unsigned n) { return leaf.buffer().data()[n]; }
 };
+
+template <class TreeT>
+GridRegion<VdbAccess<TreeT>> regionOf(const TreeT& tree) {
+    typename GridRegion<VdbAccess<TreeT>>::Cells cells;
+    const auto at = [](const openvdb::Coord& c) { return GridIndex{c.x(), c.y(), c.z()}; };
+    for (auto child = tree.root().cbeginChildOn(); child; ++child)
+        cells[at(child.getCoord())] = {&*child, tree.background()};
+    for (auto tile = tree.root().cbeginValueAll(); tile; ++tile)
+        cells[at(tile.getCoord())] = {nullptr, *tile};
+    return {std::move(cells), tree.background()};
+}
 
 struct Found {
     std::string name;
@@ -58,6 +75,29 @@ std::string originOf(const GridBase& grid) {
     std::ranges::transform(text, text.begin(),
                            [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     return text;
+}
+
+GridKind kindOf(const GridBase& grid) {
+    const auto gridClass = grid.getGridClass();
+    if (gridClass == openvdb::GRID_LEVEL_SET)
+        return GridKind::kLevelSet;
+    const bool fog = gridClass == openvdb::GRID_FOG_VOLUME ||
+                     (gridClass == openvdb::GRID_UNKNOWN && grid.getName() == "density");
+    return fog ? GridKind::kFog : GridKind::kOther;
+}
+
+GridPlacementResult placementOf(const openvdb::math::Transform& transform) {
+    if (!transform.isLinear())
+        return {{}, "it is a frustum"};
+    const auto affine = transform.baseMap()->getAffineMap()->getMat4();
+    GridTransform result;
+    for (int row = 0; row < 3; ++row) {
+        for (int column = 0; column < 3; ++column)
+            result.matrix[static_cast<std::size_t>(row)][static_cast<std::size_t>(column)] =
+                affine[column][row];
+        result.translation[static_cast<std::size_t>(row)] = affine[3][row];
+    }
+    return placementOf(result);
 }
 
 // The grids that options ask for and that can be used; others are named in the warnings.
@@ -82,91 +122,33 @@ std::vector<Found> readGrids(const std::string& path, const VdbOptions& options,
         throwIfCancelled();
         found.push_back({name, file.readGrid(fileName.gridName())});
     }
-    if (!options.grid.empty() && !unique.isTaken(options.grid))
-        throw std::runtime_error("it has no grid '" + options.grid +
-                                 "'; it has: " + (names.empty() ? "none" : names));
-    if (found.empty())
-        throw std::runtime_error("it holds no grid of numbers or 3-vectors; it holds: " +
-                                 (names.empty() ? "none" : names));
+    requireGrids(options.grid, unique, !found.empty(), names);
     return found;
 }
 
-std::unique_ptr<VdbGrid> typedGrid(const Found& found, std::vector<std::string>& warnings) {
-    const auto placement = placementOf(found.grid->transform());
-    if (!placement.placement)
-        throw std::runtime_error("grid '" + found.name +
-                                 "' has a transform that tiles cannot follow: " + placement.reason +
-                                 " (a uniform scale and translations by half voxels are possible)");
+FileGrid fileGrid(const Found& found, std::vector<std::string>& warnings) {
+    const auto placement = requirePlacement(found.name, placementOf(found.grid->transform()));
     if (found.grid->isType<openvdb::Int64Grid>())
         warnings.push_back("grid '" + found.name +
                            "' holds 64-bit integers; beyond 2^53 they are rounded");
-    std::unique_ptr<VdbGrid> typed;
+    FileGrid result{nullptr, originOf(*found.grid), kindOf(*found.grid)};
     found.grid->apply<UsableGrids>([&](const auto& grid) {
-        using GridT = std::decay_t<decltype(grid)>;
-        typed = std::make_unique<TypedVdbGrid<GridT>>(openvdb::gridConstPtrCast<GridT>(found.grid),
-                                                      found.name, *placement.placement);
+        using Access = VdbAccess<typename std::decay_t<decltype(grid)>::TreeType>;
+        result.grid = std::make_unique<TypedSourceGrid<Access>>(found.grid, regionOf(grid.tree()),
+                                                                found.name, placement);
     });
-    return typed;
-}
-
-// The host's name for what a grid is, or none.
-std::string hostName(const GridBase& grid) {
-    const auto gridClass = grid.getGridClass();
-    if (gridClass == openvdb::GRID_LEVEL_SET)
-        return Vantor::Geometry::sVoxelSignedDistance.str();
-    if (gridClass == openvdb::GRID_FOG_VOLUME ||
-        (gridClass == openvdb::GRID_UNKNOWN && grid.getName() == "density"))
-        return Vantor::Geometry::sVoxelFogDensity.str();
-    return {};
-}
-
-ChannelInfo describe(const Found& found, std::set<std::string>& taken,
-                     std::vector<std::string>& warnings) {
-    ChannelInfo info{found.name, originOf(*found.grid), {}};
-    if (const std::string name = hostName(*found.grid); !name.empty()) {
-        if (taken.insert(name).second)
-            info.alsoNamed.push_back(name);
-        else
-            warnings.push_back("grid '" + found.name + "' is not also named '" + name +
-                               "': another channel has that name");
-    }
-    return info;
-}
-
-template <class Shape>
-void addChannels(Vantor::Object& object, const VdbGrids& grids,
-                 const std::vector<ChannelInfo>& infos) {
-    const auto tree = VdbTopology<Shape>(grids).build();
-    Vantor::Geometry::addTree<Shape>(object, tree);
-    for (std::size_t i = 0; i < grids.size(); ++i) {
-        std::vector<std::string> names = infos[i].alsoNamed;
-        names.insert(names.begin(), infos[i].name);
-        grids[i]->addChannel(object, tree, VdbTopology<Shape>::flags(*tree, *grids[i]), names);
-    }
+    return result;
 }
 
 Volume readChecked(const std::string& path, const VdbOptions& options) {
     openvdb::initialize();
     std::ifstream stream = openVdbFile(path);
     VdbCompleteness::check(stream, std::filesystem::file_size(path));
-    Volume volume{Ostrum::makePtr<Vantor::Object>(), {}, {}};
-    const std::vector<Found> found = readGrids(path, options, volume.warnings);
-    VdbGrids grids;
-    std::set<std::string> taken;
-    for (const Found& each : found) {
-        grids.push_back(typedGrid(each, volume.warnings));
-        taken.insert(each.name);
-        if (!(grids.back()->placement == grids.front()->placement))
-            throw std::runtime_error("grids '" + grids.front()->name + "' and '" + each.name +
-                                     "' have different transforms; choose one grid");
-    }
-    for (const Found& each : found)
-        volume.channels.push_back(describe(each, taken, volume.warnings));
-    if (options.shape == TreeShape::kTwo)
-        addChannels<Traits<2, 4, 1>>(*volume.object, grids, volume.channels);
-    else
-        addChannels<Traits<5, 5, 1>>(*volume.object, grids, volume.channels);
-    return volume;
+    std::vector<std::string> warnings;
+    std::vector<FileGrid> grids;
+    for (const Found& each : readGrids(path, options, warnings))
+        grids.push_back(fileGrid(each, warnings));
+    return makeGridVolume(grids, options.shape, std::move(warnings));
 }
 
 } // namespace

@@ -1,13 +1,16 @@
 // The subcommands; each adds itself with its options and runs while the command line is parsed.
 #pragma once
 
+#include "io/Provenance.h"
+
 #include <CLI/App.hpp>
 
 namespace Stratum::tools {
 
 void addInfo(CLI::App& app);
-void addSample(CLI::App& app);
-void addSlice(CLI::App& app);
+void addSample(CLI::App& app, const io::Provenance& provenance);
+void addGradient(CLI::App& app, const io::Provenance& provenance);
+void addSlice(CLI::App& app, const io::Provenance& provenance);
 void addDemo(CLI::App& app);
 void addRun(CLI::App& app);
 

@@ -1,19 +1,41 @@
 #include "commonOptions.h"
 
 #include "Kelvane/Logger.h"
+#include "Terminal.h"
 #include "io/Cancelled.h"
+#include "io/coarsen.h"
 #include "io/formulaVolume.h"
+#include "io/readNvdb.h"
 #include "io/readVdb.h"
 
+#include <array>
 #include <cstdio>
 #include <iostream>
 #include <string_view>
+#include <utility>
 
 namespace Stratum::tools {
 
 namespace {
 
 constexpr std::string_view kFormula = "formula:";
+constexpr int kYellow = 33;
+
+using Geometry::Query::SamplerType;
+constexpr std::array<std::pair<const char*, SamplerType>, 3> kSamplers{
+    {{"linear", SamplerType::kLinear},
+     {"cubic-c0", SamplerType::kCubicC0},
+     {"cubic-c1", SamplerType::kCubicC1}}};
+
+// By the extension; other names count as those of .vdb files.
+io::Volume readVolume(const CommonOptions& options) {
+    const auto shape = static_cast<io::TreeShape>(options.shape);
+    if (options.file.starts_with(kFormula))
+        return io::formulaVolume(options.file.substr(kFormula.size()), shape);
+    const io::VdbOptions wanted{.shape = shape, .grid = options.grid};
+    return options.file.ends_with(".nvdb") ? io::readNvdb(options.file, wanted)
+                                           : io::readVdb(options.file, wanted);
+}
 
 void printTimers() {
     std::fprintf(stderr, "%10s %8s  %s\n", "seconds", "calls", "timer");
@@ -36,16 +58,37 @@ void addRunOptions(CLI::App& command, CommonOptions& options) {
     command.add_flag("-v,--verbose", options.verbosity,
                      "say more on the standard error stream; -vv traces decisions");
     command.add_flag("--timers", options.timers, "print a table of timers when done");
+    auto* json = command.add_flag("--json", options.json, "results for programs, as JSON");
+    command.add_flag("-q,--quiet", options.quiet, "no warnings and no progress")->excludes(json);
 }
 
 void addVolumeOptions(CLI::App& command, CommonOptions& options) {
     command
         .add_option("FILE", options.file,
-                    "a .vdb file, or formula:NAME for an embedded volume (" + io::formulaNames() +
-                        ")")
+                    "a .vdb or .nvdb file, or formula:NAME for an embedded volume (" +
+                        io::formulaNames() + ")")
         ->required();
-    command.add_option("--grid", options.grid, "take only this grid of a file");
+    command.add_option("--grid", options.grid, "take only this grid of a file; all by default");
+    command
+        .add_option("--tolerance", options.tolerance,
+                    "widen voxels where that changes no linear sample by more than this, in any "
+                    "channel; not by default")
+        ->check(CLI::NonNegativeNumber);
     addRunOptions(command, options);
+}
+
+std::vector<std::string> samplerNames() {
+    std::vector<std::string> names;
+    for (const auto& [name, type] : kSamplers)
+        names.emplace_back(name);
+    return names;
+}
+
+SamplerType samplerNamed(const std::string& name) {
+    for (const auto& [known, type] : kSamplers)
+        if (name == known)
+            return type;
+    throw std::invalid_argument("there is no sampler '" + name + "'");
 }
 
 Run::Run(const CommonOptions& options) : timers_(options.timers) {
@@ -62,12 +105,14 @@ Run::~Run() {
 
 io::Volume loadVolume(const CommonOptions& options) {
     const Kelvane::Logger::timer timer("load volume");
-    const auto shape = static_cast<io::TreeShape>(options.shape);
-    io::Volume volume = options.file.starts_with(kFormula)
-                            ? io::formulaVolume(options.file.substr(kFormula.size()), shape)
-                            : io::readVdb(options.file, {.shape = shape, .grid = options.grid});
-    for (const auto& warning : volume.warnings)
-        std::cerr << "stratum: warning: " << warning << '\n';
+    io::Volume volume = readVolume(options);
+    if (options.tolerance) {
+        const Kelvane::Logger::timer coarsening("coarsen volume");
+        volume = io::coarsen(volume, *options.tolerance);
+    }
+    if (!options.quiet)
+        for (const auto& warning : volume.warnings)
+            std::cerr << "stratum: " << emphasized("warning:", kYellow) << ' ' << warning << '\n';
     io::throwIfCancelled();
     return volume;
 }

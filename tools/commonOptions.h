@@ -3,28 +3,35 @@
 
 #include "Vantor/Object.h"
 #include "io/Volume.h"
+#include "ops/sample_volume.h"
 
 #include <CLI/App.hpp>
 #include <oneapi/tbb/global_control.h>
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace Stratum::tools {
 
 struct CommonOptions {
     std::string file, grid;
+    std::optional<double> tolerance;
     int shape = 2;
     int threads = 0;
     int verbosity = 0;
-    bool timers = false;
+    bool timers = false, json = false, quiet = false;
 };
 
-/// Adds the options that concern the run: --shape, --threads, -v, --timers.
+/// Adds the options that concern the run: --shape, --threads, -v, --timers, --json, --quiet.
 void addRunOptions(CLI::App& command, CommonOptions& options);
 
-/// Adds FILE and --grid, and the run's options.
+/// Adds FILE, --grid and --tolerance, and the run's options.
 void addVolumeOptions(CLI::App& command, CommonOptions& options);
+
+/// The samplers' names as --sampler takes them.
+std::vector<std::string> samplerNames();
+Geometry::Query::SamplerType samplerNamed(const std::string& name);
 
 /// Applies the run's options as long as it lives; at its end prints the timers when asked to.
 class Run {
@@ -39,7 +46,8 @@ private:
     bool timers_;
 };
 
-/// Reads or makes the volume that FILE names and passes its warnings on.
+/// Reads or makes the volume that FILE names, coarsens it where --tolerance asks for that, and
+/// passes its warnings on.
 io::Volume loadVolume(const CommonOptions& options);
 
 /// FILE for people to read: without folders.

@@ -1,10 +1,12 @@
 // stratum demo: an embedded volume, sampled, checked and drawn.
 #include "Results.h"
+#include "Terminal.h"
 #include "commands.h"
 #include "common/randomUnit.h"
 #include "commonOptions.h"
 #include "io/Cancelled.h"
 #include "io/Sunflower.h"
+#include "io/jsonText.h"
 #include "ops/sample_volume.h"
 #include "slicePlane.h"
 
@@ -29,7 +31,7 @@ using Positions = Ostrum::Array<float3>;
 constexpr std::size_t kSampleCount = 1000000, kShownCount = 8;
 
 struct DemoOptions {
-    CommonOptions common{.file = "formula:sunflower", .grid = {}};
+    CommonOptions common{.file = "formula:sunflower", .grid = {}, .tolerance = {}};
     std::string output = "stratum-demo.png";
 };
 
@@ -60,21 +62,33 @@ Positions positionsIn(const io::Sunflower& field) {
     return positions;
 }
 
+struct Errors {
+    double largest = 0, rootMeanSquare = 0;
+};
+
+Errors errorsOf(const io::Sunflower& field, const Positions& positions,
+                const Ostrum::Array<float>& values) {
+    Errors errors;
+    for (std::size_t i = 0; i < positions.size(); ++i) {
+        const float3& p = positions[i];
+        const double error = double{values[i]} - field.density({p.x, p.y, p.z});
+        errors.largest = std::max(errors.largest, std::abs(error));
+        errors.rootMeanSquare += error * error;
+    }
+    errors.rootMeanSquare =
+        std::sqrt(errors.rootMeanSquare / static_cast<double>(positions.size()));
+    return errors;
+}
+
 void printSamples(Results& results, const io::Sunflower& field, const Positions& positions,
                   const Ostrum::Array<float>& values) {
     print(results, "\n%9s %9s %9s %12s %12s %12s\n", "x", "y", "z", "sampled", "exact", "error");
-    double largest = 0, sum = 0;
-    for (std::size_t i = 0; i < positions.size(); ++i) {
+    for (std::size_t i = 0; i < kShownCount; ++i) {
         const float3& p = positions[i];
         const double exact = field.density({p.x, p.y, p.z}), error = double{values[i]} - exact;
-        largest = std::max(largest, std::abs(error));
-        sum += error * error;
-        if (i < kShownCount)
-            print(results, "%9.5f %9.5f %9.5f %12.6f %12.6f %12.6f\n", double{p.x}, double{p.y},
-                  double{p.z}, double{values[i]}, exact, error);
+        print(results, "%9.5f %9.5f %9.5f %12.6f %12.6f %12.6f\n", double{p.x}, double{p.y},
+              double{p.z}, double{values[i]}, exact, error);
     }
-    print(results, "root mean square error of %zu samples %.6f, largest %.6f\n\n", positions.size(),
-          std::sqrt(sum / static_cast<double>(positions.size())), largest);
 }
 
 void drawPicture(const io::Volume& volume, const std::string& path) {
@@ -83,21 +97,26 @@ void drawPicture(const io::Volume& volume, const std::string& path) {
     plane.at = 0;
     plane.size = 1000;
     plane.tiles = true;
-    io::SlicePicture picture = slicePlane(volume, plane);
-    picture.title = "A volume with voxels as fine as its detail";
-    picture.subtitle = "the plane z = 0 of the embedded volume \"sunflower\"; squares are tiles";
+    auto pictures = slicePlane(volume, plane);
+    pictures[0].title = "A volume with voxels as fine as its detail";
+    pictures[0].subtitle =
+        "the plane z = 0 of the embedded volume \"sunflower\"; squares are tiles";
     Results results(path);
-    io::writePng(picture, results.out());
+    io::writePng(pictures, results.out());
     results.commit();
 }
 
 void runDemo(const DemoOptions& options) {
+    if (options.common.json && options.output == "-")
+        throw CLI::ValidationError("--json", "the standard output is for the picture already");
     const Run run(options.common);
-    Results results;
+    Progress progress(options.common, 3);
+    progress.step("building the volume");
     auto start = Clock::now();
     const io::Volume volume = loadVolume(options.common);
-    print(results, "built the volume \"sunflower\" in %.2f s\n", secondsSince(start));
+    const double buildSeconds = secondsSince(start);
 
+    progress.step("sampling");
     const io::Sunflower field;
     const Positions positions = positionsIn(field);
     Ostrum::Ptr<Ostrum::Array<float>> values;
@@ -105,14 +124,31 @@ void runDemo(const DemoOptions& options) {
     Geometry::Query::sample_volume(*volume.object, positions, 0.0F, "density",
                                    Geometry::Query::SamplerType::kLinear, values);
     io::throwIfCancelled();
-    print(results, "sampled its channel \"density\" at %zu positions in %.2f s\n", positions.size(),
-          secondsSince(start));
-    printSamples(results, field, positions, *values);
+    const double sampleSeconds = secondsSince(start);
+    const Errors errors = errorsOf(field, positions, *values);
 
+    progress.step("drawing");
     drawPicture(volume, options.output);
-    if (options.output != "-")
-        print(results, "the picture is in %s\n",
-              std::filesystem::absolute(options.output).lexically_normal().c_str());
+    if (options.output == "-" || options.common.quiet)
+        return;
+    Results results;
+    const auto path = std::filesystem::absolute(options.output).lexically_normal().string();
+    if (options.common.json) {
+        results.out().write("{\"picture\": " + io::jsonText(path) + ", \"samples\": " +
+                            std::to_string(positions.size()) + ", \"root_mean_square_error\": " +
+                            io::jsonNumber(errors.rootMeanSquare) +
+                            ", \"largest_error\": " + io::jsonNumber(errors.largest) + "}\n");
+        return results.commit();
+    }
+    print(results,
+          "built the volume \"sunflower\" in %.2f s\nsampled its channel \"density\" at %zu "
+          "positions "
+          "in %.2f s\n",
+          buildSeconds, positions.size(), sampleSeconds);
+    printSamples(results, field, positions, *values);
+    print(results, "root mean square error of %zu samples %.6f, largest %.6f\n\n", positions.size(),
+          errors.rootMeanSquare, errors.largest);
+    print(results, "the picture is in %s\n", path.c_str());
     results.commit();
 }
 

@@ -1,8 +1,11 @@
 // stratum info: what is in a volume.
 #include "Results.h"
+#include "Statistics.h"
+#include "Terminal.h"
 #include "channels.h"
 #include "commands.h"
 #include "commonOptions.h"
+#include "infoJson.h"
 #include "io/csvValues.h"
 
 #include <CLI/App.hpp>
@@ -53,27 +56,14 @@ std::string valueText(const T& value) {
     return text;
 }
 
-// Ranges by component, and how many of all stored numbers are NaN.
-template <class T>
-struct Statistics {
-    Vantor::Math::Components<T> lowest{}, highest{};
-    std::size_t nanCount = 0, values = 0;
-
-    Statistics() {
-        using Scalar = Vantor::Math::ScalarOf<T>;
-        lowest.fill(std::numeric_limits<Scalar>::infinity());
-        highest.fill(-std::numeric_limits<Scalar>::infinity());
-    }
-    void add(const T& value) {
-        ++values;
-        const auto components = Vantor::Math::toComponents(value);
-        for (std::size_t c = 0; c < components.size(); ++c) {
-            nanCount += std::isnan(components[c]);
-            lowest[c] = std::min(lowest[c], components[c]);
-            highest[c] = std::max(highest[c], components[c]);
-        }
-    }
-};
+std::string describeSaving(const io::Saving& saving) {
+    const auto line = [](const char* name, const io::Saving::Amount& amount) {
+        return format("  %-8s %12zu tiles %14zu voxels %16s\n", name, amount.tiles, amount.voxels,
+                      megabytes(amount.bytes).c_str());
+    };
+    return "coarsened  to within " + numbers(saving.tolerance) + " of all samples\n" +
+           line("before", saving.before) + line("after", saving.after);
+}
 
 template <class Shape>
 std::string describeTree(const KDX::TileTree3D::TileTree<Shape>& tree) {
@@ -115,11 +105,7 @@ std::string describe(const io::ChannelInfo& info, const PlainChannel<Shape, T>& 
         text += "  also     " + name + "\n";
     text += "  type     " + valueTypeName<T>() + ", from " + info.origin + "\n";
     text += "  default  " + valueText(channel.defaultValue()) + "\n";
-    Statistics<T> statistics;
-    forEachDataTile<Shape, T>(channel, [&](const auto&, const auto& view) {
-        for (int v = 0; v < Shape::kVoxelCount; ++v)
-            statistics.add(view(v));
-    });
+    const auto statistics = Statistics<T>::template of<Shape>(channel);
     const auto columns =
         io::columnNames("", Vantor::Math::kComponentCount<T>, io::matrixColumns<T>());
     for (std::size_t c = 0; c < columns.size() && statistics.values > 0; ++c)
@@ -136,10 +122,10 @@ std::string describe(const io::ChannelInfo& info, const PlainChannel<Shape, T>& 
     return text + describeDepths<Shape, T>(channel);
 }
 
-void printInfo(const CommonOptions& options) {
-    const Run run(options);
-    const io::Volume volume = loadVolume(options);
+std::string describe(const io::Volume& volume, const CommonOptions& options) {
     std::string text = "file       " + displayName(options.file) + "\n";
+    if (volume.saving)
+        text += describeSaving(*volume.saving);
     bool treeDescribed = false;
     for (const auto& info : volume.channels)
         visitChannel(
@@ -150,8 +136,17 @@ void printInfo(const CommonOptions& options) {
                     text += describeTree(*channel.tree());
                 text += describe<Shape, T>(info, channel);
             });
+    return text;
+}
+
+void printInfo(const CommonOptions& options) {
+    const Run run(options);
+    Progress progress(options, 2);
+    progress.step("reading the volume");
+    const io::Volume volume = loadVolume(options);
+    progress.step("looking at its values");
     Results results;
-    results.out().write(text);
+    results.out().write(options.json ? infoJson(volume, options.file) : describe(volume, options));
     results.commit();
 }
 

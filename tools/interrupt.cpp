@@ -3,6 +3,7 @@
 #include "Ostrum/Job.h"
 
 #include <csignal>
+#include <initializer_list>
 
 namespace Stratum::tools {
 
@@ -11,7 +12,8 @@ void cancelOnInterrupt() {
     action.sa_handler = [](int) { Ostrum::cancelJob(); };
     // Without SA_RESTART a read that waits for the user ends too.
     action.sa_flags = static_cast<int>(SA_RESETHAND);
-    sigaction(SIGINT, &action, nullptr);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+        sigaction(signal, &action, nullptr);
     std::signal(SIGPIPE, SIG_IGN);
 }
 

@@ -1,8 +1,11 @@
 // The command `stratum`.
 #include "Results.h"
+#include "Terminal.h"
+#include "commandLine.h"
 #include "commands.h"
 #include "interrupt.h"
 #include "io/Cancelled.h"
+#include "manual.h"
 
 #include <CLI/CLI.hpp>
 
@@ -16,6 +19,7 @@
 
 namespace {
 
+using namespace Stratum;
 using namespace Stratum::tools;
 
 enum ExitStatus { kDone = 0, kFailed = 1, kUsage = 2, kInterrupted = 130 };
@@ -24,7 +28,8 @@ int fail(std::string message, int status) {
     // One line, whatever a damaged file put into it.
     std::ranges::replace_if(
         message, [](unsigned char c) { return std::iscntrl(c) != 0; }, ' ');
-    std::cerr << "stratum: " << message << '\n';
+    constexpr int kRed = 31;
+    std::cerr << emphasized("stratum:", kRed) << ' ' << message << '\n';
     return status;
 }
 
@@ -40,15 +45,31 @@ int explain(const CLI::App& app, const CLI::ParseError& error) {
     return kDone;
 }
 
+// An option that --help does not show: the build makes files with it.
+void addPrinter(CLI::App& app, const char* name, std::string (*print)(const CLI::App&)) {
+    const auto write = [&app, print] {
+        Results results;
+        results.out().write(print(app));
+        results.commit();
+        throw CLI::Success();
+    };
+    app.add_flag_callback(name, write)->trigger_on_parse()->group("");
+}
+
 int run(int argc, char** argv) {
     CLI::App app("Samples sparse multi-resolution voxel volumes.", "stratum");
     app.require_subcommand(1);
     app.get_formatter()->column_width(34);
+    app.set_version_flag("--version", versionText());
+    const io::Provenance provenance{kVersion, commandText(argc, argv), {}};
     addInfo(app);
-    addSample(app);
-    addSlice(app);
+    addSample(app, provenance);
+    addGradient(app, provenance);
+    addSlice(app, provenance);
     addDemo(app);
     addRun(app);
+    addPrinter(app, "--help-man", manualPage);
+    addPrinter(app, "--help-bash-completion", bashCompletion);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

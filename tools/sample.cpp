@@ -1,18 +1,17 @@
-// stratum sample: values of a channel at positions.
+// stratum sample, stratum gradient: values of a channel at positions.
 #include "Kelvane/Logger.h"
 #include "Results.h"
+#include "Terminal.h"
 #include "channels.h"
 #include "commands.h"
 #include "common/randomUnit.h"
 #include "commonOptions.h"
 #include "io/Cancelled.h"
-#include "io/csvPositions.h"
-#include "io/csvValues.h"
+#include "io/sampleFiles.h"
 #include "ops/sample_volume.h"
 
 #include <CLI/App.hpp>
 
-#include <iostream>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -21,16 +20,16 @@ namespace Stratum::tools {
 
 namespace {
 
-using Geometry::Query::SamplerType;
 using Vantor::Math::float3;
 using Positions = Ostrum::Array<float3>;
 
 struct SampleOptions {
     CommonOptions common;
-    std::string channel, positions, output = "-", sampler = "linear";
+    std::string channel, positions, output = "-", sampler = "linear", inputFormat, format;
     std::uint64_t randomCount = 0, seed = 0;
-    bool gradient = false;
+    bool gradient = false, withProvenance = false;
     std::optional<double> fallback;
+    io::Provenance provenance;
 };
 
 Positions randomPositions(const WorldBounds& bounds, std::uint64_t count, std::uint64_t seed) {
@@ -52,18 +51,30 @@ Positions randomPositions(const WorldBounds& bounds, std::uint64_t count, std::u
 Positions positionsFor(const SampleOptions& options, const WorldBounds& bounds) {
     if (options.randomCount > 0)
         return randomPositions(bounds, options.randomCount, options.seed);
-    if (options.positions == "-")
-        return io::readCsvPositions(std::cin, "standard input");
-    return io::readCsvPositions(options.positions);
+    const Kelvane::Logger::timer timer("read positions");
+    std::optional<io::SampleFormat> format;
+    if (!options.inputFormat.empty())
+        format = io::sampleFormatNamed(options.inputFormat);
+    return io::readPositions(options.positions, format);
 }
 
 template <class T>
 void writeValues(const SampleOptions& options, const char* column, const Positions& positions,
                  const Ostrum::Ptr<Ostrum::Array<T>>& values) {
     io::throwIfCancelled();
-    const Kelvane::Logger::timer timer("write CSV");
+    const Kelvane::Logger::timer timer("write samples");
+    const auto format = options.common.json      ? io::SampleFormat::kJson
+                        : options.format.empty() ? io::sampleFormatOf(options.output)
+                                                 : io::sampleFormatNamed(options.format);
+    io::Provenance provenance = options.provenance;
+    provenance.inputs.push_back(options.common.file);
+    if (!options.positions.empty())
+        provenance.inputs.push_back(options.positions);
+    if (format == io::SampleFormat::kCsv && !options.withProvenance)
+        provenance = {};
     Results results(options.output);
-    io::writeCsvValues(results.out(), column, positions, *values);
+    io::writeSamples(results.out(), format, io::SampleTable(column, positions, *values),
+                     provenance);
     results.commit();
 }
 
@@ -75,7 +86,7 @@ void sampleValues(const SampleOptions& options, const Vantor::Object& object,
         Vantor::Math::splat<T>(static_cast<ScalarOf<T>>(options.fallback.value_or(0)));
     Ostrum::Ptr<Ostrum::Array<T>> values;
     Geometry::Query::sample_volume(object, positions, fallback, options.channel,
-                                   SamplerType::kLinear, values);
+                                   samplerNamed(options.sampler), values);
     writeValues(options, "value", positions, values);
 }
 
@@ -86,9 +97,9 @@ void sampleGradients(const SampleOptions& options, const Vantor::Object& object,
         using Gradient =
             std::conditional_t<std::is_same_v<T, double>, Vantor::Math::double3, float3>;
         Ostrum::Ptr<Ostrum::Array<Gradient>> gradients;
-        Geometry::Query::sample_volume_gradient(object, positions,
-                                                static_cast<T>(options.fallback.value_or(0)),
-                                                options.channel, SamplerType::kLinear, gradients);
+        Geometry::Query::sample_volume_gradient(
+            object, positions, static_cast<T>(options.fallback.value_or(0)), options.channel,
+            samplerNamed(options.sampler), gradients);
         writeValues(options, "gradient", positions, gradients);
     } else {
         throw std::runtime_error("channel '" + options.channel + "' is of type " +
@@ -109,9 +120,12 @@ void sampleAs(const SampleOptions& options, const Vantor::Object& object,
 
 void runSample(SampleOptions options) {
     const Run run(options.common);
+    Progress progress(options.common, 2);
+    progress.step("reading the volume");
     const io::Volume volume = loadVolume(options.common);
     if (options.channel.empty())
         options.channel = volume.channels.front().name;
+    progress.step("sampling");
     const auto sample = [&]<class Shape, class T>(const PlainChannel<Shape, T>& channel) {
         sampleAs<T>(options, *volume.object, boundsOf<Shape, T>(channel));
     };
@@ -122,32 +136,65 @@ void runSample(SampleOptions options) {
     sampleAs<float>(options, *volume.object, {});
 }
 
-} // namespace
-
-void addSample(CLI::App& app) {
-    auto options = std::make_shared<SampleOptions>();
-    CLI::App* command = app.add_subcommand("sample", "Sample a channel at positions, as CSV");
-    addVolumeOptions(*command, options->common);
-    command->add_option("-c,--channel", options->channel,
-                        "channel to sample; the first by default");
-    auto* from = command->add_option_group("positions", "exactly one of");
-    from->add_option("-p,--positions", options->positions,
-                     "CSV file of x,y,z in world units, - for standard input");
-    from->add_option("--random", options->randomCount,
+void addOptions(CLI::App& command, SampleOptions& options) {
+    addVolumeOptions(command, options.common);
+    command.add_option("-c,--channel", options.channel, "channel to sample; the first by default");
+    auto* from = command.add_option_group("positions", "exactly one of");
+    from->add_option("-p,--positions", options.positions,
+                     "positions in world units: a .csv file of x,y,z, an .npy array of shape "
+                     "(N, 3), or the vertices of a .ply file; - for standard input");
+    from->add_option("--random", options.randomCount,
                      "this many random positions within the channel's bounds")
         ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{1} << 32));
     from->require_option(1);
-    command->add_option("--seed", options->seed, "seed of the random positions")
+    command.add_option("--seed", options.seed, "seed of the random positions")
         ->capture_default_str();
-    command->add_flag("--gradient", options->gradient, "sample the gradient of a scalar channel");
+    const auto names = io::sampleFormatNames();
+    command
+        .add_option("--input-format", options.inputFormat,
+                    "format of the positions; by the file's extension, else csv")
+        ->check(CLI::IsMember(std::vector<std::string>(names.begin(), names.begin() + 3)));
+    command
+        .add_option("--format", options.format,
+                    "format of the output; by the file's extension, else csv")
+        ->check(CLI::IsMember(names));
+    command.add_flag("--provenance", options.withProvenance,
+                     "begin CSV with '#' lines that say where it comes from, as PLY and JSON do");
+    command.add_option("--default", options.fallback,
+                       "value everywhere when there is no such channel, instead of an error");
+    command.add_option("-o,--output", options.output, "file to write, - for standard output")
+        ->capture_default_str();
+}
+
+} // namespace
+
+void addSample(CLI::App& app, const io::Provenance& provenance) {
+    auto options = std::make_shared<SampleOptions>();
+    options->provenance = provenance;
+    CLI::App* command = app.add_subcommand("sample", "Sample a channel at positions");
+    addOptions(*command, *options);
+    command->add_flag("--gradient", options->gradient, "as the subcommand gradient does");
     command->add_option("--sampler", options->sampler, "how to interpolate")
-        ->check(CLI::IsMember({"linear"}))
+        ->check(CLI::IsMember(samplerNames()))
         ->capture_default_str();
-    command->add_option("--default", options->fallback,
-                        "value everywhere when there is no such channel, instead of an error");
-    command->add_option("-o,--output", options->output, "CSV file, - for standard output")
+    command->footer("Example: stratum sample smoke.vdb --channel density --random 1000 -o out.ply");
+    command->callback([options] { runSample(*options); });
+}
+
+void addGradient(CLI::App& app, const io::Provenance& provenance) {
+    auto options = std::make_shared<SampleOptions>();
+    options->provenance = provenance;
+    options->gradient = true;
+    CLI::App* command =
+        app.add_subcommand("gradient", "Sample the gradient of a scalar channel at positions");
+    addOptions(*command, *options);
+    command
+        ->add_option("--sampler", options->sampler,
+                     "how to interpolate; the operator has gradients of linear only and gives the "
+                     "default for others")
+        ->check(CLI::IsMember(samplerNames()))
         ->capture_default_str();
-    command->footer("Example: stratum sample smoke.vdb --channel density --random 1000 -o out.csv");
+    command->footer("Example: stratum gradient smoke.vdb -p points.ply -o gradients.npy");
     command->callback([options] { runSample(*options); });
 }
 

@@ -1,4 +1,5 @@
 """The command line: results, messages, exit statuses."""
+import json
 import os
 import signal
 import struct
@@ -40,6 +41,8 @@ with open("text.vdb", "w") as file:
     file.write("these are words, not voxels")
 with open("short.vdb", "wb") as file:
     file.write(struct.pack("<qI", 0x56444220, 224))
+with open("text.ply", "w") as file:
+    file.write("solid\n")
 with open("bad.csv", "w") as file:
     file.write("x,y,z\n0,0,0\n0,zero,0\n")
 
@@ -54,6 +57,17 @@ refuses(1, "there is no channel 'heat'", "slice", volume, "-c", "heat", "-o", "n
 refuses(1, "there is no formula 'rose'", "info", "formula:rose")
 refuses(1, "bad.csv, line 3: 'zero' is not a number", "sample", volume, "-p", "bad.csv")
 refuses(1, "cannot read 'none.csv': No such file", "sample", volume, "-p", "none.csv")
+refuses(1, "cannot read 'none.ply': No such file", "gradient", volume, "-p", "none.ply")
+refuses(1, "text.ply, line 1: it is no PLY file", "sample", volume, "-p", "text.ply")
+refuses(1, "standard input: it is no .npy file", "sample", volume, "-p", "-", "--input-format",
+        "npy", stdin="1,2,3\n")
+refuses(1, "positions come from .csv, .npy and .ply files", "sample", volume, "-p", "x.json")
+refuses(1, "is not uniform", "info", volume, "--tolerance", "0.1")
+refuses(1, "--normal must be a direction", "slice", volume, "--origin", "0", "0", "0", "--normal",
+        "0", "0", "0", "-o", "no.png")
+refuses(1, "the plane does not meet", "slice", volume, "--origin", "9", "9", "9", "--normal", "1",
+        "1", "1", "-o", "no.png")
+refuses(1, "there is no channel 'heat'", "slice", volume, "--minus-channel", "heat", "-o", "no.png")
 refuses(1, "standard input, line 1", "sample", volume, "-p", "-", stdin="1;2;3\n")
 refuses(1, "only float and double have a gradient", "sample", volume, "-c", "velocity",
         "--gradient", "--random", "5")
@@ -64,6 +78,12 @@ refuses(1, "No space left", "sample", volume, "--random", "5", "-o", "/dev/full"
 # Wrong calls: status 2.
 for arguments in [(), ("paint",), ("info",), ("sample", volume), ("slice", volume),
                   ("sample", volume, "--random", "5", "-p", "bad.csv"),
+                  ("sample", volume, "--random", "5", "--format", "xml"),
+                  ("sample", volume, "--random", "5", "--sampler", "nearest"),
+                  ("info", volume, "--json", "--quiet"), ("info", volume, "--tolerance", "-1"),
+                  ("slice", volume, "-o", "no.png", "--origin", "0", "0", "0"),
+                  ("slice", volume, "-o", "no.png", "--normal", "0", "0", "1"),
+                  ("slice", volume, "-o", "-", "--json"),
                   ("sample", volume, "--random", "many"), ("info", volume, "--shape", "3"),
                   ("slice", volume, "-o", "no.png", "--at", "0", "--fraction", "1"),
                   ("slice", volume, "-o", "no.png", "--range", "2", "1")]:
@@ -86,6 +106,35 @@ code, out, err = run("sample", volume, "--random", "9", "-vv", "--timers")
 check(code == 0 and out.count("\n") == 10 and "load volume" in err, "diagnostics stay off stdout")
 answers("slice", volume, "--axis", "x", "--tiles", "--depth", "--size", "64", "-o", "slice.png")
 check(open("slice.png", "rb").read(8) == b"\x89PNG\r\n\x1a\n", "slice writes a PNG")
+positions = answers("sample", volume, "--random", "9", "--seed", "2", "--provenance")
+check(positions.startswith("# stratum ") and "\n# input " + volume + "\n" in positions, positions)
+same = set()
+for name, encoding in ("p.ply", "ply"), ("q.ply", "ply-big"), ("r.ply", "ply-ascii"):
+    answers("gradient", volume, "--random", "9", "--seed", "2", "-o", name, "--format", encoding)
+    same.add(answers("sample", volume, "--gradient", "-p", name))
+check(len(same) == 1, "positions survive in every encoding")
+check(b"\ncomment command stratum gradient" in open("p.ply", "rb").read(), "PLY says its origin")
+table = json.loads(answers("sample", volume, "--random", "9", "--seed", "2", "--json"))
+check(len(table["rows"]) == 9 and table["inputs"] == [volume], table)
+info = json.loads(answers("info", volume, "--json"))
+check([c["value_type"] for c in info["channels"]] == ["float", "float", "float3"], info)
+for words in (["--normal", "1", "2", "3"], ["--u", "1", "0", "0", "--v", "1", "1", "0"]):
+    panels = json.loads(answers("slice", volume, "--origin", "0", "0", "0", *words, "--tiles",
+                                "--sampler", "linear,linear", "--size", "64", "--json",
+                                "-o", "slice.png"))["panels"]
+    check(len(panels) == 2 and panels[0] == panels[1] and panels[0]["highest"] > 0.3, panels)
+zero = json.loads(answers("slice", volume, "--minus", volume, "--json", "-o", "zero.png"))
+check(zero["panels"][0]["lowest"] == zero["panels"][0]["highest"] == 0, zero)
+check(answers("--version").startswith("stratum ") and "TBB" in answers("--version"), "versions")
+manual, script = answers("--help-man"), answers("--help-bash-completion")
+check(all(f".SS stratum {name}\n" in manual for name in ("info", "sample", "gradient", "slice",
+                                                         "run", "demo")), manual)
+done = subprocess.run(["bash", "-c", script + """
+COMP_WORDS=(stratum sample x.vdb --shape '') COMP_CWORD=4; _stratum; echo "${COMPREPLY[*]}"
+COMP_WORDS=(stratum gr) COMP_CWORD=1; _stratum; echo "${COMPREPLY[*]}"
+COMP_WORDS=(stratum slice --fr) COMP_CWORD=2; _stratum; echo "${COMPREPLY[*]}" """],
+                      capture_output=True, text=True)
+check(done.stdout == "2 5\ngradient\n--fraction\n" and done.stderr == "", done)
 check("stratum-demo.png" in answers("demo"), "demo says where the picture is")
 check(os.path.getsize("stratum-demo.png") > 50000, "demo draws")
 

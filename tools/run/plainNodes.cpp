@@ -1,7 +1,7 @@
 // Nodes without an operator: arrays, objects that are no volumes, random numbers and seeds.
 #include "common/foldSeed.h"
 #include "common/randomUnit.h"
-#include "io/csvPositions.h"
+#include "io/sampleFiles.h"
 #include "run/nodeTypes.h"
 
 #include <limits>
@@ -40,7 +40,7 @@ Outcome evaluateArray(const Json& node, const Inputs& inputs) {
         ArrayPtr<float3> positions;
         readingFile(*file, [&] {
             positions = Ostrum::makePtr<Ostrum::Array<float3>>(
-                io::readCsvPositions(inputs.fileName(*file)));
+                io::readPositions(inputs.fileName(*file)));
         });
         return {{{"values", positions}}};
     }

@@ -1,11 +1,11 @@
-// One grid on its way to a channel. Part of readVdb.cpp, the one source that includes OpenVDB.
+// One grid of a file on its way to a channel.
 #pragma once
 
 #include "KDX/ChannelBuilder.h"
 #include "Vantor/Volume.h"
 #include "io/Cancelled.h"
-#include "io/vdbPlacement.h"
-#include "io/vdbRegion.h"
+#include "io/gridPlacement.h"
+#include "io/gridRegion.h"
 
 #include <memory>
 #include <string>
@@ -20,49 +20,19 @@ using KDX::TileTree3D::Traits;
 using KDX::TileTree3D::TreeIndex;
 using Vantor::Math::int3;
 
-/// The channel value type for a grid's value type, void when there is none.
+/// The channel value for a grid's value: `float` stays, all other numbers become `double`, vectors
+/// of three likewise.
 template <class Value>
-struct ChannelValue {
-    using Type = void;
-};
-template <>
-struct ChannelValue<float> {
-    using Type = float;
-};
-template <>
-struct ChannelValue<double> {
-    using Type = double;
-};
-template <>
-struct ChannelValue<std::int32_t> {
-    using Type = double;
-};
-template <>
-struct ChannelValue<std::int64_t> {
-    using Type = double;
-};
-template <>
-struct ChannelValue<openvdb::Vec3s> {
-    using Type = Vantor::Math::float3;
-};
-template <>
-struct ChannelValue<openvdb::Vec3d> {
-    using Type = Vantor::Math::double3;
-};
-template <>
-struct ChannelValue<openvdb::Vec3i> {
-    using Type = Vantor::Math::double3;
-};
-
-template <class Value>
-typename ChannelValue<Value>::Type toChannelValue(const Value& value) {
-    using T = typename ChannelValue<Value>::Type;
-    if constexpr (std::is_arithmetic_v<Value>) {
-        return static_cast<T>(value);
+auto toChannelValue(const Value& value) {
+    if constexpr (std::is_same_v<Value, float>) {
+        return value;
+    } else if constexpr (std::is_arithmetic_v<Value>) {
+        return static_cast<double>(value);
+    } else if constexpr (std::is_same_v<std::decay_t<decltype(value[0])>, float>) {
+        return Vantor::Math::float3{value[0], value[1], value[2]};
     } else {
-        using Scalar = Vantor::Math::ScalarOf<T>;
-        return {static_cast<Scalar>(value[0]), static_cast<Scalar>(value[1]),
-                static_cast<Scalar>(value[2])};
+        return Vantor::Math::double3{static_cast<double>(value[0]), static_cast<double>(value[1]),
+                                     static_cast<double>(value[2])};
     }
 }
 
@@ -70,13 +40,13 @@ typename ChannelValue<Value>::Type toChannelValue(const Value& value) {
 using TileFlags = std::vector<std::vector<std::uint8_t>>;
 
 /// A grid, whatever its value type.
-class VdbGrid {
+class SourceGrid {
 public:
-    VdbGrid(std::string channelName, const VdbPlacement& gridPlacement)
+    SourceGrid(std::string channelName, const GridPlacement& gridPlacement)
         : name(std::move(channelName)), placement(gridPlacement) {}
-    virtual ~VdbGrid() = default;
-    VdbGrid(const VdbGrid&) = delete;
-    VdbGrid& operator=(const VdbGrid&) = delete;
+    virtual ~SourceGrid() = default;
+    SourceGrid(const SourceGrid&) = delete;
+    SourceGrid& operator=(const SourceGrid&) = delete;
 
     /// What the grid holds in a cube of our indices, its lower corner and its edge.
     virtual Content content(const std::array<std::int64_t, 3>& lower, std::int64_t edge) const = 0;
@@ -95,43 +65,42 @@ public:
                             const std::vector<std::string>& names) const = 0;
 
     const std::string name;
-    const VdbPlacement placement;
+    const GridPlacement placement;
 };
 
-template <class GridT>
-class TypedVdbGrid final : public VdbGrid {
-    using TreeT = typename GridT::TreeType;
-    using Accessor = openvdb::tree::ValueAccessor<const TreeT, false>;
-    using T = typename ChannelValue<typename GridT::ValueType>::Type;
+/// A grid of the nodes that `Access` reads. `owner` keeps them.
+template <class Access>
+class TypedSourceGrid final : public SourceGrid {
+    using Region = GridRegion<Access>;
+    using T = decltype(toChannelValue(std::declval<typename Access::Value>()));
 
 public:
-    TypedVdbGrid(typename GridT::ConstPtr grid, const std::string& channelName,
-                 const VdbPlacement& gridPlacement)
-        : VdbGrid(channelName, gridPlacement), grid_(std::move(grid)), scan_(grid_->tree()) {}
+    TypedSourceGrid(std::shared_ptr<const void> owner, Region region,
+                    const std::string& channelName, const GridPlacement& gridPlacement)
+        : SourceGrid(channelName, gridPlacement), owner_(std::move(owner)),
+          region_(std::move(region)) {}
 
     Content content(const std::array<std::int64_t, 3>& lower, std::int64_t edge) const override {
-        openvdb::Coord first, last;
+        GridBox box{};
         bool beyond = false;
-        for (int axis = 0; axis < 3; ++axis) {
-            const auto a = static_cast<std::size_t>(axis);
-            const std::int64_t from = lower[a] - placement.shift[a], to = from + edge - 1;
-            first[axis] = clamped(from);
-            last[axis] = clamped(to);
-            beyond = beyond || first[axis] != from || last[axis] != to;
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            const std::int64_t from = lower[axis] - placement.shift[axis], to = from + edge - 1;
+            box.min[axis] = clamped(from);
+            box.max[axis] = clamped(to);
+            beyond = beyond || box.min[axis] != from || box.max[axis] != to;
         }
-        const Content content = scan_.content({first, last});
+        const Content content = region_.content(box);
         // Beyond the grid's own index space there is background too.
         return beyond && content == Content::kConstant ? Content::kMixed : content;
     }
 
     bool bounds(std::array<std::int64_t, 3>& lower,
                 std::array<std::int64_t, 3>& upper) const override {
-        for (int axis = 0; axis < 3; ++axis) {
-            const auto a = static_cast<std::size_t>(axis);
-            lower[a] = scan_.bounds().min()[axis] + placement.shift[a];
-            upper[a] = scan_.bounds().max()[axis] + placement.shift[a];
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            lower[axis] = region_.bounds().min[axis] + placement.shift[axis];
+            upper[axis] = region_.bounds().max[axis] + placement.shift[axis];
         }
-        return !scan_.bounds().empty();
+        return !region_.bounds().empty();
     }
 
     void addChannel(Vantor::Object& object,
@@ -155,7 +124,7 @@ private:
     void addTyped(Vantor::Object& object, const Ostrum::Ptr<const TileTree<Shape>>& tree,
                   const TileFlags& holds, const std::vector<std::string>& names) const {
         using Builder = ChannelBuilder<Shape, T>;
-        Builder builder(tree, name, toChannelValue(grid_->background()),
+        Builder builder(tree, name, toChannelValue(region_.background()),
                         [&holds](const auto&, const TreeIndex& index) {
                             return holds[static_cast<std::size_t>(index.depth)]
                                         [static_cast<std::size_t>(index.index)] != 0;
@@ -177,22 +146,21 @@ private:
         constexpr int W = Shape::kVoxelsPerAxis;
         const int width = tile.voxelDataWidth();
         const int3 origin = tile.tijk();
-        Accessor accessor(grid_->tree());
-        const auto coordinate = [&](int axis, int from, int voxel) {
-            return clamped(from + std::int64_t{voxel} * width -
-                           placement.shift[static_cast<std::size_t>(axis)]);
+        typename Region::Reader reader(region_);
+        const auto coordinate = [&](std::size_t axis, int from, int voxel) {
+            return clamped(from + std::int64_t{voxel} * width - placement.shift[axis]);
         };
         for (int i = 0; i < W; ++i)
             for (int j = 0; j < W; ++j)
                 for (int k = 0; k < W; ++k) {
-                    const openvdb::Coord ijk(coordinate(0, origin.x, i), coordinate(1, origin.y, j),
-                                             coordinate(2, origin.z, k));
-                    values[i + W * (j + W * k)] = toChannelValue(accessor.getValue(ijk));
+                    const GridIndex ijk{coordinate(0, origin.x, i), coordinate(1, origin.y, j),
+                                        coordinate(2, origin.z, k)};
+                    values[i + W * (j + W * k)] = toChannelValue(reader.value(ijk));
                 }
     }
 
-    typename GridT::ConstPtr grid_;
-    RegionScan<TreeT> scan_;
+    std::shared_ptr<const void> owner_;
+    Region region_;
 };
 
 } // namespace Stratum::io

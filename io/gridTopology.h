@@ -1,9 +1,9 @@
-// The tiles for a set of grids. Part of readVdb.cpp, the one source that includes OpenVDB.
+// The tiles for a set of grids.
 #pragma once
 
 #include "KDX/TreeBuilder.h"
 #include "common/parallel.h"
-#include "io/vdbGrid.h"
+#include "io/gridVolume.h"
 
 #include <algorithm>
 #include <limits>
@@ -13,19 +13,17 @@
 
 namespace Stratum::io {
 
-using VdbGrids = std::vector<std::unique_ptr<VdbGrid>>;
-
 /// Makes the tiles that a set of grids with one placement needs. The tiles without children fill
 /// the space that any grid needs, each without overlap, and every channel holds data on exactly
 /// those of them that it needs. A tile is coarse only where that changes no sample: where, in the
 /// tile and as far around it as one of its own voxels reaches, every grid has but one value.
 template <class Shape>
-class VdbTopology {
+class GridTopology {
     using Tile = typename TileTree<Shape>::Tile;
     using Corner = std::array<std::int64_t, 3>;
 
 public:
-    explicit VdbTopology(const VdbGrids& grids) : grids_(grids) {}
+    explicit GridTopology(const std::vector<FileGrid>& grids) : grids_(grids) {}
 
     /// Throws std::runtime_error when the voxels lie beyond what tiles can hold.
     Ostrum::Ptr<const TileTree<Shape>> build() const {
@@ -42,12 +40,12 @@ public:
                             content == Content::kMixed && !finest};
             });
         throwIfCancelled();
-        const auto& placement = grids_.front()->placement;
+        const auto& placement = grids_.front().grid->placement;
         return builder.build(static_cast<float>(placement.voxelSize), placement.offsetType);
     }
 
     /// The tiles on which one of the grids needs data.
-    static TileFlags flags(const TileTree<Shape>& tree, const VdbGrid& grid) {
+    static TileFlags flags(const TileTree<Shape>& tree, const SourceGrid& grid) {
         TileFlags flags(Shape::kDepthCount);
         for (int depth = 0; depth <= Shape::kFinestDepth; ++depth) {
             const auto tiles = tree.tiles(depth);
@@ -66,15 +64,15 @@ public:
 private:
     // What a grid holds in a tile and as far around it as one of the tile's voxels reaches: all
     // that samples inside the tile can look at.
-    static Content contentAround(const VdbGrid& grid, const int3& tijk, int depth) {
+    static Content contentAround(const SourceGrid& grid, const int3& tijk, int depth) {
         const std::int64_t width = Shape::voxelWidth(depth), edge = Shape::tileExtent(depth);
         return grid.content({tijk.x - width, tijk.y - width, tijk.z - width}, edge + 2 * width);
     }
 
     Content mostMixed(const int3& tijk, int depth) const {
         Content most = Content::kBackground;
-        for (const auto& grid : grids_) {
-            most = std::max(most, contentAround(*grid, tijk, depth));
+        for (const auto& source : grids_) {
+            most = std::max(most, contentAround(*source.grid, tijk, depth));
             if (most == Content::kMixed)
                 break;
         }
@@ -85,9 +83,9 @@ private:
     Vantor::Math::bbox<int3, int> bounds() const {
         constexpr auto kMax = std::numeric_limits<std::int64_t>::max();
         Corner lower{kMax, kMax, kMax}, upper{-kMax, -kMax, -kMax};
-        for (const auto& grid : grids_) {
+        for (const auto& source : grids_) {
             Corner gridLower, gridUpper;
-            if (!grid->bounds(gridLower, gridUpper))
+            if (!source.grid->bounds(gridLower, gridUpper))
                 continue;
             for (std::size_t axis = 0; axis < 3; ++axis) {
                 lower[axis] = std::min(lower[axis], gridLower[axis] - 1);
@@ -111,7 +109,7 @@ private:
         return {at(lower), at(upper)};
     }
 
-    const VdbGrids& grids_;
+    const std::vector<FileGrid>& grids_;
 };
 
 } // namespace Stratum::io

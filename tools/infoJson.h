@@ -1,0 +1,13 @@
+// stratum info for programs.
+#pragma once
+
+#include "io/Volume.h"
+
+#include <string>
+
+namespace Stratum::tools {
+
+/// All that the command says of a volume, as one JSON document.
+std::string infoJson(const io::Volume& volume, const std::string& file);
+
+} // namespace Stratum::tools
