@@ -199,6 +199,47 @@ TYPED_TEST(ChannelTest, HalosHoldWhatIsAround) {
     }
 }
 
+TYPED_TEST(ChannelTest, HalosOfSomeDepthsOnlyAndOfNothing) {
+    using Traits = TypeParam;
+    constexpr int W = Traits::kVoxelsPerAxis, finest = Traits::kFinestDepth;
+    constexpr double kNothing = 1000;
+    const auto tree = build<Traits>({.seed = 5});
+    const Container<Traits> container(tree);
+    const auto source = makeChannel<Traits, double>(tree, kNothing, noise(1));
+    const auto whole = makeHalo(*source, container);
+    Halo<Traits, double> part("", kNothing, false, true, 0, finest);
+    const auto compute = [&part](const auto& from, const auto& on, int depth) {
+        computeHalo<Traits, double, 0, 0, 1, 0>(from, on, part, depth, depth);
+    };
+    const auto isNothing = [](double v) { return v == kNothing; };
+    compute(*source, container, finest - 1);
+    for (int depth = source->minDepth(); depth <= finest; ++depth)
+        for (std::size_t i = 0; i < tree->tiles(depth).size(); ++i) {
+            const TreeIndex index{static_cast<std::int64_t>(i), depth};
+            const auto values = part.tileData(index);
+            if (!values)
+                continue;
+            const double* end = values.data() + part.valuesPerTile();
+            ASSERT_TRUE(depth == finest - 1
+                            ? std::equal(values.data(), end, whole->tileData(index).data())
+                            : std::all_of(values.data(), end, isNothing))
+                << "depth " << depth << " tile " << i;
+        }
+    EXPECT_THROW(compute(*source, Container<Traits>(build<Traits>({.seed = 6})), -1),
+                 std::invalid_argument);
+    const Plain<Traits, double> unplaced("", kNothing, false, true, 0, finest);
+    EXPECT_THROW(compute(unplaced, container, -1), std::invalid_argument);
+
+    auto accessor = container.tileAccessor();
+    TileData<double, W + 1, 1, 0> wide;
+    for (const TreeIndex none : {TreeIndex{}, TreeIndex{0, -1}, TreeIndex{1LL << 40, finest}}) {
+        setHaloTile<Traits, double, 0, 1, 0, 1>(none, *source, HaloMode::kStandalone,
+                                                HaloType::kAll, accessor, wide, kNothing, 1.0F,
+                                                VoxelOffsetType::kCellCentre);
+        EXPECT_TRUE(std::all_of(wide.data(), wide.data() + (W + 3) * (W + 3) * (W + 3), isNothing));
+    }
+}
+
 // Of the values restricted for neighbours, a channel keeps those that some halo can ask for.
 TYPED_TEST(ChannelTest, HalosNeedNoMoreRestrictedTilesThanAreKept) {
     using Traits = TypeParam;
@@ -243,6 +284,10 @@ TEST(ChannelMemoryPool, MakesRoomForNewerSizes) {
     EXPECT_LE(ChannelMemoryPool::retained(), kLimit);
     const void* first = ChannelMemory(kBlock, true).get();
     EXPECT_EQ(ChannelMemory(kBlock, true).get(), first);
+    // When memory runs out, what the pool holds is given back first.
+    Ostrum::failAllocation(1);
+    EXPECT_NO_THROW(ChannelMemory(2 * kBlock, true));
+    EXPECT_EQ(ChannelMemoryPool::retained(), 2 * kBlock);
     ChannelMemoryPool::setRetainedLimit(std::size_t{512} << 20);
     ChannelMemoryPool::trim();
 }

@@ -94,6 +94,8 @@ TYPED_TEST(LinearTest, PositionsThatAreNoIndexGiveTheDefault) {
     using S = ScalarOf<T>;
     TreeBuilder<Shape> builder;
     builder.addBox(0, {{-1, -1, -1}, {std::numeric_limits<int>::max(), 1, 1}});
+    if (Shape::kChildrenPerAxis == 2) // where a careless conversion of what is no index may end
+        builder.addTile(0, {std::numeric_limits<int>::min(), 0, 0});
     const auto tree = builder.build(1, VoxelOffsetType::kCellCentre);
     const auto constant = [](const double3&, int) { return 5.0; };
     LinearVolume<TypeParam> volume(tree, constant, 5);
@@ -130,6 +132,7 @@ TYPED_TEST(LinearTest, CopiesStandOnTheirOwn) {
         const auto tree = build<Shape>({.type = static_cast<VoxelOffsetType>(type)});
         const auto field = noise(9);
         LinearVolume<TypeParam> volume(tree, field, -70);
+        LinearVolume<TypeParam> sibling(tree, noise(10), -70); // whose tiles have the same handles
         TreeBuilder<Shape> builder;
         builder.addBox(Shape::kFinestDepth, {{-21, -21, -21}, {20, 20, 20}});
         LinearVolume<TypeParam> other(builder.build(1, static_cast<VoxelOffsetType>(type)), field,
@@ -143,6 +146,8 @@ TYPED_TEST(LinearTest, CopiesStandOnTheirOwn) {
                 Sampler copy(*original);
                 assigned = other.plain;
                 ASSERT_EQ(assigned.sample(p), other.withHalo.sample(p));
+                assigned = sibling.plain;
+                ASSERT_EQ(assigned.sample(p), sibling.withHalo.sample(p));
                 assigned = *original;
                 ASSERT_EQ(copy.sample(p), expected);
                 original = std::make_unique<Sampler>(copy);

@@ -160,6 +160,33 @@ TEST(WorkedLinear, RoundingToTheTilesEndTakesTheFarCorner) {
     EXPECT_NEAR(wide.sample({1220703104.0F - 128 * 953674, 0, 0}), 4 - 12 * 0.5F, 1e-2);
 }
 
+TEST(WorkedLinear, TilesThatBeginBetweenRepresentableIndicesAreReadInPlace) {
+    using Shape = Traits<5, 5, 1>;
+    TreeBuilder<Shape> builder;
+    builder.addTile(12, {0x8000000, 0, 0});
+    Worked<Shape> far(builder, VoxelOffsetType::kCorner, 1, -8);
+    far.set({0x8000000, 0, 0}, [](int i, int, int) { return i; });
+    far.finish();
+    // The tile begins at 2^27 - 3, which as a float is 2^27.
+    EXPECT_EQ(static_cast<float>(0x8000000 - 3), 0x1p27F);
+    EXPECT_EQ(far.sample({0x1p27F, 0, 0}), 3);
+}
+
+TEST(WorkedLinear, TheLastTileHasNoNeighbourAtTheOtherEnd) {
+    using Shape = Traits<2, 4, 1>;
+    TreeBuilder<Shape> builder;
+    const int3 first{std::numeric_limits<int>::min(), 0, 0};
+    const int3 last{std::numeric_limits<int>::max(), 0, 0};
+    builder.addTile(0, first);
+    builder.addTile(0, last);
+    Worked<Shape> ends(builder, VoxelOffsetType::kCorner, 1, -8);
+    for (const int3& end : {first, last})
+        ends.set(end, [](int, int, int) { return 5; });
+    ends.finish();
+    // Half-way from the last sample, 2^28 before the end, to the background.
+    EXPECT_EQ(ends.sample({0x1p31F - 0x1p27F, 0, 0}), -1.5F);
+}
+
 TEST(WorkedLinear, AnOffsetAtOddsWithTheTypeReadsNothingBeforeTheTile) {
     using Shape = Traits<2, 4, 1>;
     TreeBuilder<Shape> builder;

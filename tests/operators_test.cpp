@@ -200,17 +200,25 @@ TEST_F(FrameTest, ACancelledTaskGroupLeavesNoVolumeHalfMade) {
     const auto reference = sampled<float>(object, one);
     tbb::task_group_context context;
     Ptr<Array<float>> values;
-    std::size_t tiles = 0;
+    const auto sortedTiles = [] {
+        TreeBuilder<Two> builder;
+        for (const int from : {0, -600}) // twice some, and the first come last
+            builder.addBox(28, {{from, 0, 0}, {1200, 4, 4}});
+        return builder.build(1, VoxelOffsetType::kCorner)->tiles(28).size();
+    };
+    std::size_t tiles = 0, sorted = 0;
     tbb::parallel_for(
         0, 1,
         [&](int) {
             context.cancel_group_execution();
             values = sampled<float>(object, one);
-            tiles = build<Traits<2, 4, 1>>({.seed = 1})->tiles(28).size();
+            tiles = build<Two>({.seed = 1})->tiles(28).size();
+            sorted = sortedTiles();
         },
         context);
     EXPECT_EQ(*values, *reference);
-    EXPECT_EQ(tiles, (build<Traits<2, 4, 1>>({.seed = 1})->tiles(28).size()));
+    EXPECT_EQ(tiles, build<Two>({.seed = 1})->tiles(28).size());
+    EXPECT_EQ(sorted, sortedTiles());
 }
 
 TEST(Sampler, RefusesPartsOfDifferentTrees) {
