@@ -90,6 +90,8 @@ void check(const nanovdb::io::Header& header) {
 }
 
 std::vector<Found> readGrids(std::string_view file, UniqueNames& unique) {
+    if (file.empty())
+        throw std::runtime_error("it is no .nvdb file: it is empty");
     Parts parts(file);
     std::vector<Found> grids;
     while (!parts.atEnd()) {

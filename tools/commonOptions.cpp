@@ -58,8 +58,8 @@ void addRunOptions(CLI::App& command, CommonOptions& options) {
     command.add_flag("-v,--verbose", options.verbosity,
                      "say more on the standard error stream; -vv traces decisions");
     command.add_flag("--timers", options.timers, "print a table of timers when done");
-    auto* json = command.add_flag("--json", options.json, "results for programs, as JSON");
-    command.add_flag("-q,--quiet", options.quiet, "no warnings and no progress")->excludes(json);
+    command.add_flag("--json", options.json, "results for programs, as JSON");
+    command.add_flag("-q,--quiet", options.quiet, "no warnings and no progress");
 }
 
 void addVolumeOptions(CLI::App& command, CommonOptions& options) {

@@ -101,6 +101,8 @@ std::vector<io::SlicePicture> draw(SliceOptions& options, Progress& progress) {
     progress.step("sampling");
     auto pictures = slicePlane(volume, options.plane, minus);
     std::string title = displayName(options.common.file);
+    if (volume.saving)
+        title += " to within " + io::jsonNumber(volume.saving->tolerance);
     if (minus)
         title += ": " + options.plane.channel + " minus " +
                  (other ? displayName(options.minus) + ": " : std::string()) + minus->channel;

@@ -171,10 +171,11 @@ std::string describe(const Plane& plane, const io::SlicePicture& picture) {
     std::string text;
     if (plane.axis)
         text = std::string(1, "xyz"[*plane.axis]) + " = " +
-               io::numberLabel(component(plane.origin, *plane.axis), step);
+               io::numberLabel(component(plane.origin, *plane.axis), step) +
+               ", lengths in world units";
     else
         text = "through " + triple(plane.origin, step) + ", normal " + triple(plane.normal(), 1e-3);
-    return text + ", lengths in world units";
+    return text;
 }
 
 const char* nameOf(SamplerType sampler) {

@@ -80,7 +80,7 @@ for arguments in [(), ("paint",), ("info",), ("sample", volume), ("slice", volum
                   ("sample", volume, "--random", "5", "-p", "bad.csv"),
                   ("sample", volume, "--random", "5", "--format", "xml"),
                   ("sample", volume, "--random", "5", "--sampler", "nearest"),
-                  ("info", volume, "--json", "--quiet"), ("info", volume, "--tolerance", "-1"),
+                  ("info", volume, "--tolerance", "-1"),
                   ("slice", volume, "-o", "no.png", "--origin", "0", "0", "0"),
                   ("slice", volume, "-o", "no.png", "--normal", "0", "0", "1"),
                   ("slice", volume, "-o", "-", "--json"),

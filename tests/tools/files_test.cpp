@@ -184,7 +184,7 @@ TEST(SampleFiles, HostileHeadersAreRefusedInOneLine) {
         {npy(4, ok, x24), "version 4"},
         {npy(2, ok, "").substr(0, 40), "cut short within its header"},
         {npy(1, "{'descr': [('x', '<f4')]}", ""), "a plain type"},
-        {npy(1, "{", ""), "missing"},
+        {npy(1, "{'shape' (2, 3)}", ""), "a ':' is missing"},
         {"\x93NUMPY", "no .npy file"},
         {ply("element vertex 1000000000000000000\n" + xyz), "more than its"},
         {ply("element vertex -1\n" + xyz), "line 3: '-1' is no number of elements"},
