@@ -51,6 +51,7 @@ TYPED_TEST(CubicTest, ReproducesItsDegreeAndNotTheNext) {
 TYPED_TEST(CubicTest, GivesVoxelsTheirValuesAndStaysWithinTheCorners) {
     using T = typename TypeParam::Value;
     using Shape = typename TypeParam::Traits;
+    int overshoots = 0;
     for (const int type : {0, 5, 7}) {
         CubicVolume<TypeParam> volume(uniformTree<Shape>(type, Shape::kFinestDepth - 2), noise(3),
                                       0);

@@ -79,8 +79,8 @@ public:
                      Accessor& accessor)
         : source_(source), place_(place), deepest_(deepest), debug_(debug), tiles_(tiles),
           cells_(cells), accessor_(accessor),
-          width_(Traits::voxelWidth(place.index.depth)), llc_{place.llc.x, place.llc.y,
-                                                              place.llc.z} {
+          width_(Traits::voxelWidth(place.index.depth)), llc_{place.llc().x, place.llc().y,
+                                                              place.llc().z} {
         const std::array<S, 3> f{place.f.x, place.f.y, place.f.z};
         for (int axis = 0; axis < 3; ++axis) {
             const auto a = static_cast<std::size_t>(axis);
@@ -148,30 +148,30 @@ private:
     T checked(const T& value, const char* message, bool nan) {
         if (!debug_ || !nan)
             return value;
-        reportNan(message, place_, tiles_);
+        reportNan(message, place_, tiles_, source_.container);
         return Vantor::Math::splat<T>(0);
     }
 
     // The tile at the cell's depth, or the deepest above it, that holds a place (from the cell's
     // lower voxel).
-    typename Tiles::Record getTile(const Index& g) {
+    TreeIndex getTile(const Index& g) {
         const WideIndex ijk{llc_[0] + g[0], llc_[1] + g[1], llc_[2] + g[2]};
         for (int i = 0; i < 8; ++i)
-            if (const auto& tile = tiles_.tile(i); tile && holds(tile, ijk)) {
+            if (const TreeIndex& tile = tiles_.tile(i); tile.isValid() && holds(tile, ijk)) {
                 trace("io_foundInCache = ", true);
                 return tile;
             }
         trace("io_foundInCache = ", false);
-        return accessor_.tileImpl(ijk, place_.index.depth);
+        return accessor_.tileImpl(ijk, place_.index.depth).treeIndex();
     }
 
-    static bool holds(const typename Tiles::Record& tile, const WideIndex& ijk) {
-        const std::int64_t extent = Traits::tileExtent(tile.depth());
+    bool holds(const TreeIndex& index, const WideIndex& ijk) const {
+        const int3& tijk = source_.container.tile(index).tijk();
+        const std::int64_t extent = Traits::tileExtent(index.depth);
         const auto inside = [extent](std::int64_t v, std::int64_t origin) {
             return v >= origin && v < origin + extent;
         };
-        return inside(ijk.x, tile.tijk().x) && inside(ijk.y, tile.tijk().y) &&
-               inside(ijk.z, tile.tijk().z);
+        return inside(ijk.x, tijk.x) && inside(ijk.y, tijk.y) && inside(ijk.z, tijk.z);
     }
 
     bool readDof(const TreeIndex& index, const int3& voxel) {
@@ -182,25 +182,26 @@ private:
 
     // Where the value at a place comes from.
     Level levelAt(const Index& g) {
-        const auto found = getTile(g);
-        const T* values = source_.channel.tileData(found.treeIndex()).data();
+        const TreeIndex found = getTile(g);
+        const T* values = source_.channel.tileData(found).data();
         const int depth = place_.index.depth;
-        if (!found || (found.depth() < depth && !values)) {
+        if (!found.isValid() || (found.depth < depth && !values)) {
             trace("getDefaultValue");
             return {};
         }
-        if (found.depth() < depth) {
+        const int3& tijk = source_.container.tile(found).tijk();
+        if (found.depth < depth) {
             trace("case: tile.depth() < depth");
-            return {1, found.treeIndex(), found.tijk(), values};
+            return {1, found, tijk, values};
         }
         const int3 ijk{static_cast<int>(llc_[0] + g[0]), static_cast<int>(llc_[1] + g[1]),
                        static_cast<int>(llc_[2] + g[2])};
         const auto width = static_cast<int>(width_);
-        const int3 lijk{(ijk.x - found.tijk().x) / width, (ijk.y - found.tijk().y) / width,
-                        (ijk.z - found.tijk().z) / width};
+        const int3 lijk{(ijk.x - tijk.x) / width, (ijk.y - tijk.y) / width,
+                        (ijk.z - tijk.z) / width};
         trace("lijk = ", detail::vectorText(lijk));
-        const Level own{values ? 3 : 2, found.treeIndex(), found.tijk(), values};
-        if (values && source_.maskChannel && readDof(found.treeIndex(), lijk)) {
+        const Level own{values ? 3 : 2, found, tijk, values};
+        if (values && source_.maskChannel && readDof(found, lijk)) {
             trace("case: dof is valid, branch 1");
             return own;
         }

@@ -29,7 +29,6 @@ class StencilTiles {
 
 public:
     using Plain = Channel<Traits, T, W, 0, 0>;
-    using Record = typename Container<Traits>::Record;
     using Accessor = typename Container<Traits>::ConstTileAccessor;
 
     static constexpr int localTileIndex(int i, int j, int k) { return (i * 2 + j) * 2 + k; }
@@ -57,19 +56,23 @@ public:
         first_ = first;
         axes_ = axes;
         jump_ = false;
-        records_ = {};
+        found_ = {};
         data_ = {};
-        for (int i = 0; i <= (axes.has[0] ? 1 : 0); ++i)
-            for (int j = 0; j <= (axes.has[1] ? 1 : 0); ++j)
-                for (int k = 0; k <= (axes.has[2] ? 1 : 0); ++k)
-                    fetchOne(index, {i, j, k}, container, channel, accessor);
+        const int3 count{axes.has[0] ? 2 : 1, axes.has[1] ? 2 : 1, axes.has[2] ? 2 : 1};
+        const std::int64_t extent = Traits::tileExtent(index.depth);
+        accessor.tileBlock(WideIndex{tijk.x + extent * first.x, tijk.y + extent * first.y,
+                                     tijk.z + extent * first.z},
+                           count, index.depth, found_);
+        for (std::size_t place = 0; place < found_.size(); ++place)
+            if (found_[place].isValid())
+                take(place, index.depth, container, channel);
         index_ = index;
     }
 
     bool atResolutionJump() const { return jump_; }
 
-    /// The tile at a place of the block; no tile where there is none.
-    const Record& tile(int place) const { return records_[place]; }
+    /// The tile at a place of the block; invalid where there is none.
+    const TreeIndex& tile(int place) const { return found_[place]; }
 
     /// The values of the block's tiles of the cell's own depth; null where one holds none.
     const std::array<const T*, 8>& data() const { return data_; }
@@ -95,27 +98,16 @@ private:
     // that the block does not extend along, the cell itself) lies in the tile below.
     static int firstTile(int n, bool extended) { return (extended ? n - 1 : n) < 0 ? -1 : 0; }
 
-    void fetchOne(const TreeIndex& index, const int3& place, const Container<Traits>& container,
-                  const Plain& channel, Accessor& accessor) {
-        const int at = localTileIndex(place.x, place.y, place.z);
-        const int3 d = first_ + place;
-        const std::int64_t extent = Traits::tileExtent(index.depth);
-        const Record found =
-            d == int3{0, 0, 0}
-                ? Record(tijk_, index)
-                : accessor.tileImpl(WideIndex{tijk_.x + extent * d.x, tijk_.y + extent * d.y,
-                                              tijk_.z + extent * d.z},
-                                    index.depth);
-        if (!found)
-            return;
-        records_[at] = found;
-        const T* values = channel.tileData(found.treeIndex()).data();
-        if (found.depth() != index.depth)
+    void take(std::size_t place, int depth, const Container<Traits>& container,
+              const Plain& channel) {
+        const TreeIndex& found = found_[place];
+        const T* values = channel.tileData(found).data();
+        if (found.depth != depth)
             jump_ |= values != nullptr;
         else if (values)
-            data_[at] = values;
+            data_[place] = values;
         else
-            jump_ |= isRefined(container.tile(found.treeIndex()));
+            jump_ |= isRefined(container.tile(found));
     }
 
     static bool isRefined(const typename Container<Traits>::Tile& tile) {
@@ -132,7 +124,7 @@ private:
     int3 tijk_{0, 0, 0}, first_{0, 0, 0};
     AxisSet axes_;
     bool jump_ = false;
-    std::array<Record, 8> records_;
+    std::array<TreeIndex, 8> found_;
     std::array<const T*, 8> data_{};
 };
 

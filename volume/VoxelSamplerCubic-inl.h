@@ -2,6 +2,7 @@
 
 #include "KDX/partsFit.h"
 #include "volume/CubicGeneralPath.h"
+#include "volume/StencilGather.h"
 #include "volume/VoxelSamplerCubic.h"
 
 #include <cmath>
@@ -53,49 +54,158 @@ Ostrum::String VoxelSamplerCubic<Tr, V, S, P, A, B>::name() const {
 template <class Tr, class V, class S, class P, int A, int B>
 V VoxelSamplerCubic<Tr, V, S, P, A, B>::sample(const TreeIndex& index, const int3& in_lijk,
                                                const P& in_frac, int depth, bool debug) {
-    const V* own = index.depth >= minDepth ? channel->tileData(index).data() : nullptr;
-    if (!own || !detail::isCell(in_lijk, W))
+    Ahead ahead;
+    if (!open(index, in_lijk, in_frac, ahead))
         return defaultValue;
+    if (jumpPolicy == 1 && haloTiles.size() == 0) {
+        if (!isLastCell(ahead.place))
+            fetchAhead(ahead);
+        return evaluate(ahead);
+    }
+    return checked(jumpPolicy == 1 ? sampleThroughCache(ahead)
+                                   : sampleGeneral(ahead, std::min(maxDepth, depth), debug),
+                   ahead.place);
+}
+
+// The samples of a batch wait for each other's memory: all tiles are found and their values asked
+// for before the first one is used.
+template <class Tr, class V, class S, class P, int A, int B>
+void VoxelSamplerCubic<Tr, V, S, P, A, B>::sample(const P* positions, std::size_t count, int depth,
+                                                  int space, V* values) {
+    if (jumpPolicy != 1 || haloTiles.size() > 0) {
+        for (std::size_t i = 0; i < count; ++i)
+            values[i] = sample(positions[i], depth, space);
+        return;
+    }
+    constexpr std::size_t kBatch = 16;
+    std::array<Ahead, kBatch> batch;
+    for (std::size_t begin = 0; begin < count; begin += kBatch) {
+        const std::size_t size = std::min(kBatch, count - begin);
+        for (std::size_t i = 0; i < size; ++i)
+            lookAhead(positions[begin + i], depth, space, i > 0 ? &batch[i - 1] : nullptr,
+                      batch[i]);
+        for (std::size_t i = 0; i < size; ++i)
+            values[begin + i] =
+                batch[i].state == State::kDefault ? defaultValue : evaluate(batch[i]);
+    }
+}
+
+template <class Tr, class V, class S, class P, int A, int B>
+void VoxelSamplerCubic<Tr, V, S, P, A, B>::lookAhead(const P& position, int depth, int space,
+                                                     const Ahead* previous, Ahead& ahead) {
+    VoxelLocation<P> location;
+    this->locate(position, std::min(maxDepth, depth), space, location);
+    if (!open(location.treeIndex, location.n, location.f, ahead))
+        return;
+    if (previous && previous->state != State::kDefault
+            ? previous->place.index == ahead.place.index && previous->place.n == ahead.place.n
+            : isLastCell(ahead.place)) {
+        ahead.state = State::kLastCell;
+        return;
+    }
+    fetchAhead(ahead);
+    if (ahead.state == State::kStencil)
+        prefetch(ahead);
+}
+
+// Sets the place of a sample; false where its value is the default.
+template <class Tr, class V, class S, class P, int A, int B>
+bool VoxelSamplerCubic<Tr, V, S, P, A, B>::open(const TreeIndex& index, const int3& n, const P& f,
+                                                Ahead& ahead) const {
+    ahead.state = State::kDefault;
+    ahead.own = index.depth >= minDepth ? channel->tileData(index).data() : nullptr;
+    if (!ahead.own || !detail::isCell(n, W))
+        return false;
+    ahead.state = State::kLastCell;
     // The tile that was located last, as a rule; then the tree's own record is left alone.
     const int3& tijk = this->currentTilePtr->treeIndex() == index ? this->currentTilePtr->tijk()
                                                                   : container->tile(index).tijk();
-    const std::int64_t vdw = Tr::voxelWidth(index.depth);
-    Place place{index,
-                tijk,
-                in_lijk,
-                {detail::toFraction(in_frac.x), detail::toFraction(in_frac.y),
-                 detail::toFraction(in_frac.z)},
-                {tijk.x + vdw * in_lijk.x, tijk.y + vdw * in_lijk.y, tijk.z + vdw * in_lijk.z}};
-    const V value = jumpPolicy == 1 ? sampleTileLocal(place, own)
-                                    : sampleGeneral(place, own, std::min(maxDepth, depth), debug);
-    if (detail::hasNan(value)) [[unlikely]]
-        reportNan("voxelSamplerCubic: output is NAN", place, stencilTiles);
+    ahead.place = {index,
+                   tijk,
+                   n,
+                   {detail::toFraction(f.x), detail::toFraction(f.y), detail::toFraction(f.z)}};
+    return true;
+}
+
+// Finds the tiles around the sample's cell.
+template <class Tr, class V, class S, class P, int A, int B>
+void VoxelSamplerCubic<Tr, V, S, P, A, B>::fetchAhead(Ahead& ahead) {
+    const Place& place = ahead.place;
+    stencilTiles.fetch(place.index, place.tijk, place.n, kAllAxes, *container, *channel,
+                       tileAccessor);
+    ahead.state = stencilTiles.atResolutionJump() ? State::kJump : State::kStencil;
+    ahead.begin = stencilTiles.stencilBegin(place.n);
+    ahead.tiles = stencilTiles.data();
+}
+
+// Asks for the values that the stencil will be gathered from.
+template <class Tr, class V, class S, class P, int A, int B>
+void VoxelSamplerCubic<Tr, V, S, P, A, B>::prefetch(const Ahead& ahead) const {
+    for (int z = 0; z < 4; ++z) {
+        const int k = ahead.begin.z + z, upperZ = k >= W;
+        for (int tile = 0; tile < 4; ++tile) {
+            const int j = tile % 2 ? 0 : ahead.begin.y;
+            if (const V* values = ahead.tiles[static_cast<std::size_t>(2 * tile + upperZ)])
+                __builtin_prefetch(values + W * (j + W * (k - W * upperZ)));
+        }
+    }
+}
+
+template <class Tr, class V, class S, class P, int A, int B>
+V VoxelSamplerCubic<Tr, V, S, P, A, B>::evaluate(const Ahead& ahead) {
+    const Place& place = ahead.place;
+    if (!isLastCell(place)) {
+        lastCell.index = {};
+        lastCell.atJump = ahead.state == State::kJump;
+        if (!lastCell.atJump)
+            gather(ahead.tiles, ahead.begin);
+        lastCell.index = place.index;
+        lastCell.n = place.n;
+    }
+    return checked(lastCell.atJump ? linear(ahead)
+                                   : lastCell.stencil.interpolate(mode, place.f, clampToCellRange),
+                   place);
+}
+
+// What linear sampling gives.
+template <class Tr, class V, class S, class P, int A, int B>
+V VoxelSamplerCubic<Tr, V, S, P, A, B>::linear(const Ahead& ahead) {
+    return trilinear(plainCells.read(ahead.place.index, ahead.own, ahead.place.n), ahead.place.f);
+}
+
+template <class Tr, class V, class S, class P, int A, int B>
+V VoxelSamplerCubic<Tr, V, S, P, A, B>::checked(const V& value, const Place& place) {
+    if (detail::hasNan(value)) [[unlikely]] {
+        stencilTiles.fetch(place.index, place.tijk, place.n, kAllAxes, *container, *channel,
+                           tileAccessor);
+        reportNan("voxelSamplerCubic: output is NAN", place, stencilTiles, *container);
+    }
     return value;
 }
 
 template <class Tr, class V, class S, class P, int A, int B>
-V VoxelSamplerCubic<Tr, V, S, P, A, B>::sampleTileLocal(const Place& place, const V* own) {
-    if (lastCell.index != place.index || lastCell.n != place.n) {
+V VoxelSamplerCubic<Tr, V, S, P, A, B>::sampleThroughCache(Ahead& ahead) {
+    if (!isLastCell(ahead.place)) {
         lastCell.index = {};
-        lastCell.atJump = !loadFromHaloTile(place) && !loadFromTiles(place);
-        lastCell.index = place.index;
-        lastCell.n = place.n;
+        if (!loadFromHaloTile(ahead.place)) {
+            fetchAhead(ahead);
+            return evaluate(ahead);
+        }
+        lastCell.atJump = false;
+        lastCell.index = ahead.place.index;
+        lastCell.n = ahead.place.n;
     }
-    if (lastCell.atJump)
-        return trilinear(plainCells.read(place.index, own, place.n), place.f);
-    return lastCell.stencil.interpolate(mode, place.f, clampToCellRange);
+    return evaluate(ahead);
 }
 
 // Loads the stencil from the halo tile of the cell's tile, or, for a cell that begins below it, of
 // the lower neighbour; false where no halo tile serves.
 template <class Tr, class V, class S, class P, int A, int B>
 bool VoxelSamplerCubic<Tr, V, S, P, A, B>::loadFromHaloTile(const Place& place) {
-    if (haloTiles.size() == 0 || jumpPolicy != 1)
-        return false;
     TreeIndex index = place.index;
     int3 n = place.n;
     if (n.x < 0 || n.y < 0 || n.z < 0) {
-        index = tileAccessor.tileImpl(place.llc, index.depth).treeIndex();
+        index = tileAccessor.tileImpl(place.llc(), index.depth).treeIndex();
         if (index.depth != place.index.depth || !channel->tileData(index))
             return false;
         const auto wrap = [](int v) { return v < 0 ? v + W : v; };
@@ -112,58 +222,32 @@ bool VoxelSamplerCubic<Tr, V, S, P, A, B>::loadFromHaloTile(const Place& place) 
     return true;
 }
 
-// Loads the stencil from the tiles around the cell; false at a resolution jump.
+// Copies 4^3 values from the tiles of a block into the stencil.
 template <class Tr, class V, class S, class P, int A, int B>
-bool VoxelSamplerCubic<Tr, V, S, P, A, B>::loadFromTiles(const Place& place) {
-    stencilTiles.fetch(place.index, place.tijk, place.n, kAllAxes, *container, *channel,
-                       tileAccessor);
-    if (stencilTiles.atResolutionJump())
-        return false;
-    gather(stencilTiles.stencilBegin(place.n));
-    return true;
-}
-
-namespace detail {
-
-// Copies 4^3 values from the tiles of a block, from index `begin` in the first one onwards. Of
-// every row of four along x, the first `kLower` lie in the lower tile.
-template <int kLower, int W, class V>
-void gatherStencil(const std::array<const V*, 8>& tiles, const int3& begin,
-                   CubicStencil<V>& stencil) {
-    for (int y = 0; y < 4; ++y)
-        for (int z = 0; z < 4; ++z) {
-            const int j = begin.y + y, k = begin.z + z;
-            const int upperY = j >= W, upperZ = k >= W;
-            const auto tile = static_cast<std::size_t>(2 * upperY + upperZ);
-            const int row = begin.x + W * (j - W * upperY + W * (k - W * upperZ));
-            const V* lower = tiles[tile] + row;
-            for (int x = 0; x < kLower; ++x)
-                stencil.set(x, y, z, lower[x]);
-            const V* upper = tiles[4 + tile] + (row - begin.x);
-            for (int x = kLower; x < 4; ++x)
-                stencil.set(x, y, z, upper[x - kLower]);
-        }
-    stencil.finish();
-}
-
-} // namespace detail
-
-template <class Tr, class V, class S, class P, int A, int B>
-void VoxelSamplerCubic<Tr, V, S, P, A, B>::gather(const int3& begin) {
-    std::array<const V*, 8> tiles = stencilTiles.data();
+void VoxelSamplerCubic<Tr, V, S, P, A, B>::gather(const TilePointers& fetched, const int3& begin) {
+    TilePointers tiles = fetched;
     for (const V*& tile : tiles)
         if (!tile) [[unlikely]]
             tile = absentValues();
+    CubicStencil<V>& stencil = lastCell.stencil;
     switch (W - begin.x) {
     case 1:
-        return detail::gatherStencil<1, W>(tiles, begin, lastCell.stencil);
+        detail::StencilGather<1, W, V>(tiles, begin).into(stencil);
+        break;
     case 2:
-        return detail::gatherStencil<2, W>(tiles, begin, lastCell.stencil);
+        detail::StencilGather<2, W, V>(tiles, begin).into(stencil);
+        break;
     case 3:
-        return detail::gatherStencil<3, W>(tiles, begin, lastCell.stencil);
+        detail::StencilGather<3, W, V>(tiles, begin).into(stencil);
+        break;
+    case 4:
+        detail::StencilGather<4, W, V>(tiles, begin).into(stencil);
+        break;
     default:
-        return detail::gatherStencil<4, W>(tiles, begin, lastCell.stencil);
+        detail::StencilGather<5, W, V>(tiles, begin).into(stencil);
+        break;
     }
+    stencil.finish();
 }
 
 template <class Tr, class V, class S, class P, int A, int B>
@@ -174,17 +258,19 @@ const V* VoxelSamplerCubic<Tr, V, S, P, A, B>::absentValues() {
 }
 
 template <class Tr, class V, class S, class P, int A, int B>
-V VoxelSamplerCubic<Tr, V, S, P, A, B>::sampleGeneral(Place& place, const V* own, int deepest,
-                                                      bool debug) {
+V VoxelSamplerCubic<Tr, V, S, P, A, B>::sampleGeneral(Ahead& ahead, int deepest, bool debug) {
+    Place& place = ahead.place;
     const AxisSet axes{{place.f.x != 0, place.f.y != 0, place.f.z != 0}};
     const int nzc = axes.has[0] + axes.has[1] + axes.has[2];
     // Without a fraction the cell is its lower voxel. A stored value counts, whatever the mask
     // says.
     if (nzc == 0)
-        return plainCells.read(place.index, own, place.n).at(0, 0, 0);
+        return plainCells.read(place.index, ahead.own, place.n).at(0, 0, 0);
     stencilTiles.fetch(place.index, place.tijk, place.n, axes, *container, *channel, tileAccessor);
-    if (nzc == 3 && !stencilTiles.atResolutionJump() && place.index.depth == deepest)
-        return sampleTileLocal(place, own);
+    if (nzc == 3 && !stencilTiles.atResolutionJump() && place.index.depth == deepest) {
+        fetchAhead(ahead);
+        return evaluate(ahead);
+    }
     const CubicSource<Tr, V> source{*container,   *channel, maskChannel,     maskBits,
                                     defaultValue, mode,     this->offsetType};
     CubicGeneralPath<Tr, V, P> path(source, place, deepest, debug, stencilTiles, plainCells,
@@ -194,8 +280,7 @@ V VoxelSamplerCubic<Tr, V, S, P, A, B>::sampleGeneral(Place& place, const V* own
     const V value = nzc == 1   ? path.along(first)
                     : nzc == 2 ? path.along(first, last)
                                : path.alongAll();
-    return path.hasCollapsed() ? trilinear(plainCells.read(place.index, own, place.n), place.f)
-                               : value;
+    return path.hasCollapsed() ? linear(ahead) : value;
 }
 
 } // namespace KDX::TileTree3D

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "KDX/Channel.h"
+#include "volume/CubicPlace.h"
 #include "volume/CubicStencil.h"
 #include "volume/HaloTileRecency.h"
 #include "volume/PlainCells.h"
@@ -9,12 +10,12 @@
 #include "volume/VoxelSampler.h"
 #include "volume/cubicKernels.h"
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
+#include <vector>
 
 namespace KDX::TileTree3D {
-
-template <class Traits, class PositionT>
-struct CubicPlace;
 
 /// Interpolates a channel between four voxels along each axis, at the deepest tile that holds the
 /// position; it reads the plain channel and needs no halo channel. See docs/cubic.md for an
@@ -83,6 +84,9 @@ public:
     ValueT sample(const PositionT& position, int space) {
         return sample(position, kAnyDepth, space);
     }
+    /// The same for `count` positions, bit for bit; faster when they lie far from each other.
+    void sample(const PositionT* positions, std::size_t count, int depth, int space,
+                ValueT* values);
 
 private:
     // The stencil of the last cell that was sampled, and the tiles it came from. A copy belongs to
@@ -101,11 +105,38 @@ private:
         CubicStencil<ValueT> stencil;
     };
 
-    ValueT sampleTileLocal(const Place& place, const ValueT* own);
-    ValueT sampleGeneral(Place& place, const ValueT* own, int deepest, bool debug);
+    using TilePointers = std::array<const ValueT*, 8>;
+
+    // What a sample is made of, as far as that is known before values are read.
+    enum class State {
+        kDefault,  // nothing is sampled there
+        kLastCell, // `tiles` are not set: the cell is that of the sample before
+        kStencil,
+        kJump, // the tiles around the cell are of several depths
+    };
+    struct Ahead {
+        State state;
+        Place place;
+        const ValueT* own; // the values of the cell's tile
+        TilePointers tiles;
+        int3 begin; // the stencil's first voxel in the first tile
+    };
+
+    bool isLastCell(const Place& place) const {
+        return lastCell.index == place.index && lastCell.n == place.n;
+    }
+    bool open(const TreeIndex& index, const int3& n, const PositionT& f, Ahead& ahead) const;
+    void lookAhead(const PositionT& position, int depth, int space, const Ahead* previous,
+                   Ahead& ahead);
+    void fetchAhead(Ahead& ahead);
+    void prefetch(const Ahead& ahead) const;
+    ValueT evaluate(const Ahead& ahead);
+    ValueT linear(const Ahead& ahead);
+    ValueT checked(const ValueT& value, const Place& place);
+    ValueT sampleThroughCache(Ahead& ahead);
+    ValueT sampleGeneral(Ahead& ahead, int deepest, bool debug);
     bool loadFromHaloTile(const Place& place);
-    bool loadFromTiles(const Place& place);
-    void gather(const int3& begin);
+    void gather(const TilePointers& fetched, const int3& begin);
     const ValueT* absentValues();
 
     typename Container<Traits>::ConstTileAccessor tileAccessor;

@@ -40,6 +40,13 @@ public:
             return tree_->find(ijk, maxDepth, cursor_);
         }
 
+        /// What tileImpl() finds at `first` and, on each axis that `count` says 2 of (else 1), at
+        /// one tile of the depth further up: place (i, j, k) at found[(i * 2 + j) * 2 + k].
+        void tileBlock(const WideIndex& first, const int3& count, int depth,
+                       std::array<TreeIndex, 8>& found) {
+            tree_->findBlock(first, count, depth, cursor_, found);
+        }
+
         /// The tile that lies beside the given one, across the face in that direction: of the same
         /// depth, or the deepest coarser one, or null where there is none.
         const Tile* tileNeighbor(const Tile& tile, NeighborDirection direction);

@@ -94,11 +94,39 @@ public:
         std::uint32_t entry = entryAt(group, place, cursor);
         if (entry == 0 && (entry = entryBelow(group, place)) == 0)
             return {};
-        int depth = finestDepthOf(group) - kDepthsPerPage + static_cast<int>(entry >> kIndexBits);
+        int depth = depthOf(group, entry);
         std::uint32_t index = entry & kIndexMask;
         for (; depth > maxDepth; --depth)
             index = static_cast<std::uint32_t>(tilesByDepth[depth][index].parentTreeIndex().index);
         return Record(originOf(place, depth), TreeIndex{index, depth});
+    }
+
+    /// As find() for the tiles of `depth` that begin at `first` and, on each axis that `count` says
+    /// 2 of, the next one upward: tile (i, j, k) at found[(i * 2 + j) * 2 + k]. What all of them
+    /// share is worked out once.
+    void findBlock(const WideIndex& first, const int3& count, int depth,
+                   std::span<const std::vector<Tile>> tilesByDepth, Cursor& cursor,
+                   std::array<TreeIndex, 8>& found) const {
+        const std::int64_t extent = Traits::tileExtent(depth);
+        const WideIndex last{first.x + extent * (count.x - 1), first.y + extent * (count.y - 1),
+                             first.z + extent * (count.z - 1)};
+        std::array<std::uint32_t, 8> entries{};
+        blockEntries(first, last, depth, cursor, entries);
+        const auto tag = static_cast<std::uint32_t>(depth - depthOf(groupOf(depth), 0));
+        const unsigned wanted =
+            (count.x > 1 ? 4U : 0U) | (count.y > 1 ? 2U : 0U) | (count.z > 1 ? 1U : 0U);
+        for (unsigned place = 0; place < 8; ++place) {
+            if (place & ~wanted)
+                continue;
+            if (entries[place] >> kIndexBits == tag)
+                found[place] = {entries[place] & kIndexMask, depth};
+            else
+                found[place] =
+                    find(WideIndex{place & 4 ? last.x : first.x, place & 2 ? last.y : first.y,
+                                   place & 1 ? last.z : first.z},
+                         depth, tilesByDepth, cursor)
+                        .treeIndex();
+        }
     }
 
     std::size_t memoryUsage() const {
@@ -189,19 +217,63 @@ private:
         constexpr auto n = static_cast<std::uint32_t>(kCellsPerAxis);
         return {cell.x / n, cell.y / n, cell.z / n};
     }
-    // The flat index of a cell in a page of the given level.
-    static std::size_t cellInPage(const Place& cell, int level) {
+    // Where a cell lies along an axis of a page of the given level.
+    static std::size_t alongPage(std::uint32_t cell, int level) {
         constexpr auto n = static_cast<std::uint32_t>(kCellsPerAxis);
-        const int shift = kDepthsPerPage - level; // 0 for B = 5
+        return cell % n >> (kDepthsPerPage - level); // by 0 for B = 5
+    }
+    static std::size_t cellInPage(const Place& cell, int level) {
         const std::size_t perAxis = cellsPerAxis(level);
-        return (cell.x % n >> shift) +
-               perAxis * ((cell.y % n >> shift) + perAxis * (cell.z % n >> shift));
+        return alongPage(cell.x, level) +
+               perAxis * (alongPage(cell.y, level) + perAxis * alongPage(cell.z, level));
+    }
+
+    static int depthOf(int group, std::uint32_t entry) {
+        return finestDepthOf(group) - kDepthsPerPage + static_cast<int>(entry >> kIndexBits);
+    }
+
+    void enterPage(int group, const Place& page, Cursor& cursor) const {
+        if (cursor.group != group || !same(cursor.place, page))
+            cursor = {group, page, pageAt(group, page)};
+    }
+
+    // The depth's group's entries of the cells that are first or last along each axis, 0 where it
+    // has none.
+    void blockEntries(const WideIndex& first, const WideIndex& last, int depth, Cursor& cursor,
+                      std::array<std::uint32_t, 8>& entries) const {
+        const int group = groupOf(depth);
+        Place lowest{}, highest{};
+        if (group > finestGroup_ || !toPlace(first, lowest) || !toPlace(last, highest))
+            return;
+        const std::array<Place, 2> cells{cellAt(group, lowest), cellAt(group, highest)};
+        const std::array<Place, 2> pages{pageOf(cells[0]), pageOf(cells[1])};
+        // Bits 2, 1 and 0 stand for x, y and z, as in the places of the block.
+        const unsigned split = (pages[0].x != pages[1].x ? 4U : 0U) |
+                               (pages[0].y != pages[1].y ? 2U : 0U) |
+                               (pages[0].z != pages[1].z ? 1U : 0U);
+        for (unsigned p = 0; p < 8; ++p) {
+            if (p & ~split)
+                continue; // the same page as without that bit
+            enterPage(group, {pages[p >> 2].x, pages[p >> 1 & 1].y, pages[p & 1].z}, cursor);
+            if (!cursor.page.cells)
+                continue;
+            const int level = cursor.page.level;
+            const std::size_t perAxis = cellsPerAxis(level);
+            std::array<std::size_t, 2> x, y, z;
+            for (std::size_t i = 0; i < 2; ++i) {
+                x[i] = alongPage(cells[i].x, level);
+                y[i] = perAxis * alongPage(cells[i].y, level);
+                z[i] = perAxis * perAxis * alongPage(cells[i].z, level);
+            }
+            for (unsigned c = 0; c < 8; ++c)
+                if (((c ^ p) & split) == 0)
+                    entries[c] = cursor.page.cells[x[c >> 2] + y[c >> 1 & 1] + z[c & 1]];
+        }
     }
 
     std::uint32_t entryAt(int group, const Place& place, Cursor& cursor) const {
-        const Place cell = cellAt(group, place), page = pageOf(cell);
-        if (cursor.group != group || !same(cursor.place, page))
-            cursor = {group, page, pageAt(group, page)};
+        const Place cell = cellAt(group, place);
+        enterPage(group, pageOf(cell), cursor);
         return cursor.page.cells ? cursor.page.cells[cellInPage(cell, cursor.page.level)] : 0;
     }
 

@@ -54,6 +54,12 @@ public:
                            tiles_, cursor);
     }
 
+    /// See TilePages::findBlock(); `depth` must be one.
+    void findBlock(const WideIndex& first, const int3& count, int depth, Cursor& cursor,
+                   std::array<TreeIndex, 8>& found) const {
+        pages_.findBlock(first, count, depth, tiles_, cursor, found);
+    }
+
     /// Bytes held for the tree itself, without channels.
     std::size_t memoryUsage() const {
         std::size_t bytes = pages_.memoryUsage();

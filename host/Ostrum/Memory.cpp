@@ -1,5 +1,7 @@
 #include "Ostrum/Memory.h"
 
+#include <sys/mman.h>
+
 #include <atomic>
 #include <cstdlib>
 
@@ -9,6 +11,17 @@ namespace {
 std::atomic<std::uint64_t> requests{0};
 std::atomic<std::uint64_t> failingRequest{0};
 constexpr std::size_t kAlignment = 64;
+
+// Blocks from here on are asked to lie in large pages: samples at random places then find the
+// addresses of pages in the processor's table instead of in memory.
+constexpr std::size_t kLargePage = std::size_t{2} << 20, kLargeBlock = 4 * kLargePage;
+
+void* allocateLarge(std::size_t bytes) {
+    void* memory = std::aligned_alloc(kLargePage, bytes);
+    if (memory)
+        ::madvise(memory, bytes, MADV_HUGEPAGE); // a wish: without it the block serves as well
+    return memory;
+}
 } // namespace
 
 void* allocate(std::size_t bytes) {
@@ -20,7 +33,8 @@ void* allocate(std::size_t bytes) {
         throw std::bad_array_new_length();
     const std::size_t rounded =
         bytes == 0 ? kAlignment : (bytes + kAlignment - 1) / kAlignment * kAlignment;
-    void* memory = std::aligned_alloc(kAlignment, rounded);
+    void* memory =
+        rounded < kLargeBlock ? std::aligned_alloc(kAlignment, rounded) : allocateLarge(rounded);
     if (!memory)
         throw std::bad_alloc();
     return memory;

@@ -1,11 +1,9 @@
 // The node linear_sampler: the sampler itself, without an operator around it.
 #include "KDX/halo.h"
-#include "Vantor/Geometry.h"
 #include "ops/haloChannel.h"
-#include "ops/volumeParts.h"
 #include "run/callOperator.h"
 #include "run/nodeTypes.h"
-#include "run/tiles.h"
+#include "run/samplerNode.h"
 #include "volume/VoxelSamplerLinear.h"
 
 namespace Stratum::tools::graph {
@@ -35,20 +33,6 @@ SamplerOptions readOptions(const Json& node) {
             flag("gradient", false)};
 }
 
-// Positions in the precision that the sampler wants; an array of float3 always serves.
-template <class PositionT>
-ArrayPtr<PositionT> readPositions(const Json& json, const Inputs& inputs) {
-    if constexpr (std::is_same_v<PositionT, double3>)
-        if (Inputs::isReference(json))
-            if (const auto* single = std::get_if<ArrayPtr<float3>>(&inputs.output(json).data)) {
-                auto positions = Ostrum::makePtr<Ostrum::Array<double3>>();
-                for (const float3& p : **single)
-                    positions->push_back({p.x, p.y, p.z});
-                return positions;
-            }
-    return inputs.array<PositionT>(json);
-}
-
 template <class Sampler, class T, class PositionT>
 void sampleAll(Sampler sampler, const SamplerOptions& options,
                const Ostrum::Array<PositionT>& positions, Ostrum::Array<T>& values,
@@ -73,11 +57,7 @@ Outcome sample(const Json& node, const Inputs& inputs, const KDX::Object& volume
         node.at("gradient")
             .fail("only float and double channels have a gradient, and this is one of " +
                   elementTypeName<T>());
-    const Json& property = node.at("property");
-    const auto parts = findVolumeParts<Traits, T>(volume, property.text());
-    if (!parts)
-        property.fail("the object has no tree of this shape with a channel '" + property.text() +
-                      "' of " + elementTypeName<T>());
+    const auto parts = volumeParts<Traits, T>(node.at("property"), volume);
     const auto positions = readPositions<PositionT>(node.at("positions"), inputs);
     const auto values = Ostrum::makePtr<Ostrum::Array<T>>(positions->size(), T());
     const auto gradients = Ostrum::makePtr<Ostrum::Array<PositionT>>(
@@ -104,19 +84,9 @@ Outcome sample(const Json& node, const Inputs& inputs, const KDX::Object& volume
 Outcome evaluateLinearSampler(const Json& node, const Inputs& inputs) {
     node.allowOnly({"type", "value_type", "shape", "object", "property", "positions", "halo",
                     "max_depth", "space", "gradient", "settings"});
-    const auto volume =
-        Vantor::Geometry::shallow_copy_object_to_kdx_volume(*inputs.object(node.at("object")));
-    if (!volume)
-        node.at("object").fail("the object is no volume");
-    const int children = readShape(node.at("shape"));
-    Outcome outcome;
-    visitValueType(node.at("value_type"), [&]<class T>(std::type_identity<T>) {
-#define STRATUM_TREE_SHAPE(B, W)                                                                   \
-    if (children == (B))                                                                           \
-        outcome = sample<Traits<B, W, 1>, T>(node, inputs, *volume);
-#include "common/rows.def"
+    return sampleShape(node, inputs, [&]<class Traits, class T>(const KDX::Object& volume) {
+        return sample<Traits, T>(node, inputs, volume);
     });
-    return outcome;
 }
 
 } // namespace Stratum::tools::graph

@@ -11,6 +11,7 @@ constexpr NodeType kNodeTypes[] = {
     {"random_unit", evaluateRandomUnit, false},
     {"fold_seed", evaluateFoldSeed, false},
     {"linear_sampler", evaluateLinearSampler, false},
+    {"cubic_sampler", evaluateCubicSampler, false},
     {"sample_volume", evaluateSampleVolume, false},
     {"sample_volume_gradient", evaluateSampleVolumeGradient, false},
 };

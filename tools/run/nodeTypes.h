@@ -21,6 +21,7 @@ Outcome evaluateVolume(const Json& node, const Inputs& inputs);
 Outcome evaluateRandomUnit(const Json& node, const Inputs& inputs);
 Outcome evaluateFoldSeed(const Json& node, const Inputs& inputs);
 Outcome evaluateLinearSampler(const Json& node, const Inputs& inputs);
+Outcome evaluateCubicSampler(const Json& node, const Inputs& inputs);
 Outcome evaluateSampleVolume(const Json& node, const Inputs& inputs);
 Outcome evaluateSampleVolumeGradient(const Json& node, const Inputs& inputs);
 
