@@ -65,6 +65,8 @@ void writeCsv(OutputFile& out, const SampleTable& table, const Provenance& prove
         line += ',';
     };
     for (std::size_t i = 0; i < table.size(); ++i) {
+        if (i % 4096 == 0)
+            throwIfCancelled();
         line.clear();
         for (const float coordinate : Vantor::Math::toComponents(table.positions[i]))
             add(coordinate);
@@ -86,6 +88,8 @@ void writeJson(OutputFile& out, const SampleTable& table, const Provenance& prov
     text += "],\n \"rows\": [";
     out.write(text);
     for (std::size_t i = 0; i < table.size(); ++i) {
+        if (i % 4096 == 0)
+            throwIfCancelled();
         text = i == 0 ? "\n  [" : ",\n  [";
         for (const float coordinate : Vantor::Math::toComponents(table.positions[i]))
             text += jsonNumber(coordinate) + ", ";
