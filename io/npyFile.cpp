@@ -73,7 +73,7 @@ private:
             quote == '\'' || quote == '"' ? text_.find(quote, at_ + 1) : std::string_view::npos;
         if (end == std::string_view::npos)
             fail("a plain type such as '<f4' is wanted");
-        const std::string value(text_.substr(at_ + 1, end - at_ - 1));
+        std::string value(text_.substr(at_ + 1, end - at_ - 1));
         at_ = end + 1;
         return value;
     }
@@ -118,7 +118,7 @@ std::pair<std::string_view, std::string_view> split(std::string_view bytes,
                                                     const std::string& source) {
     if (!bytes.starts_with(kMagic) || bytes.size() < 10)
         throw std::runtime_error(source + ": it is no .npy file");
-    const int version = bytes[6];
+    const int version = static_cast<unsigned char>(bytes[6]);
     if (version < 1 || version > 3)
         throw std::runtime_error(source + ": it is of version " + std::to_string(version) +
                                  " of the format; 1, 2 and 3 can be read");
