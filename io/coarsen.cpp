@@ -35,7 +35,7 @@ public:
             channel->requireUniform();
         prepare();
         for (;;) {
-            const TreePtr tree = buildTree();
+            TreePtr tree = buildTree();
             for (const auto& channel : channels_)
                 channel->build(tree);
             if (!refineWhereTooCoarse(*tree))
