@@ -39,8 +39,8 @@ Outcome evaluateArray(const Json& node, const Inputs& inputs) {
         node.allowOnly({"type", "file"});
         ArrayPtr<float3> positions;
         readingFile(*file, [&] {
-            positions = Ostrum::makePtr<Ostrum::Array<float3>>(
-                io::readPositions(inputs.fileName(*file)));
+            positions =
+                Ostrum::makePtr<Ostrum::Array<float3>>(io::readPositions(inputs.fileName(*file)));
         });
         return {{{"values", positions}}};
     }
