@@ -5,7 +5,31 @@
 #include "ops/volumeParts.h"
 #include "volume/VoxelSamplerCubic.h"
 
+#include <algorithm>
+#include <array>
+
 namespace Stratum {
+
+/// As SampleLoopBody, a range at a time: the sampler asks for the values of positions ahead.
+template <class Sampler, class T>
+struct CubicLoopBody {
+    mutable Sampler sampler;
+    const Ostrum::Array<Vantor::Math::float3>& positions;
+    Ostrum::Array<T>& results;
+
+    void operator()(const IndexRange& range) const {
+        using PositionT = typename Sampler::PositionType;
+        constexpr std::size_t kMost = 64;
+        std::array<PositionT, kMost> chunk;
+        for (std::size_t begin = range.begin(); begin < range.end(); begin += kMost) {
+            const std::size_t count = std::min(kMost, range.end() - begin);
+            for (std::size_t i = 0; i < count; ++i)
+                chunk[i] = toPosition<PositionT>(positions[begin + i]);
+            sampler.sample(chunk.data(), count, Sampler::kAnyDepth, KDX::TileTree3D::kWorld,
+                           &results[begin]);
+        }
+    }
+};
 
 /// results[i] = the value at positions[i], in world units: clamped to the range of the cell, and
 /// linear across changes of resolution.
@@ -13,13 +37,11 @@ template <class Traits, class T>
 void sampleCubic(const VolumeParts<Traits, T>& volume,
                  const Ostrum::Array<Vantor::Math::float3>& positions, Ostrum::Array<T>& results,
                  KDX::TileTree3D::InterpolationMode mode) {
-    using namespace KDX::TileTree3D;
-    using Sampler = CubicSampler<Traits, T>;
+    using Sampler = KDX::TileTree3D::CubicSampler<Traits, T>;
     const Sampler sampler(*volume.container, *volume.topology, *volume.channel, mode, true, 1,
                           nullptr, 0, 0);
-    sampleAll(sampler, positions, results, [](Sampler& cubic, const Vantor::Math::float3& p) {
-        return cubic.sample(toPosition<typename Sampler::PositionType>(p), kWorld);
-    });
+    parallelFor(positions.size(), 1, CubicLoopBody<Sampler, T>{sampler, positions, results});
+    throwIfCancelled();
 }
 
 } // namespace Stratum

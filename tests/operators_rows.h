@@ -1,5 +1,6 @@
 // What the operators sample, for the rows of one value type.
 #include "support/operators.h"
+#include "volume/VoxelSamplerCubic.h"
 #include "volume/VoxelSamplerLinear.h"
 
 namespace {
@@ -29,6 +30,23 @@ TYPED_TEST(OperatorTest, SamplesTheChannelOfItsNameAndType) {
     }
     EXPECT_EQ((*values)[7], valueFrom<T>(kChannelDefault));
     EXPECT_EQ((*values)[8], valueFrom<T>(kChannelDefault));
+
+    // The cubic samplers, as the operator sets them.
+    for (const auto [type, mode] :
+         {std::pair(SamplerType::kCubicC0, InterpolationMode::kCubicC0),
+          std::pair(SamplerType::kCubicC1, InterpolationMode::kCubicC1)}) {
+        const auto cubics = sampled<T>(object, positions, "value", type);
+        CubicSampler<Traits, T> cubic(container, topology, *channel, mode, true, 1, nullptr, 0, 0);
+        int different = 0;
+        for (std::size_t i = 0; i < positions.size(); ++i) {
+            const auto& p = positions[i];
+            ASSERT_EQ((*cubics)[i], cubic.sample(Position{p.x, p.y, p.z}, kWorld)) << i;
+            different += (*cubics)[i] != (*values)[i];
+        }
+        EXPECT_GT(different, 5);
+        EXPECT_TRUE(sampled<T>(object, {}, "value", type)->empty());
+        EXPECT_EQ((*sampled<T>(object, {positions[3]}, "value", type))[0], (*cubics)[3]);
+    }
 
     // No such channel, one of another type, samplers that do not sample: the operator's default.
     const auto defaults = makePtr<Array<T>>(positions.size(), valueFrom<T>(kOperatorDefault));

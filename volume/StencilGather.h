@@ -76,4 +76,20 @@ private:
     int3 begin_;
 };
 
+/// Asks for the values that a StencilGather will read. Inlined, because compilers drop calls of
+/// functions that do nothing but prefetch.
+template <int W, class V>
+[[gnu::always_inline]] inline void prefetchStencil(const std::array<const V*, 8>& tiles,
+                                                   const int3& begin) {
+    for (int z = 0; z < 4; ++z) {
+        const int k = begin.z + z, upperZ = k >= W;
+        const int plane = W * W * (k - W * upperZ);
+        const V* const* const tile = &tiles[static_cast<std::size_t>(upperZ)];
+        __builtin_prefetch(tile[0] + plane + W * begin.y);
+        __builtin_prefetch(tile[2] + plane);
+        __builtin_prefetch(tile[4] + plane + W * begin.y);
+        __builtin_prefetch(tile[6] + plane);
+    }
+}
+
 } // namespace KDX::TileTree3D::detail

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdint>
+#include <vector>
 
 namespace KDX::TileTree3D {
 
@@ -37,11 +38,10 @@ public:
     // A copy belongs to another task, whose positions lie elsewhere.
     StencilTiles(const StencilTiles&) {}
     StencilTiles& operator=(const StencilTiles&) {
-        *this = StencilTiles();
+        index_ = {};
+        absent_.clear(); // the other channel's default may differ
         return *this;
     }
-    StencilTiles(StencilTiles&&) = default;
-    StencilTiles& operator=(StencilTiles&&) = default;
 
     /// Finds the block around the cell that begins at voxel n of a tile that holds data, whose
     /// origin is `tijk`.
@@ -56,16 +56,13 @@ public:
         first_ = first;
         axes_ = axes;
         jump_ = false;
-        found_ = {};
-        data_ = {};
         const int3 count{axes.has[0] ? 2 : 1, axes.has[1] ? 2 : 1, axes.has[2] ? 2 : 1};
         const std::int64_t extent = Traits::tileExtent(index.depth);
         accessor.tileBlock(WideIndex{tijk.x + extent * first.x, tijk.y + extent * first.y,
                                      tijk.z + extent * first.z},
                            count, index.depth, found_);
         for (std::size_t place = 0; place < found_.size(); ++place)
-            if (found_[place].isValid())
-                take(place, index.depth, container, channel);
+            take(place, index.depth, container, channel);
         index_ = index;
     }
 
@@ -74,7 +71,7 @@ public:
     /// The tile at a place of the block; invalid where there is none.
     const TreeIndex& tile(int place) const { return found_[place]; }
 
-    /// The values of the block's tiles of the cell's own depth; null where one holds none.
+    /// The values of the block's tiles of the cell's own depth; for all others, default values.
     const std::array<const T*, 8>& data() const { return data_; }
 
     /// Where the cell lies from the block's first voxel: the index of the voxel below it, 0 to
@@ -101,13 +98,20 @@ private:
     void take(std::size_t place, int depth, const Container<Traits>& container,
               const Plain& channel) {
         const TreeIndex& found = found_[place];
-        const T* values = channel.tileData(found).data();
-        if (found.depth != depth)
-            jump_ |= values != nullptr;
-        else if (values)
-            data_[place] = values;
-        else
+        data_[place] = channel.tileData(found).data();
+        if (data_[place] && found.depth == depth) [[likely]]
+            return;
+        if (found.depth == depth)
             jump_ |= isRefined(container.tile(found));
+        else
+            jump_ |= data_[place] != nullptr;
+        data_[place] = absentValues(channel.defaultValue());
+    }
+
+    const T* absentValues(const T& defaultValue) {
+        if (absent_.empty())
+            absent_.assign(static_cast<std::size_t>(Traits::kVoxelCount), defaultValue);
+        return absent_.data();
     }
 
     static bool isRefined(const typename Container<Traits>::Tile& tile) {
@@ -126,6 +130,7 @@ private:
     bool jump_ = false;
     std::array<TreeIndex, 8> found_;
     std::array<const T*, 8> data_{};
+    std::vector<T> absent_; // a tile's worth of default values, once asked for
 };
 
 } // namespace KDX::TileTree3D

@@ -77,35 +77,37 @@ void VoxelSamplerCubic<Tr, V, S, P, A, B>::sample(const P* positions, std::size_
             values[i] = sample(positions[i], depth, space);
         return;
     }
-    constexpr std::size_t kBatch = 16;
+    constexpr std::size_t kBatch = 32;
     std::array<Ahead, kBatch> batch;
     for (std::size_t begin = 0; begin < count; begin += kBatch) {
         const std::size_t size = std::min(kBatch, count - begin);
+        const Ahead* before = nullptr;
         for (std::size_t i = 0; i < size; ++i)
-            lookAhead(positions[begin + i], depth, space, i > 0 ? &batch[i - 1] : nullptr,
-                      batch[i]);
+            if (lookAhead(positions[begin + i], depth, space, before, batch[i]))
+                before = &batch[i];
         for (std::size_t i = 0; i < size; ++i)
             values[begin + i] =
                 batch[i].state == State::kDefault ? defaultValue : evaluate(batch[i]);
     }
 }
 
+// Finds out what a sample is made of; false where its value is the default. `before` is the sample
+// of the batch that will be the last one evaluated by then, if there is one.
 template <class Tr, class V, class S, class P, int A, int B>
-void VoxelSamplerCubic<Tr, V, S, P, A, B>::lookAhead(const P& position, int depth, int space,
-                                                     const Ahead* previous, Ahead& ahead) {
+bool VoxelSamplerCubic<Tr, V, S, P, A, B>::lookAhead(const P& position, int depth, int space,
+                                                     const Ahead* before, Ahead& ahead) {
     VoxelLocation<P> location;
     this->locate(position, std::min(maxDepth, depth), space, location);
     if (!open(location.treeIndex, location.n, location.f, ahead))
-        return;
-    if (previous && previous->state != State::kDefault
-            ? previous->place.index == ahead.place.index && previous->place.n == ahead.place.n
-            : isLastCell(ahead.place)) {
-        ahead.state = State::kLastCell;
-        return;
-    }
+        return false;
+    const Place& place = ahead.place;
+    if (before ? before->place.index == place.index && before->place.n == place.n
+               : isLastCell(place))
+        return true;
     fetchAhead(ahead);
     if (ahead.state == State::kStencil)
-        prefetch(ahead);
+        detail::prefetchStencil<W>(ahead.tiles, ahead.begin);
+    return true;
 }
 
 // Sets the place of a sample; false where its value is the default.
@@ -136,19 +138,6 @@ void VoxelSamplerCubic<Tr, V, S, P, A, B>::fetchAhead(Ahead& ahead) {
     ahead.state = stencilTiles.atResolutionJump() ? State::kJump : State::kStencil;
     ahead.begin = stencilTiles.stencilBegin(place.n);
     ahead.tiles = stencilTiles.data();
-}
-
-// Asks for the values that the stencil will be gathered from.
-template <class Tr, class V, class S, class P, int A, int B>
-void VoxelSamplerCubic<Tr, V, S, P, A, B>::prefetch(const Ahead& ahead) const {
-    for (int z = 0; z < 4; ++z) {
-        const int k = ahead.begin.z + z, upperZ = k >= W;
-        for (int tile = 0; tile < 4; ++tile) {
-            const int j = tile % 2 ? 0 : ahead.begin.y;
-            if (const V* values = ahead.tiles[static_cast<std::size_t>(2 * tile + upperZ)])
-                __builtin_prefetch(values + W * (j + W * (k - W * upperZ)));
-        }
-    }
 }
 
 template <class Tr, class V, class S, class P, int A, int B>
@@ -224,11 +213,7 @@ bool VoxelSamplerCubic<Tr, V, S, P, A, B>::loadFromHaloTile(const Place& place) 
 
 // Copies 4^3 values from the tiles of a block into the stencil.
 template <class Tr, class V, class S, class P, int A, int B>
-void VoxelSamplerCubic<Tr, V, S, P, A, B>::gather(const TilePointers& fetched, const int3& begin) {
-    TilePointers tiles = fetched;
-    for (const V*& tile : tiles)
-        if (!tile) [[unlikely]]
-            tile = absentValues();
+void VoxelSamplerCubic<Tr, V, S, P, A, B>::gather(const TilePointers& tiles, const int3& begin) {
     CubicStencil<V>& stencil = lastCell.stencil;
     switch (W - begin.x) {
     case 1:
@@ -248,13 +233,6 @@ void VoxelSamplerCubic<Tr, V, S, P, A, B>::gather(const TilePointers& fetched, c
         break;
     }
     stencil.finish();
-}
-
-template <class Tr, class V, class S, class P, int A, int B>
-const V* VoxelSamplerCubic<Tr, V, S, P, A, B>::absentValues() {
-    if (absentTile.empty())
-        absentTile.assign(static_cast<std::size_t>(Tr::kVoxelCount), defaultValue);
-    return absentTile.data();
 }
 
 template <class Tr, class V, class S, class P, int A, int B>

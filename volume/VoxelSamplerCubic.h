@@ -13,7 +13,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <vector>
 
 namespace KDX::TileTree3D {
 
@@ -126,18 +125,16 @@ private:
         return lastCell.index == place.index && lastCell.n == place.n;
     }
     bool open(const TreeIndex& index, const int3& n, const PositionT& f, Ahead& ahead) const;
-    void lookAhead(const PositionT& position, int depth, int space, const Ahead* previous,
+    bool lookAhead(const PositionT& position, int depth, int space, const Ahead* before,
                    Ahead& ahead);
     void fetchAhead(Ahead& ahead);
-    void prefetch(const Ahead& ahead) const;
     ValueT evaluate(const Ahead& ahead);
     ValueT linear(const Ahead& ahead);
     ValueT checked(const ValueT& value, const Place& place);
     ValueT sampleThroughCache(Ahead& ahead);
     ValueT sampleGeneral(Ahead& ahead, int deepest, bool debug);
     bool loadFromHaloTile(const Place& place);
-    void gather(const TilePointers& fetched, const int3& begin);
-    const ValueT* absentValues();
+    void gather(const TilePointers& tiles, const int3& begin);
 
     typename Container<Traits>::ConstTileAccessor tileAccessor;
     const Container<Traits>* container;
@@ -155,8 +152,6 @@ private:
     StencilTiles<Traits, ValueT> stencilTiles;
     PlainCells<Traits, ValueT> plainCells;
     LastCell lastCell;
-    /// A tile's worth of default values, for where there is no tile.
-    std::vector<ValueT> absentTile;
 };
 
 /// The cubic sampler of a tree shape and value type.

@@ -115,18 +115,13 @@ public:
         const auto tag = static_cast<std::uint32_t>(depth - depthOf(groupOf(depth), 0));
         const unsigned wanted =
             (count.x > 1 ? 4U : 0U) | (count.y > 1 ? 2U : 0U) | (count.z > 1 ? 1U : 0U);
+        unsigned others = wanted == 7 ? 0 : 256;
         for (unsigned place = 0; place < 8; ++place) {
-            if (place & ~wanted)
-                continue;
-            if (entries[place] >> kIndexBits == tag)
-                found[place] = {entries[place] & kIndexMask, depth};
-            else
-                found[place] =
-                    find(WideIndex{place & 4 ? last.x : first.x, place & 2 ? last.y : first.y,
-                                   place & 1 ? last.z : first.z},
-                         depth, tilesByDepth, cursor)
-                        .treeIndex();
+            found[place] = {entries[place] & kIndexMask, depth};
+            others |= static_cast<unsigned>(entries[place] >> kIndexBits != tag) << place;
         }
+        if (others != 0) [[unlikely]]
+            findOthers(first, last, depth, tilesByDepth, cursor, wanted, others, found);
     }
 
     std::size_t memoryUsage() const {
@@ -251,24 +246,54 @@ private:
         const unsigned split = (pages[0].x != pages[1].x ? 4U : 0U) |
                                (pages[0].y != pages[1].y ? 2U : 0U) |
                                (pages[0].z != pages[1].z ? 1U : 0U);
-        for (unsigned p = 0; p < 8; ++p) {
-            if (p & ~split)
-                continue; // the same page as without that bit
+        // All subsets of the bits in `split`: a page for each.
+        unsigned p = 0;
+        do {
             enterPage(group, {pages[p >> 2].x, pages[p >> 1 & 1].y, pages[p & 1].z}, cursor);
-            if (!cursor.page.cells)
-                continue;
-            const int level = cursor.page.level;
-            const std::size_t perAxis = cellsPerAxis(level);
-            std::array<std::size_t, 2> x, y, z;
-            for (std::size_t i = 0; i < 2; ++i) {
-                x[i] = alongPage(cells[i].x, level);
-                y[i] = perAxis * alongPage(cells[i].y, level);
-                z[i] = perAxis * perAxis * alongPage(cells[i].z, level);
-            }
-            for (unsigned c = 0; c < 8; ++c)
-                if (((c ^ p) & split) == 0)
-                    entries[c] = cursor.page.cells[x[c >> 2] + y[c >> 1 & 1] + z[c & 1]];
+            if (cursor.page.cells)
+                pageEntries(cursor.page, cells, p, split, entries);
+            p = (p - split) & split;
+        } while (p != 0);
+    }
+
+    // Completes a block: the places in `others` are still to be found, and those that are not in
+    // the set of wanted ones hold no tile.
+    void findOthers(const WideIndex& first, const WideIndex& last, int depth,
+                    std::span<const std::vector<Tile>> tilesByDepth, Cursor& cursor,
+                    unsigned wanted, unsigned others, std::array<TreeIndex, 8>& found) const {
+        for (unsigned place = 0; place < 8; ++place)
+            if (place & ~wanted)
+                found[place] = {};
+            else if (others >> place & 1)
+                found[place] =
+                    find(WideIndex{place & 4 ? last.x : first.x, place & 2 ? last.y : first.y,
+                                   place & 1 ? last.z : first.z},
+                         depth, tilesByDepth, cursor)
+                        .treeIndex();
+    }
+
+    // The entries of those cells, first or last along each axis, that lie on one page of a block:
+    // in the bits of `split`, they are the page's own.
+    static void pageEntries(const Page& page, const std::array<Place, 2>& cells, unsigned p,
+                            unsigned split, std::array<std::uint32_t, 8>& entries) {
+        const std::size_t perAxis = cellsPerAxis(page.level);
+        std::array<std::size_t, 2> x, y, z;
+        for (std::size_t i = 0; i < 2; ++i) {
+            x[i] = alongPage(cells[i].x, page.level);
+            y[i] = perAxis * alongPage(cells[i].y, page.level);
+            z[i] = perAxis * perAxis * alongPage(cells[i].z, page.level);
         }
+        const auto entry = [&](unsigned c) {
+            return page.cells[x[c >> 2] + y[c >> 1 & 1] + z[c & 1]];
+        };
+        if (split == 0) {
+            for (unsigned c = 0; c < 8; ++c)
+                entries[c] = entry(c);
+            return;
+        }
+        for (unsigned c = 0; c < 8; ++c)
+            if (((c ^ p) & split) == 0)
+                entries[c] = entry(c);
     }
 
     std::uint32_t entryAt(int group, const Place& place, Cursor& cursor) const {
