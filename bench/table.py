@@ -46,6 +46,35 @@ def sampling_table(runs):
                           + " | ".join(cells) + " |")
 
 
+MODES = ("kQuadraticC0Averaged", "kCubicC0", "kCubicC1", "kCubicC1Monotonic")
+
+
+def cubic_table(runs):
+    """Cubic samples beside linear ones on a halo and beside the peer's tricubic ones."""
+    def nanoseconds(name):
+        return runs[name]["real_time"] * 1e6 / POSITIONS if name in runs else None
+
+    print("\n| volume | positions | threads | shape | values | our linear | peer's tricubic | "
+          + " | ".join(mode.removeprefix("k") for mode in MODES) + " |")
+    print("|---" * 11 + "|")
+    for shape, kind, content in (("2-4", "float", "dense"), ("5-5", "float", "dense"),
+                                 ("2-4", "float", "band"), ("2-4", "double", "band"),
+                                 ("2-4", "float3", "band"), ("2-4", "float4x4", "band")):
+        for access in ("random", "coherent"):
+            for threads in (1, 2):
+                end = f"{access}/{content}/threads/{threads}"
+                linear = nanoseconds(f"loop-halo/{shape}/{end}") if kind == "float" else None
+                peer = nanoseconds(f"cubic-peer/{end}") if kind == "float" else None
+                cells = []
+                for mode in MODES:
+                    ours = nanoseconds(f"cubic/{mode}/{kind}/{shape}/{end}")
+                    ratio = f" ({peer / ours:.1f}x)" if peer else ""
+                    cells.append(f"{ours:.0f}{ratio}")
+                print(f"| {content} | {access} | {threads} | {shape} | {kind} | "
+                      + " | ".join(f"{v:.0f}" if v else "-" for v in (linear, peer)) + " | "
+                      + " | ".join(cells) + " |")
+
+
 def plain_table(runs, prefix, unit):
     print(f"\n| {prefix} | median, {unit} |")
     print("|---|---|")
@@ -58,6 +87,7 @@ def main():
     runs = medians(sys.argv[1], sys.argv[2] if len(sys.argv) > 2 else "5")
     print("Nanoseconds a sample; in brackets the peer's time over ours.\n")
     sampling_table(runs)
+    cubic_table(runs)
     plain_table(runs, "halo", "ms")
     plain_table(runs, "find-tile", "ns")
     plain_table(runs, "build", "ms")

@@ -1,9 +1,9 @@
-# What a host integrator gets: the operator library, the in-memory host, their headers, and targets
-# Stratum::ops and Stratum::host for find_package(Stratum).
+# What a host integrator gets: the operator library, the in-memory host, the samplers, their headers,
+# and targets Stratum::ops, Stratum::host and Stratum::volume for find_package(Stratum).
 include(CMakePackageConfigHelpers)
 
 set(headers ${CMAKE_INSTALL_INCLUDEDIR}/stratum)
-foreach(folder common ops)
+foreach(folder common volume ops)
   install(DIRECTORY ${folder} DESTINATION ${headers} FILES_MATCHING PATTERN "*.h" PATTERN "*.def")
 endforeach()
 install(DIRECTORY host/ DESTINATION ${headers}/host FILES_MATCHING PATTERN "*.h")
@@ -12,8 +12,9 @@ target_include_directories(stratum_host PUBLIC $<INSTALL_INTERFACE:${headers}/ho
 
 set_target_properties(stratum_common PROPERTIES EXPORT_NAME common)
 set_target_properties(stratum_host PROPERTIES EXPORT_NAME host)
+set_target_properties(stratum_volume PROPERTIES EXPORT_NAME volume)
 set_target_properties(stratum_ops PROPERTIES EXPORT_NAME ops INSTALL_RPATH $ORIGIN)
-install(TARGETS stratum_common stratum_host stratum_ops EXPORT StratumTargets)
+install(TARGETS stratum_common stratum_host stratum_volume stratum_ops EXPORT StratumTargets)
 install(EXPORT StratumTargets NAMESPACE Stratum:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Stratum)
 if(TARGET stratum_tool)
   set_target_properties(stratum_tool PROPERTIES INSTALL_RPATH $ORIGIN/../${CMAKE_INSTALL_LIBDIR})

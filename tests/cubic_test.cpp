@@ -1,7 +1,7 @@
 // Cubic kernels, the sampler's settings, and what it prints.
 #include "support/cubic.h"
 #include "support/cubicReference.h"
-#include "volume/CubicGeneralPath.h"
+#include "volume/interpolateValues1D.h"
 
 #include <thread>
 

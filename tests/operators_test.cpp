@@ -4,6 +4,7 @@
 #include "Kelvane/terminateMessage.h"
 #include "Ostrum/Job.h"
 #include "ops/registeredProperty.h"
+#include "ops/sampleLoop.h"
 #include "support/operators.h"
 #include "volume/VoxelSamplerLinear.h"
 
@@ -89,13 +90,15 @@ TEST_F(FrameTest, ACancelledJobLeavesTheOutputAlone) {
 }
 
 TEST_F(FrameTest, CancellingOnTheWayEmptiesTheOutputAndNamesTheOperator) {
-    for (const std::size_t count : {0U, 1U, 3000U}) {
+    for (const int i : {0, 1, 2, 3, 4, 5}) {
+        const std::size_t count = i < 2 ? 0U : i < 4 ? 1U : 3000U;
+        const auto sampler = i % 2 == 0 ? SamplerType::kLinear : SamplerType::kCubicC1;
         const auto before = makePtr<Array<float>>(2U, 9.0F);
         auto out = before;
         auto gradients = makePtr<Array<float3>>(2U);
         const Array<float3> some(positions.begin(), positions.begin() + count);
         Ostrum::cancelJobAtQuestion(2);
-        sample_volume(object, some, 1.0F, "value", SamplerType::kLinear, out);
+        sample_volume(object, some, 1.0F, "value", sampler, out);
         Ostrum::cancelJob(false);
         Ostrum::cancelJobAtQuestion(2);
         sample_volume_gradient(object, some, 1.0F, "value", SamplerType::kLinear, gradients);
@@ -109,6 +112,20 @@ TEST_F(FrameTest, CancellingOnTheWayEmptiesTheOutputAndNamesTheOperator) {
     // Nothing to loop over: nobody asks again.
     Ostrum::cancelJobAtQuestion(2);
     EXPECT_EQ(sampled<float>(Vantor::Object(), positions)->size(), positions.size());
+}
+
+TEST_F(FrameTest, WorkThatIsCancelledInsideTheLoopDoesNotCount) {
+    Ptr<Array<float>> out = makePtr<Array<float>>(3, 5.0F);
+    Stratum::runOperator("work", 4, 0.0F, out, [&](Array<float>& results) {
+        const auto cancel = [](int&, const float3&) {
+            Ostrum::cancelJob(true);
+            return 1.0F;
+        };
+        Stratum::sampleAll(0, Array<float3>(4), results, cancel);
+        ADD_FAILURE() << "went on after the loop";
+    });
+    EXPECT_TRUE(out->empty());
+    EXPECT_EQ(Kelvane::takeTerminateMessages(), (Array<String>{"work"}));
 }
 
 TEST_F(FrameTest, OtherExceptionsPassThroughAndLeaveTheOutputAlone) {

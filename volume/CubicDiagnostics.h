@@ -11,6 +11,20 @@
 
 namespace KDX::TileTree3D {
 
+/// Prints lines of diagnostics while it is on.
+struct Trace {
+    bool on = false;
+
+    template <class... Args>
+    void operator()(const Args&... args) const {
+        if (!on)
+            return;
+        std::ostringstream line;
+        (line << ... << args);
+        printDiagnostic(line.str());
+    }
+};
+
 namespace detail {
 
 template <class T>

@@ -3,8 +3,8 @@
 
 #include "volume/CubicDiagnostics.h"
 #include "volume/PlainCells.h"
-#include "volume/StencilTiles.h"
-#include "volume/cubicKernels.h"
+#include "volume/StencilLevels.h"
+#include "volume/interpolateValues1D.h"
 
 #include <algorithm>
 #include <array>
@@ -13,47 +13,6 @@
 #include <string>
 
 namespace KDX::TileTree3D {
-
-/// Interpolates four values at four positions along one axis, at x between the middle two: with
-/// the mode's even kernel, or at a resolution jump with the uneven one. Positions must ascend.
-template <class T>
-T interpolateValues1D(InterpolationMode mode, const std::array<T, 4>& values,
-                      const std::array<Vantor::Math::ScalarOf<T>, 4>& positions,
-                      Vantor::Math::ScalarOf<T> x, bool atResolutionJump) {
-    using S = Vantor::Math::ScalarOf<T>;
-    std::array<Vantor::Math::Components<T>, 4> y;
-    for (std::size_t i = 0; i < 4; ++i)
-        y[i] = Vantor::Math::toComponents(values[i]);
-    Vantor::Math::Components<T> result{};
-    if (atResolutionJump) {
-        const NonUniformKernel<S> kernel(mode, positions.data(), x);
-        for (std::size_t c = 0; c < result.size(); ++c) {
-            const std::array<S, 4> component{y[0][c], y[1][c], y[2][c], y[3][c]};
-            result[c] = kernel(component.data());
-        }
-    } else {
-        withUniformKernel<S>(mode, [&]<class Kernel>() {
-            const Kernel kernel((x - positions[1]) / (positions[2] - positions[1]));
-            for (std::size_t c = 0; c < result.size(); ++c)
-                result[c] = kernel(y[0][c], y[1][c], y[2][c], y[3][c]);
-        });
-    }
-    return Vantor::Math::fromComponents<T>(result);
-}
-
-/// The channels and settings of the sampler that asks.
-template <class Traits, class T>
-struct CubicSource {
-    static constexpr int W = Traits::kVoxelsPerAxis;
-
-    const Container<Traits>& container;
-    const Channel<Traits, T, W, 0, 0>& channel;
-    const Channel<Traits, std::uint16_t, W, 0, 0>* maskChannel;
-    std::uint32_t maskBits;
-    const T& defaultValue;
-    InterpolationMode mode;
-    VoxelOffsetType offsetType;
-};
 
 /// One sample by the general path: four stencil points along each axis that the position is not
 /// exactly on, each where the tree really has a sample, and kernels for their uneven positions.
@@ -69,18 +28,18 @@ template <class Traits, class T, class PositionT>
 class CubicGeneralPath {
     static constexpr int W = Traits::kVoxelsPerAxis;
     using S = Vantor::Math::ScalarOf<T>;
-    using Tiles = StencilTiles<Traits, T>;
-    using Accessor = typename Container<Traits>::ConstTileAccessor;
-    using Index = std::array<std::int64_t, 3>;
+    using Levels = StencilLevels<Traits, T, PositionT>;
+    using Tiles = typename Levels::Tiles;
+    using Accessor = typename Levels::Accessor;
+    using Index = typename Levels::Index;
 
 public:
     CubicGeneralPath(const CubicSource<Traits, T>& source, CubicPlace<Traits, PositionT>& place,
                      int deepest, bool debug, Tiles& tiles, PlainCells<Traits, T>& cells,
                      Accessor& accessor)
-        : source_(source), place_(place), deepest_(deepest), debug_(debug), tiles_(tiles),
-          cells_(cells), accessor_(accessor),
-          width_(Traits::voxelWidth(place.index.depth)), llc_{place.llc().x, place.llc().y,
-                                                              place.llc().z} {
+        : source_(source), place_(place), trace{debug}, tiles_(tiles), cells_(cells),
+          levels_(source, place, deepest, trace, tiles, accessor),
+          width_(Traits::voxelWidth(place.index.depth)), llc_(levels_.llc()) {
         const std::array<S, 3> f{place.f.x, place.f.y, place.f.z};
         for (int axis = 0; axis < 3; ++axis) {
             const auto a = static_cast<std::size_t>(axis);
@@ -90,7 +49,7 @@ public:
         }
     }
 
-    /// The value along one, two or three axes. `collapsed` is set where a tree with gaps in its
+    /// The value along one, two or three axes. hasCollapsed() is true where a tree with gaps in its
     /// data gives two stencil points one position: the value then means nothing.
     T along(int axis) { return getValue1D(axis, line_).value; }
     T along(int first, int second) { return getValue2D(first, second, line_).value; }
@@ -110,19 +69,11 @@ public:
     bool hasCollapsed() const { return collapsed_; }
 
 private:
-    // The tile that a voxel's value comes from, and which of the cases that is.
-    struct Level {
-        int getValueCase = 2; // 1 coarser, 2 no data, 3 the cell's own depth, 4 finer
-        TreeIndex index;
-        int3 tijk{0, 0, 0};
-        const T* values = nullptr;
-    };
-
     // A stencil point along an axis: its voxel's lower end and width, and twice its sample's
     // position (an integer), from the cell's lower voxel.
     struct Point {
         std::int64_t lower, width, twicePosition;
-        Level level;
+        StencilLevel<T> level;
         bool isJump() const { return level.getValueCase == 1 || level.getValueCase == 4; }
     };
     struct Stencil {
@@ -136,105 +87,11 @@ private:
 
     static std::size_t at(int axis) { return static_cast<std::size_t>(axis); }
 
-    template <class... Args>
-    void trace(const Args&... args) const {
-        if (!debug_)
-            return;
-        std::ostringstream line;
-        (line << ... << args);
-        printDiagnostic(line.str());
-    }
-
     T checked(const T& value, const char* message, bool nan) {
-        if (!debug_ || !nan)
+        if (!trace.on || !nan)
             return value;
         reportNan(message, place_, tiles_, source_.container);
         return Vantor::Math::splat<T>(0);
-    }
-
-    // The tile at the cell's depth, or the deepest above it, that holds a place (from the cell's
-    // lower voxel).
-    TreeIndex getTile(const Index& g) {
-        const WideIndex ijk{llc_[0] + g[0], llc_[1] + g[1], llc_[2] + g[2]};
-        for (int i = 0; i < 8; ++i)
-            if (const TreeIndex& tile = tiles_.tile(i); tile.isValid() && holds(tile, ijk)) {
-                trace("io_foundInCache = ", true);
-                return tile;
-            }
-        trace("io_foundInCache = ", false);
-        return accessor_.tileImpl(ijk, place_.index.depth).treeIndex();
-    }
-
-    bool holds(const TreeIndex& index, const WideIndex& ijk) const {
-        const int3& tijk = source_.container.tile(index).tijk();
-        const std::int64_t extent = Traits::tileExtent(index.depth);
-        const auto inside = [extent](std::int64_t v, std::int64_t origin) {
-            return v >= origin && v < origin + extent;
-        };
-        return inside(ijk.x, tijk.x) && inside(ijk.y, tijk.y) && inside(ijk.z, tijk.z);
-    }
-
-    bool readDof(const TreeIndex& index, const int3& voxel) {
-        const auto flags = source_.maskChannel->tileData(index);
-        place_.dofIsValid = flags && (flags(voxel) & source_.maskBits) != 0;
-        return place_.dofIsValid;
-    }
-
-    // Where the value at a place comes from.
-    Level levelAt(const Index& g) {
-        const TreeIndex found = getTile(g);
-        const T* values = source_.channel.tileData(found).data();
-        const int depth = place_.index.depth;
-        if (!found.isValid() || (found.depth < depth && !values)) {
-            trace("getDefaultValue");
-            return {};
-        }
-        const int3& tijk = source_.container.tile(found).tijk();
-        if (found.depth < depth) {
-            trace("case: tile.depth() < depth");
-            return {1, found, tijk, values};
-        }
-        const int3 ijk{static_cast<int>(llc_[0] + g[0]), static_cast<int>(llc_[1] + g[1]),
-                       static_cast<int>(llc_[2] + g[2])};
-        const auto width = static_cast<int>(width_);
-        const int3 lijk{(ijk.x - tijk.x) / width, (ijk.y - tijk.y) / width,
-                        (ijk.z - tijk.z) / width};
-        trace("lijk = ", detail::vectorText(lijk));
-        const Level own{values ? 3 : 2, found, tijk, values};
-        if (values && source_.maskChannel && readDof(found, lijk)) {
-            trace("case: dof is valid, branch 1");
-            return own;
-        }
-        return finerLevel(own, ijk);
-    }
-
-    // The deepest tile with data below a tile of the cell's depth, or that tile itself.
-    Level finerLevel(const Level& own, const int3& ijk) {
-        Level best = own;
-        const auto* tile = &source_.container.tile(own.index);
-        for (;;) {
-            const int3 tlijk = tile->childIJK(ijk);
-            const bool isLeaf = tile->isLeaf(tlijk);
-            trace("tlijk = ", detail::vectorText(tlijk), isLeaf ? ", isLeaf = true" : "");
-            if (isLeaf || tile->depth() >= deepest_)
-                break;
-            trace("case: neighbor refined");
-            const TreeIndex child = tile->childTreeIndex(tlijk);
-            const int3 voxel = tile->childDataIJK(ijk);
-            tile = &source_.container.tile(child);
-            const T* values = source_.channel.tileData(child).data();
-            if (!values)
-                continue;
-            best = {4, child, tile->tijk(), values};
-            if (source_.maskChannel && readDof(child, voxel)) {
-                trace("case: dof is valid, branch 2");
-                break;
-            }
-        }
-        trace(best.getValueCase == 3 ? "getValueAtThisLevel"
-              : best.values          ? "getValueAtFinerLevel"
-                                     : "getDefaultValue");
-        return best;
     }
 
     // The stencil point whose voxel holds the place g along the axis, on the line.
@@ -244,7 +101,7 @@ private:
             place[a] = floorDiv(line[a], 2);
         place[at(axis)] = g;
         Point point;
-        point.level = levelAt(place);
+        point.level = levels_.levelAt(place);
         const bool found = point.level.values;
         point.width = found ? Traits::voxelWidth(point.level.index.depth) : width_;
         const std::int64_t origin =
@@ -290,7 +147,7 @@ private:
         const T value = number == 2   ? source_.defaultValue
                         : number == 1 ? getCoarserValue(axis, line, point)
                                       : valueAcross(axis, line, point);
-        if (!debug_ || !(detail::hasNan(value) || std::isnan(positionOf(point))))
+        if (!trace.on || !(detail::hasNan(value) || std::isnan(positionOf(point))))
             return value;
         const std::string name = "getValue.case" + std::to_string(number);
         if (!isNanReported())
@@ -375,10 +232,10 @@ private:
             positions[i] = positionOf(stencil.points[i]);
             nan |= detail::hasNan(values[i]);
         }
-        if (debug_ && nan)
+        if (trace.on && nan)
             return checked({}, "interpolateValues1D input is NAN", true);
         const T value = interpolateValues1D(source_.mode, values, positions, x, jump);
-        if (debug_)
+        if (trace.on)
             traceInterpolation(positions, values, x, jump, value);
         return value;
     }
@@ -398,11 +255,10 @@ private:
 
     const CubicSource<Traits, T>& source_;
     CubicPlace<Traits, PositionT>& place_;
-    int deepest_;
-    bool debug_;
+    Trace trace;
     Tiles& tiles_;
     PlainCells<Traits, T>& cells_;
-    Accessor& accessor_;
+    Levels levels_;
     std::int64_t width_;
     Index llc_;
     std::array<bool, 3> centred_{};

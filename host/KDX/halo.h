@@ -55,10 +55,11 @@ void setHaloTile(const Tile<Traits, Traits::kChildCount>& tile,
                  typename Container<Traits>::ConstTileAccessor& accessor,
                  TileData<T, Wd, F, 0>& buffer);
 
-/// Fills a buffer of (W + 3)^3 values at local indices -1 .. W + 1, one layer below and two above
-/// the tile, by the rules of computeHalo with `defaultValue` where there is nothing. A handle that
-/// names no tile gives the default throughout. `type` kAll is the only one offered. `scale` and
-/// `offsetType` have no effect: samples lie where the tree's own offset type says.
+/// For a tile with data: fills a buffer of (W + 3)^3 values at local indices -1 .. W + 1, one layer
+/// below and two above the tile, by the rules of computeHalo with `defaultValue` where there is
+/// nothing. A handle that names no tile gives the default throughout. `type` kAll is the only one
+/// offered. `scale` and `offsetType` have no effect: samples lie where the tree's own offset type
+/// says.
 template <class Traits, class T, int, int, int, int>
 void setHaloTile(const TreeIndex& index,
                  const Channel<Traits, T, Traits::kVoxelsPerAxis, 0, 0>& channel, HaloMode mode,
