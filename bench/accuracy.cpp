@@ -19,13 +19,13 @@ constexpr Section kTables[] = {{"convergence", convergence},
 constexpr char kUsage[] =
     "usage: stratum_accuracy [convergence|levels|general|band|plane] [--csv]\n";
 
-bool run(std::string_view name, Format format, bool& exact) {
+bool run(std::string_view name, Format format, bool& holds) {
     if (name == "plane")
-        return exact = plane(format), true;
+        return holds = plane(format), true;
     bool known = false;
     for (const Section& section : kTables)
         if (name.empty() || name == section.name) {
-            exact &= section.run(format);
+            holds &= section.run(format);
             known = true;
         }
     return known;
@@ -47,10 +47,10 @@ int main(int argc, char** argv) {
             return 2;
         }
     }
-    bool exact = true;
-    if (!run(name, format, exact)) {
+    bool holds = true;
+    if (!run(name, format, holds)) {
         std::cerr << "stratum_accuracy: there is no section '" << name << "'\n" << kUsage;
         return 2;
     }
-    return exact ? 0 : 1;
+    return holds ? 0 : 1;
 }

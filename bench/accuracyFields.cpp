@@ -50,10 +50,28 @@ Field quadraticField(const double3& origin, double unit) {
         });
 }
 
+namespace {
+
+constexpr double3 kPhases{0.3, 1.1, 0.7};
+
+double3 waveNumbers(double wave) {
+    return kSmoothNumbers * (2 * std::numbers::pi / wave);
+}
+
+} // namespace
+
+double3 smoothFieldExtremum(double unit, double wave) {
+    const double3 k = waveNumbers(wave);
+    const auto along = [unit](double number, double phase) {
+        return unit * (std::numbers::pi / 2 - phase) / number;
+    };
+    return {along(k.x, kPhases.x), along(k.y, kPhases.y), along(k.z, kPhases.z)};
+}
+
 Field smoothField(const double3& origin, double unit, double wave) {
-    const double kx = 2 * std::numbers::pi / wave, ky = 0.8 * kx, kz = 0.6 * kx;
+    const double3 k = waveNumbers(wave);
     const auto phase = [=](const double3& q) {
-        return double3{kx * q.x + 0.3, ky * q.y + 1.1, kz * q.z + 0.7};
+        return double3{k.x * q.x + kPhases.x, k.y * q.y + kPhases.y, k.z * q.z + kPhases.z};
     };
     return scaled(
         "smooth", origin, unit,
@@ -63,9 +81,9 @@ Field smoothField(const double3& origin, double unit, double wave) {
         },
         [=](const double3& q) {
             const double3 a = phase(q);
-            return double3{kx * std::cos(a.x) * std::sin(a.y) * std::sin(a.z),
-                           ky * std::sin(a.x) * std::cos(a.y) * std::sin(a.z),
-                           kz * std::sin(a.x) * std::sin(a.y) * std::cos(a.z)};
+            return double3{k.x * std::cos(a.x) * std::sin(a.y) * std::sin(a.z),
+                           k.y * std::sin(a.x) * std::cos(a.y) * std::sin(a.z),
+                           k.z * std::sin(a.x) * std::sin(a.y) * std::cos(a.z)};
         });
 }
 

@@ -30,8 +30,12 @@ struct Field {
 Field constantField();
 Field linearField(const double3& origin, double unit);
 Field quadraticField(const double3& origin, double unit);
-/// A product of sines whose wave along x is `wave` units long; y and z have longer ones.
+/// A product of sines whose wave along x is `wave` units long; waves along y and z are longer by
+/// kSmoothNumbers, relative wave numbers.
 Field smoothField(const double3& origin, double unit, double wave);
+inline constexpr double3 kSmoothNumbers{1, 0.8, 0.5};
+/// One of its extrema, from its origin; the others are half a wave apart on each axis.
+double3 smoothFieldExtremum(double unit, double wave);
 
 /// In [0, 1], by index and stream.
 inline double draw(std::size_t i, std::uint64_t stream) {
