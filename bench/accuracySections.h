@@ -5,7 +5,7 @@
 
 namespace Stratum::Accuracy {
 
-/// Each prints its tables; false when something that must be exact is not.
+/// Each prints its tables; false when something that must hold does not.
 bool convergence(Format format);
 bool levelChanges(Format format);
 bool generalPath(Format format);
