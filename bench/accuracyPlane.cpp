@@ -10,8 +10,8 @@ namespace {
 
 using Shape = Traits<2, 4, 1>;
 using Cube = RefinedCube<Shape>;
-constexpr double kHeight = 7.3, kReach = 48;
-constexpr int kPixels = 384;
+constexpr double kHeight = 7.3, kReach = 40;
+constexpr int kPixels = 400;
 
 // The tiles with data that the plane z = kHeight cuts.
 void printTiles(const TileTree<Shape>& tree) {

@@ -4,6 +4,7 @@
 #include "KDX/Traits.h"
 #include "volume/CubicStencil.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstring>
@@ -17,7 +18,14 @@ template <int kLower, int W, class V>
 class StencilGather {
 public:
     StencilGather(const std::array<const V*, 8>& tiles, const int3& begin)
-        : tiles_(tiles), begin_(begin) {}
+        : tiles_(tiles), beginX_(begin.x) {
+        for (int i = 0; i < 4; ++i) {
+            const auto at = static_cast<std::size_t>(i);
+            const int upperY = begin.y + i >= W, upperZ = begin.z + i >= W;
+            y_[at] = {2 * upperY, W * (begin.y + i - W * upperY)};
+            z_[at] = {upperZ, W * W * (begin.z + i - W * upperZ)};
+        }
+    }
 
     void into(CubicStencil<V>& stencil) const {
         for (int y = 0; y < 4; ++y)
@@ -35,16 +43,18 @@ public:
 private:
     using Row = typename CubicStencil<V>::Row;
 
-    // Where a row begins in a tile, and which of the four tiles along y and z that is.
+    // What a step along y or z adds to the place of a tile and to that of a value in it.
+    struct Step {
+        int tile, value;
+    };
     struct Source {
         std::size_t tile;
         int row;
     };
     Source source(int y, int z) const {
-        const int j = begin_.y + y, k = begin_.z + z;
-        const int upperY = j >= W, upperZ = k >= W;
-        return {static_cast<std::size_t>(2 * upperY + upperZ),
-                W * (j - W * upperY + W * (k - W * upperZ))};
+        const Step &alongY = y_[static_cast<std::size_t>(y)],
+                   &alongZ = z_[static_cast<std::size_t>(z)];
+        return {static_cast<std::size_t>(alongY.tile + alongZ.tile), alongY.value + alongZ.value};
     }
 
     static void load(const V* values, Row& row) { std::memcpy(&row, values, sizeof(row)); }
@@ -65,7 +75,7 @@ private:
 
     void copyRow(int y, int z, CubicStencil<V>& stencil) const {
         const auto [tile, row] = source(y, z);
-        const V* lower = tiles_[tile] + row + begin_.x;
+        const V* lower = tiles_[tile] + row + beginX_;
         for (int x = 0; x < 4 && x < kLower; ++x)
             stencil.set(x, y, z, lower[x]);
         const V* upper = tiles_[4 + tile] + row;
@@ -74,22 +84,41 @@ private:
     }
 
     const std::array<const V*, 8>& tiles_;
-    int3 begin_;
+    int beginX_;
+    std::array<Step, 4> y_, z_;
 };
+
+// Whole tiles begin at a cache line; where a plane of one is no longer than that, its first value
+// will do.
+template <int W, class V>
+[[gnu::always_inline]] inline void prefetchRows(const V* first, int rows) {
+    constexpr std::ptrdiff_t kLine = 64;
+    if constexpr (W * W * sizeof(V) == kLine) {
+        __builtin_prefetch(first);
+    } else {
+        const auto* bytes = reinterpret_cast<const char*>(first);
+        const std::ptrdiff_t size = rows * W * static_cast<std::ptrdiff_t>(sizeof(V));
+        for (std::ptrdiff_t at = 0; at < size; at += kLine)
+            __builtin_prefetch(bytes + at);
+        if (size > 0)
+            __builtin_prefetch(bytes + size - 1);
+    }
+}
 
 /// Asks for the values that a StencilGather will read. Inlined, because compilers drop calls of
 /// functions that do nothing but prefetch.
 template <int W, class V>
 [[gnu::always_inline]] inline void prefetchStencil(const std::array<const V*, 8>& tiles,
                                                    const int3& begin) {
+    const int rowsBelow = std::min(W - begin.y, 4);
     for (int z = 0; z < 4; ++z) {
         const int k = begin.z + z, upperZ = k >= W;
         const int plane = W * W * (k - W * upperZ);
         const V* const* const tile = &tiles[static_cast<std::size_t>(upperZ)];
-        __builtin_prefetch(tile[0] + plane + W * begin.y);
-        __builtin_prefetch(tile[2] + plane);
-        __builtin_prefetch(tile[4] + plane + W * begin.y);
-        __builtin_prefetch(tile[6] + plane);
+        prefetchRows<W>(tile[0] + plane + W * begin.y, rowsBelow);
+        prefetchRows<W>(tile[4] + plane + W * begin.y, rowsBelow);
+        prefetchRows<W>(tile[2] + plane, 4 - rowsBelow);
+        prefetchRows<W>(tile[6] + plane, 4 - rowsBelow);
     }
 }
 

@@ -72,34 +72,44 @@ private:
     S w0_, w1_, w2_, w3_;
 };
 
+namespace detail {
+
+/// The Hermite cubic y1 + m1 t + (3 d - 2 m1 - m2) t^2 + (m1 + m2 - 2 d) t^3 from y1 at t = 0,
+/// which rises by d until t = 1, with the tangents m1 and m2 there.
+template <class S>
+S hermite(S y1, S d, S m1, S m2, S t) {
+    const S left = d - m1;
+    const S cubic = (m2 - d) - left;
+    return y1 + t * (m1 + t * ((left - cubic) + t * cubic));
+}
+
+} // namespace detail
+
 template <class S>
 class UniformKernel<S, InterpolationMode::kCubicC1> {
 public:
-    explicit UniformKernel(S t) : t_(t), t2_(t * t), t3_(t * t * t) {}
+    explicit UniformKernel(S t) : t_(t) {}
     S operator()(S y0, S y1, S y2, S y3) const {
-        const S m1 = (y2 - y0) * S(0.5), m2 = (y3 - y1) * S(0.5);
-        return y1 + m1 * t_ + (3 * y2 - 3 * y1 - 2 * m1 - m2) * t2_ +
-               (2 * y1 - 2 * y2 + m1 + m2) * t3_;
+        return detail::hermite(y1, y2 - y1, (y2 - y0) * S(0.5), (y3 - y1) * S(0.5), t_);
     }
 
 private:
-    S t_, t2_, t3_;
+    S t_;
 };
 
 template <class S>
 class UniformKernel<S, InterpolationMode::kCubicC1Monotonic> {
 public:
-    explicit UniformKernel(S t) : t_(t), t2_(t * t), t3_(t * t * t) {}
+    explicit UniformKernel(S t) : t_(t) {}
     S operator()(S y0, S y1, S y2, S y3) const {
         const S rise = y2 - y1;
         const S m1 = detail::clampTangent((y2 - y0) * S(0.5), rise);
         const S m2 = detail::clampTangent((y3 - y1) * S(0.5), rise);
-        const S d = rise > 0 || rise < 0 ? rise : S{0};
-        return y1 + m1 * t_ + (3 * d - 2 * m1 - m2) * t2_ + (m1 + m2 - 2 * d) * t3_;
+        return detail::hermite(y1, rise > 0 || rise < 0 ? rise : S{0}, m1, m2, t_);
     }
 
 private:
-    S t_, t2_, t3_;
+    S t_;
 };
 
 /// A kernel on the positions p[0] < p[1] < p[2] < p[3], at x between p[1] and p[2].
