@@ -17,9 +17,10 @@ constexpr std::size_t kAlignment = 64;
 constexpr std::size_t kLargePage = std::size_t{2} << 20, kLargeBlock = 4 * kLargePage;
 
 void* allocateLarge(std::size_t bytes) {
-    void* memory = std::aligned_alloc(kLargePage, bytes);
-    if (memory)
-        ::madvise(memory, bytes, MADV_HUGEPAGE); // a wish: without it the block serves as well
+    void* memory = nullptr;
+    if (::posix_memalign(&memory, kLargePage, bytes) != 0)
+        return nullptr;
+    ::madvise(memory, bytes, MADV_HUGEPAGE); // a wish: without it the block serves as well
     return memory;
 }
 } // namespace
