@@ -127,6 +127,10 @@ public:
         sum.gradient.add(e.gradient);
         sum.borderStep = std::max(sum.borderStep, e.borderStep);
         sum.cellStep = std::max(sum.cellStep, e.cellStep);
+        if (e.ownGradient) {
+            sum.ownGradient = sum.ownGradient.value_or(Norms());
+            sum.ownGradient->add(*e.ownGradient);
+        }
     }
 
 private:
@@ -170,30 +174,38 @@ void measureShape(Results& results) {
             }
 }
 
-template <class Quantity>
-void printWorst(const Results& results, const std::string& title, const Quantity& quantity) {
+using Quantity = std::optional<double> (*)(const BorderErrors&);
+
+void printWorst(const Results& results, const std::string& title, Quantity quantity) {
     Table table{title, {"shape", "field", "method", "1 depth", "2 depths", "3 depths"}, {}};
     for (const Worst& w : results.worst) {
         std::vector<std::string> row{w.shape, w.field, w.method};
         for (const BorderErrors& errors : w.byJump)
-            row.push_back(text(quantity(errors)));
-        table.rows.push_back(row);
+            if (const auto value = quantity(errors))
+                row.push_back(text(*value));
+        if (row.size() == table.columns.size())
+            table.rows.push_back(row);
     }
     print(table, Format::kMarkdown);
 }
 
 void printSummary(const Results& results) {
-    printWorst(results, "Largest error", [](const BorderErrors& e) { return e.value.largest(); });
+    using E = BorderErrors;
+    using Value = std::optional<double>;
+    printWorst(results, "Largest error", [](const E& e) -> Value { return e.value.largest(); });
     printWorst(results, "Root-mean-square error",
-               [](const BorderErrors& e) { return e.value.rms(); });
+               [](const E& e) -> Value { return e.value.rms(); });
     printWorst(results, "Largest step on the border",
-               [](const BorderErrors& e) { return e.borderStep; });
+               [](const E& e) -> Value { return e.borderStep; });
     printWorst(results, "Largest step between cells near the border",
-               [](const BorderErrors& e) { return e.cellStep; });
-    printWorst(results, "Gradient error, root-mean-square",
-               [](const BorderErrors& e) { return e.gradient.rms(); });
-    printWorst(results, "Gradient error, largest",
-               [](const BorderErrors& e) { return e.gradient.largest(); });
+               [](const E& e) -> Value { return e.cellStep; });
+    printWorst(results, "Gradient error, root-mean-square, by central differences",
+               [](const E& e) -> Value { return e.gradient.rms(); });
+    printWorst(results, "Gradient error, largest, by central differences",
+               [](const E& e) -> Value { return e.gradient.largest(); });
+    printWorst(results, "Gradient error, largest, of the sampler's own gradient", [](const E& e) {
+        return e.ownGradient ? Value(e.ownGradient->largest()) : Value();
+    });
 }
 
 bool check(const std::string& what, double largest, double allowed) {

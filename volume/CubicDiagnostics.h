@@ -35,11 +35,17 @@ bool hasNan(const T& value) {
     return nan;
 }
 
+// A vector as diagnostics print it, made into text only when it is printed.
 template <class V>
-std::string vectorText(const V& v) {
-    std::ostringstream text;
-    text << "{" << v.x << ", " << v.y << ", " << v.z << "}";
-    return text.str();
+struct VectorText {
+    const V& v;
+    friend std::ostream& operator<<(std::ostream& out, const VectorText& text) {
+        return out << "{" << text.v.x << ", " << text.v.y << ", " << text.v.z << "}";
+    }
+};
+template <class V>
+VectorText<V> vectorText(const V& v) {
+    return {v};
 }
 
 template <class T>
@@ -64,13 +70,15 @@ void reportNan(const std::string& message, const CubicPlace<Traits, PositionT>& 
     using detail::vectorText;
     std::ostringstream out;
     const int depth = place.index.depth;
+    const WideIndex llc = place.llc();
+    const WideIndex origin =
+        tiles.isFetched() ? tiles.origin() : WideIndex{place.tijk.x, place.tijk.y, place.tijk.z};
     out << "VoxelSamplerCubic.nanInfo '" << message << "'\nDEBUG BEGIN\n"
         << "in_depth = " << depth << "\nin_tijk = " << vectorText(place.tijk)
-        << "\nllc = " << vectorText(place.llc()) << "\nin_lijk = " << vectorText(place.n)
+        << "\nllc = " << vectorText(llc) << "\nin_lijk = " << vectorText(place.n)
         << "\nin_frac = " << vectorText(place.f) << "\nvdw = " << Traits::voxelWidth(depth)
         << "\ntdw = " << Traits::kVoxelsPerAxis << "\ntvw = " << Traits::tileExtent(depth)
-        << "\ndofIsValid = " << place.dofIsValid << "\norigin = "
-        << (tiles.isFetched() ? vectorText(tiles.origin()) : vectorText(place.tijk)) << "\n";
+        << "\ndofIsValid = " << place.dofIsValid << "\norigin = " << vectorText(origin) << "\n";
     for (int i = 0; tiles.isFetched() && i < 8; ++i) {
         const TreeIndex& tile = tiles.tile(i);
         out << "Tile(" << i / 4 << "," << i / 2 % 2 << "," << i % 2 << ") = ";
