@@ -23,11 +23,13 @@ namespace KDX::TileTree3D {
 /// With `jumpPolicy` 1, which is what the operators use, positions whose stencil lies in tiles of
 /// one depth get the tensor product of the mode's kernel, and all others what linear sampling
 /// gives. With any other value the general path interpolates across changes of resolution with
-/// kernels for uneven spacing; it is slower and never clamps.
+/// kernels for uneven spacing; it is slower, and clamps only in tiles of the finest depth where no
+/// depths meet.
 ///
 /// Outside the tree, in a tile without data, in a tile coarser than the channel's minDepth() and at
 /// positions that are no index (NaN, infinite, beyond `int`) the value is the channel's default.
-/// The first NaN that comes out is reported on the standard output, once in the process.
+/// The first NaN that comes out is reported on the standard output, once for each library or
+/// program that the sampler is part of.
 ///
 /// A sampler serves one thread; a copy starts with empty caches. Sampling throws only when memory
 /// runs out.
@@ -45,14 +47,15 @@ public:
     /// The depth limit that stands for no limit, whatever the tree's shape.
     static constexpr int kAnyDepth = 28;
 
-    /// `clampToCellRange` keeps each component within the range of the cell's eight corners, on
-    /// the path of `jumpPolicy` 1 only. `maskChannel`, which may be null, holds flag words; a
-    /// voxel's degree of freedom is valid when its word has a bit of `maskBits`. The general path
-    /// then takes such a voxel's stored value, at its own depth, where it would otherwise descend
-    /// into finer tiles: a coarse voxel marked valid hides the finer values below it, at the cost
-    /// of their accuracy. `tileCacheSize` halo tiles are kept for the path of `jumpPolicy` 1; with
-    /// them it interpolates across changes of resolution in the halo tile's values and never falls
-    /// back to linear sampling. 0 keeps none.
+    /// `clampToCellRange` keeps each component within the range of the cell's eight corners.
+    ///
+    /// `maskChannel`, which may be null, holds flag words; a voxel's degree of freedom is valid
+    /// when its word has a bit of `maskBits`. The general path then takes such a voxel's stored
+    /// value, at its own depth, where it would otherwise descend into finer tiles: a coarse voxel
+    /// marked valid hides the finer values below it, at the cost of their accuracy.
+    ///
+    /// `tileCacheSize` halo tiles are kept for the path of `jumpPolicy` 1, which then interpolates
+    /// in them also across changes of resolution; 0 keeps none.
     ///
     /// Throws std::invalid_argument when the parts do not belong to one tree.
     VoxelSamplerCubic(const Container<Traits>& container, const VoxelTopology<Traits>& topology,
