@@ -87,6 +87,41 @@ TEST(CubicSampler, OddArgumentsGiveTheDefaultOrTheNearestPlace) {
                  std::invalid_argument);
 }
 
+// Beside a border, where a search finds an ancestor that holds no data but covers everything.
+TEST(CubicSampler, AtABorderOnlyTheVoxelsBeyondAreDefaults) {
+    const double beyond = -8;
+    Volume volume(uniformTree<Shape>(7), field, beyond);
+    const auto at = [](double x, double y) { return field({x, y, 0}, 28); };
+    const std::array<double, 4> nodes{-1, 0, 1, 2};
+    for (const unsigned policy : {0U, 1U}) {
+        auto sampler = volume.cubic({.clamp = false, .jumpPolicy = policy});
+        std::array<double, 4> rows;
+        for (std::size_t i = 0; i < 4; ++i) {
+            const double y = nodes[i] + 3;
+            const std::array<double, 4> row{beyond, at(-20, y), at(-19, y), at(-18, y)};
+            rows[i] = interpolateSlowly(InterpolationMode::kCubicC1, nodes, row, 0.5);
+        }
+        EXPECT_NEAR(sampler.sample({-19.5, 3, 0}, kIndex), rows[1], 1e-9);
+        EXPECT_NEAR(sampler.sample({-19.5, 3.25, 0}, kIndex),
+                    interpolateSlowly(InterpolationMode::kCubicC1, nodes, rows, 0.25), 1e-9);
+    }
+}
+
+// On a voxel's plane and one number beside it, where depths meet.
+TEST(CubicSampler, TheGeneralPathDoesNotStepWhereAFractionReachesZero) {
+    const auto tree =
+        build<Shape>({.seed = 5, .hole = 0, .interiorData = 0.3, .type = VoxelOffsetType::kCorner});
+    Volume volume(
+        tree, [](const double3& p, int) { return p.x * p.x - p.y * p.z; }, 0);
+    auto sampler = volume.cubic({.mode = InterpolationMode::kCubicC0, .jumpPolicy = 0});
+    for (std::uint64_t i = 0; i < 300; ++i) {
+        double3 p = randomPosition(i, 30);
+        p.y = std::round(p.y);
+        const double3 above{p.x, std::nextafter(p.y, 100), p.z};
+        EXPECT_NEAR(sampler.sample(p, kIndex), sampler.sample(above, kIndex), 1e-8);
+    }
+}
+
 TEST(CubicSampler, CopiesStartEmptyAndStandOnTheirOwn) {
     const auto tree = build<Shape>({.seed = 8});
     Volume volume(tree, noise(1), -70), other(tree, noise(2), -71);

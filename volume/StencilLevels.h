@@ -86,8 +86,10 @@ private:
     // lower voxel).
     TreeIndex getTile(const Index& g) {
         const WideIndex ijk{llc_[0] + g[0], llc_[1] + g[1], llc_[2] + g[2]};
+        // A coarser tile of the block also holds places for which there is a finer one.
         for (int i = 0; i < 8; ++i)
-            if (const TreeIndex& tile = tiles_.tile(i); tile.isValid() && holds(tile, ijk)) {
+            if (const TreeIndex& tile = tiles_.tile(i);
+                tile.depth == place_.index.depth && holds(tile, ijk)) {
                 trace("io_foundInCache = ", true);
                 return tile;
             }

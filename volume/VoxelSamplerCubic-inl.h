@@ -255,9 +255,11 @@ V VoxelSamplerCubic<Tr, V, S, P, A, B>::sampleGeneral(Ahead& ahead, int deepest,
                                     tileAccessor);
     const int first = axes.has[0] ? 0 : axes.has[1] ? 1 : 2;
     const int last = axes.has[2] ? 2 : axes.has[1] ? 1 : 0;
-    const V value = nzc == 1   ? path.along(first)
-                    : nzc == 2 ? path.along(first, last)
-                               : path.alongAll();
+    // At a jump all axes count, also those without a fraction: values of other depths are linear
+    // across a row, and would step where a fraction reaches 0.
+    const V value = nzc == 3 || stencilTiles.atResolutionJump() ? path.alongAll()
+                    : nzc == 1                                  ? path.along(first)
+                                                                : path.along(first, last);
     return path.hasCollapsed() ? linear(ahead) : value;
 }
 

@@ -27,8 +27,8 @@ int main() {
     // As the operators have it: clamped, and linear where the stencil meets other depths.
     Cubic asOperators(container, topology, *field, InterpolationMode::kCubicC0, true, 1, nullptr, 0,
                       0);
-    std::printf("%g %g\n", asOperators.sample({-9, 3, 3}, kWorld),  // -729, exact
-                asOperators.sample({15.5, 4, 4}, kWorld));          // 3735.5, linear
+    std::printf("%g %g\n", asOperators.sample({-9, 3, 3}, kWorld), // -729, exact
+                asOperators.sample({15.5, 4, 4}, kWorld));         // 3735.5, linear
 
     // The general path goes on across the change of depth.
     Cubic general(container, topology, *field, InterpolationMode::kCubicC0, false, 0, nullptr, 0,
@@ -44,7 +44,8 @@ int main() {
     std::printf("%g\n", masked.sample({7, 4, 4}, kWorld)); // 343, from coarse voxels alone
 
     // Many positions at once, and up to 100 halo tiles kept for positions that come back.
-    Cubic cached(container, topology, *field, InterpolationMode::kCubicC1, true, 1, nullptr, 0, 100);
+    Cubic cached(container, topology, *field, InterpolationMode::kCubicC1, true, 1, nullptr, 0,
+                 100);
     const Cubic::PositionType positions[] = {{-9, 3, 3}, {-8.5, 3, 3}};
     double values[2];
     cached.sample(positions, 2, Cubic::kAnyDepth, kWorld, values);
