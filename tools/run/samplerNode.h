@@ -26,7 +26,7 @@ ArrayPtr<PositionT> readPositions(const Json& json, const Inputs& inputs) {
 /// The tree and channel that a sampler node names; fails when the object does not have them.
 template <class Traits, class T>
 VolumeParts<Traits, T> volumeParts(const Json& property, const KDX::Object& volume) {
-    const auto parts = findVolumeParts<Traits, T>(volume, property.text());
+    auto parts = findVolumeParts<Traits, T>(volume, property.text());
     if (!parts)
         property.fail("the object has no tree of this shape with a channel '" + property.text() +
                       "' of " + elementTypeName<T>());
