@@ -44,8 +44,9 @@ class VdbCompleteness : private openvdb::io::Archive {
 public:
     /// Throws std::runtime_error when a grid ends beyond the file.
     static void check(std::ifstream& file, std::uintmax_t fileSize) {
-        file.exceptions(std::ios::failbit | std::ios::badbit | std::ios::eofbit);
         try {
+            // Throws at once for a file that has already ended.
+            file.exceptions(std::ios::failbit | std::ios::badbit | std::ios::eofbit);
             VdbCompleteness().walk(file, static_cast<std::int64_t>(fileSize));
         } catch (const std::ios_base::failure&) {
             throw std::runtime_error("it is cut short or damaged");

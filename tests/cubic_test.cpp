@@ -81,6 +81,13 @@ TEST(CubicSampler, OddArgumentsGiveTheDefaultOrTheNearestPlace) {
             EXPECT_EQ(sampler.sample({bad, 1, 1}, kIndex), -8);
         EXPECT_EQ(sampler.sample({1, 1, 1}, -1, kIndex), -8);
     }
+    // Samples on voxel corners have no cell that begins below the tile.
+    Volume corners(build<Shape>({.seed = 3, .type = VoxelOffsetType::kCorner}), noise(2), -8);
+    for (const unsigned policy : {0U, 1U})
+        for (std::int64_t tile = 0; tile < 40; ++tile)
+            EXPECT_EQ(corners.cubic({.jumpPolicy = policy})
+                          .sample({tile, 27}, {-1, 0, 0}, {0, 0, 0}, 28, false),
+                      -8);
     Volume other(uniformTree<Shape>(0), field, -8);
     EXPECT_THROW((Volume::Cubic(volume.container, volume.topology, *other.channel,
                                 InterpolationMode::kCubicC1, true, 1, nullptr, 0, 0)),
@@ -104,6 +111,21 @@ TEST(CubicSampler, AtABorderOnlyTheVoxelsBeyondAreDefaults) {
         EXPECT_NEAR(sampler.sample({-19.5, 3, 0}, kIndex), rows[1], 1e-9);
         EXPECT_NEAR(sampler.sample({-19.5, 3.25, 0}, kIndex),
                     interpolateSlowly(InterpolationMode::kCubicC1, nodes, rows, 0.25), 1e-9);
+    }
+}
+
+// Positions of stencil points that a float cannot tell apart.
+TEST(CubicSampler, DepthsFarApartGiveNoNan) {
+    TreeBuilder<Shape> builder;
+    builder.addBox(3, {{-1, 0, 0}, {-1, 0, 0}});
+    builder.addBox(28, {{0, 0, 0}, {3, 3, 3}});
+    CubicVolume<Row<Shape, float>> coarse(
+        builder.build(1, VoxelOffsetType::kCorner),
+        [](const double3& p, int) { return p.x > -1 ? 1.0 : 2.0; }, 0);
+    for (const auto mode : kAllModes) {
+        auto sampler = coarse.cubic({.mode = mode, .jumpPolicy = 0});
+        for (const float x : {-1e8F, -1e3F, -1.5F, 0.25F, 0.5F, 1.5F, 3.5F})
+            EXPECT_TRUE(std::isfinite(sampler.sample({x, 1.25F, 2.5F}, kIndex))) << x;
     }
 }
 

@@ -44,6 +44,13 @@ void printTimers() {
                      static_cast<unsigned long long>(entry.calls), entry.name.c_str());
 }
 
+// CLI11's own ranges let NaN through.
+std::string isTolerance(const std::string& text) {
+    double tolerance = 0;
+    const bool is = CLI::detail::lexical_cast(text, tolerance) && tolerance >= 0;
+    return is ? "" : "a number of at least 0 is wanted, not " + text;
+}
+
 } // namespace
 
 void addRunOptions(CLI::App& command, CommonOptions& options) {
@@ -73,7 +80,7 @@ void addVolumeOptions(CLI::App& command, CommonOptions& options) {
         .add_option("--tolerance", options.tolerance,
                     "widen voxels where that changes no linear sample by more than this, in any "
                     "channel; not by default")
-        ->check(CLI::NonNegativeNumber);
+        ->check(isTolerance, "at least 0");
     addRunOptions(command, options);
 }
 

@@ -49,8 +49,9 @@ public:
         }
     }
 
-    /// The value along one, two or three axes. hasCollapsed() is true where a tree with gaps in its
-    /// data gives two stencil points one position: the value then means nothing.
+    /// The value along one, two or three axes. hasCollapsed() is true where two stencil points
+    /// have one position, because the tree's data has gaps or the depths lie too far apart for the
+    /// scalar type: the value then means nothing.
     T along(int axis) { return getValue1D(axis, line_).value; }
     T along(int first, int second) { return getValue2D(first, second, line_).value; }
     T alongAll() {
@@ -135,7 +136,7 @@ private:
         for (const Point& point : stencil.points)
             stencil.atResolutionJump |= point.isJump();
         for (std::size_t i = 0; i < 3; ++i)
-            collapsed_ |= stencil.points[i].twicePosition >= stencil.points[i + 1].twicePosition;
+            collapsed_ |= !(positionOf(stencil.points[i]) < positionOf(stencil.points[i + 1]));
         for (const Point& point : stencil.points)
             trace("io_tsPos = ", positionOf(point), ", io_tsInc = ", point.width);
         return stencil;

@@ -67,18 +67,14 @@ public:
             trace("case: tile.depth() < depth");
             return {1, found, tijk, values};
         }
-        const int3 ijk{static_cast<int>(llc_[0] + g[0]), static_cast<int>(llc_[1] + g[1]),
-                       static_cast<int>(llc_[2] + g[2])};
-        const int width = Traits::voxelWidth(depth);
-        const int3 lijk{(ijk.x - tijk.x) / width, (ijk.y - tijk.y) / width,
-                        (ijk.z - tijk.z) / width};
+        const int3 lijk = voxelIn(g, tijk, Traits::tileExtent(depth), Traits::voxelWidth(depth));
         trace("lijk = ", detail::vectorText(lijk));
         const Level own{values ? 3 : 2, found, tijk, values};
         if (values && source_.maskChannel && readDof(found, lijk)) {
             trace("case: dof is valid, branch 1");
             return own;
         }
-        return finerLevel(own, ijk);
+        return finerLevel(own, g);
     }
 
 private:
@@ -112,19 +108,30 @@ private:
         return place_.dofIsValid;
     }
 
+    // Which piece of the given width a place lies in, counted from where the tile, or the part of
+    // it of the given extent that holds the place, begins. In 64 bits: the last tile may end beyond
+    // int.
+    int3 voxelIn(const Index& g, const int3& tijk, std::int64_t extent, std::int64_t width) const {
+        const auto along = [&](std::size_t axis, int origin) {
+            return static_cast<int>((llc_[axis] + g[axis] - origin) % extent / width);
+        };
+        return {along(0, tijk.x), along(1, tijk.y), along(2, tijk.z)};
+    }
+
     // The deepest tile with data below a tile of the cell's depth, or that tile itself.
-    Level finerLevel(const Level& own, const int3& ijk) {
+    Level finerLevel(const Level& own, const Index& g) {
         Level best = own;
         const auto* tile = &source_.container.tile(own.index);
         for (;;) {
-            const int3 tlijk = tile->childIJK(ijk);
+            const int cell = tile->tileVoxelWidth() / Traits::kChildrenPerAxis;
+            const int3 tlijk = voxelIn(g, tile->tijk(), tile->tileVoxelWidth(), cell);
             const bool isLeaf = tile->isLeaf(tlijk);
             trace("tlijk = ", detail::vectorText(tlijk), isLeaf ? ", isLeaf = true" : "");
             if (isLeaf || tile->depth() >= deepest_)
                 break;
             trace("case: neighbor refined");
             const TreeIndex child = tile->childTreeIndex(tlijk);
-            const int3 voxel = tile->childDataIJK(ijk);
+            const int3 voxel = voxelIn(g, tile->tijk(), cell, tile->childVoxelDataWidth());
             tile = &source_.container.tile(child);
             const T* values = source_.channel.tileData(child).data();
             if (!values)

@@ -20,9 +20,12 @@ S toFraction(S f) {
     return f < 1 ? f : std::nextafter(S{1}, S{0});
 }
 
-inline bool isCell(const int3& n, int width) {
-    const auto inside = [width](int i) { return i >= -1 && i < width; };
-    return inside(n.x) && inside(n.y) && inside(n.z);
+// Whether a cell begins at n: at -1 only on axes whose samples lie in the middle of their voxels.
+inline bool isCell(const int3& n, int width, VoxelOffsetType type) {
+    const auto inside = [&](int i, int bit) {
+        return i >= (static_cast<int>(type) & bit ? 0 : -1) && i < width;
+    };
+    return inside(n.x, 1) && inside(n.y, 2) && inside(n.z, 4);
 }
 
 } // namespace detail
@@ -116,7 +119,7 @@ bool VoxelSamplerCubic<Tr, V, S, P, A, B>::open(const TreeIndex& index, const in
                                                 Ahead& ahead) const {
     ahead.state = State::kDefault;
     ahead.own = index.depth >= minDepth ? channel->tileData(index).data() : nullptr;
-    if (!ahead.own || !detail::isCell(n, W))
+    if (!ahead.own || !detail::isCell(n, W, this->offsetType))
         return false;
     ahead.state = State::kLastCell;
     // The tile that was located last, as a rule; then the tree's own record is left alone.
@@ -255,11 +258,12 @@ V VoxelSamplerCubic<Tr, V, S, P, A, B>::sampleGeneral(Ahead& ahead, int deepest,
                                     tileAccessor);
     const int first = axes.has[0] ? 0 : axes.has[1] ? 1 : 2;
     const int last = axes.has[2] ? 2 : axes.has[1] ? 1 : 0;
-    // At a jump all axes count, also those without a fraction: values of other depths are linear
-    // across a row, and would step where a fraction reaches 0.
-    const V value = nzc == 3 || stencilTiles.atResolutionJump() ? path.alongAll()
-                    : nzc == 1                                  ? path.along(first)
-                                                                : path.along(first, last);
+    // Where other depths may come in all axes count, also those without a fraction: their values
+    // are linear across a row, and would step where a fraction reaches 0.
+    const bool oneDepth = !stencilTiles.atResolutionJump() && place.index.depth == deepest;
+    const V value = nzc == 3 || !oneDepth ? path.alongAll()
+                    : nzc == 1            ? path.along(first)
+                                          : path.along(first, last);
     return path.hasCollapsed() ? linear(ahead) : value;
 }
 
