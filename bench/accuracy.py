@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Measures how accurate the samplers are: draws the pictures of docs/accuracy.md and renews its tables.
+"""Measures how accurate the samplers are: draws the pictures of docs/accuracy.md, and renews
+its tables and that of the general path in docs/performance.md.
 
 Usage: accuracy.py ACCURACY_BINARY [DOCS_FOLDER]
 
@@ -20,7 +21,7 @@ except ImportError as error:
     sys.exit(f"accuracy.py: {sys.executable} has no module '{error.name}'; "
              "install python3-matplotlib and run with Debian's /usr/bin/python3")
 
-SECTIONS = ("convergence", "levels", "general", "band")
+SECTIONS = {"accuracy.md": ["convergence", "levels", "band"], "performance.md": ["general"]}
 COLOURS = {"kLinear": "tab:grey", "kCubicC0": "tab:blue", "kCubicC1": "tab:orange",
            "kQuadraticC0Averaged": "tab:green", "kCubicC1Monotonic": "tab:red"}
 
@@ -32,10 +33,10 @@ def run(binary, *arguments):
     return result
 
 
-def renew_tables(binary, document):
+def renew_tables(binary, document, sections):
     """Puts each section's tables between the markers of its name; true when all that must hold does."""
     text, holds = document.read_text(), True
-    for section in SECTIONS:
+    for section in sections:
         result = run(binary, section)
         holds &= result.returncode == 0
         notes = "".join(f"    {line}\n" for line in result.stderr.splitlines())
@@ -133,7 +134,9 @@ def main():
     (docs / "images").mkdir(exist_ok=True)
     draw_convergence(sys.argv[1], docs / "images" / "convergence.png")
     draw_plane(sys.argv[1], docs / "images" / "level-change-error.png")
-    if not renew_tables(sys.argv[1], docs / "accuracy.md"):
+    holds = [renew_tables(sys.argv[1], docs / document, sections)
+             for document, sections in SECTIONS.items()]
+    if not all(holds):
         sys.exit("accuracy.py: something that must hold does not; see the tables")
 
 

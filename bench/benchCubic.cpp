@@ -30,7 +30,7 @@ const auto& channelOf(Content content) {
         });
         channel = values.finish();
     }
-    return *channel;
+    return channel;
 }
 
 template <class Traits, class T>
@@ -40,13 +40,16 @@ void cubicLoop(benchmark::State& state, InterpolationMode mode, Content content,
                                     static_cast<std::size_t>(threads));
     const auto& volume = benchVolume<Traits>(content);
     const auto& positions = benchPositions(content, access);
-    const CubicSampler<Traits, T> sampler(*volume.container, *volume.topology,
-                                          channelOf<Traits, T>(content), mode, true, 1, nullptr, 0,
-                                          0);
+    const VolumeParts<Traits, T> parts{volume.container, volume.topology,
+                                       channelOf<Traits, T>(content)};
+    const CubicSampler<Traits, T> sampler(*parts.container, *parts.topology, *parts.channel, mode,
+                                          true, 1, nullptr, 0, 0);
     Ostrum::Array<T> results(positions.size());
-    for (auto _ : state)
+    for (auto _ : state) {
+        const auto order = visitOrder(parts, positions);
         parallelFor(positions.size(), 1,
-                    CubicLoopBody<CubicSampler<Traits, T>, T>{sampler, positions, results});
+                    CubicLoopBody<CubicSampler<Traits, T>, T>{sampler, positions, results, order});
+    }
     state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * kPositions));
 }
 
@@ -77,6 +80,11 @@ const bool registered = [] {
     add<Two, double>("2-4", "double", Content::kBand);
     add<Two, float3>("2-4", "float3", Content::kBand);
     add<Two, float4x4>("2-4", "float4x4", Content::kBand);
+    add<Two, double3>("2-4", "double3", Content::kBand);
+    add<Two, float2>("2-4", "float2", Content::kBand);
+    add<Two, float4>("2-4", "float4", Content::kBand);
+    add<Two, float3x3>("2-4", "float3x3", Content::kBand);
+    add<Two, float4x2>("2-4", "float4x2", Content::kBand);
     return true;
 }();
 

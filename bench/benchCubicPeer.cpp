@@ -1,15 +1,10 @@
 // The peer of the cubic samplers: NanoVDB's tricubic sampler on the same values and positions.
-#include "benchVolumes.h"
-
 #include "common/parallel.h"
-#include "ops/sample_volume.h"
+#include "peerLoop.h"
 
-#include <benchmark/benchmark.h>
 #include <nanovdb/util/GridBuilder.h>
 #include <nanovdb/util/SampleFromVoxels.h>
-#include <oneapi/tbb/global_control.h>
 
-#include <cmath>
 #include <vector>
 
 namespace Stratum::Bench {
@@ -43,29 +38,10 @@ void samplePeer(const nanovdb::FloatGrid& grid,
 
 // Both interpolate a smooth field with four points an axis: they differ by what their polynomials
 // differ, far less than by a voxel.
-bool agreesWithOurs(Content content, Access access, const std::vector<float>& peer) {
-    Ostrum::Ptr<Ostrum::Array<float>> ours;
-    Geometry::Query::sample_volume(benchVolume<KDX::TileTree3D::Traits<2, 4, 1>>(content).object,
-                                   benchPositions(content, access), 0.0F, kChannel,
-                                   Geometry::Query::SamplerType::kCubicC1, ours);
-    for (std::size_t i = 0; i < peer.size(); ++i)
-        if (!(std::abs(peer[i] - (*ours)[i]) < 0.01F))
-            return false;
-    return true;
-}
-
 void peerLoop(benchmark::State& state, Content content, Access access, int threads) {
-    const tbb::global_control limit(tbb::global_control::max_allowed_parallelism,
-                                    static_cast<std::size_t>(threads));
     const auto& grid = peerGrid();
-    const auto& positions = benchPositions(content, access);
-    std::vector<float> results(positions.size());
-    samplePeer(grid, positions, results);
-    if (!agreesWithOurs(content, access, results))
-        return state.SkipWithError("the libraries disagree");
-    for (auto _ : state)
-        samplePeer(grid, positions, results);
-    state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * kPositions));
+    timePeer(state, content, access, threads, Geometry::Query::SamplerType::kCubicC1, 0.01F,
+             [&](const auto& positions, auto& results) { samplePeer(grid, positions, results); });
 }
 
 // On the dense volume only: the band ends where a stencil still reads, and both libraries end it

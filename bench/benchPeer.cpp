@@ -1,15 +1,10 @@
 // The peer: OpenVDB's trilinear BoxSampler on the same values and positions.
-#include "benchVolumes.h"
-
 #include "common/parallel.h"
-#include "ops/sample_volume.h"
+#include "peerLoop.h"
 
-#include <benchmark/benchmark.h>
-#include <oneapi/tbb/global_control.h>
 #include <openvdb/openvdb.h>
 #include <openvdb/tools/Interpolation.h>
 
-#include <cmath>
 #include <map>
 
 namespace Stratum::Bench {
@@ -44,30 +39,11 @@ void samplePeer(const openvdb::FloatGrid& grid,
     });
 }
 
-// Whether both libraries give the same values, to the rounding of a few float operations.
-bool agreesWithOurs(Content content, Access access, const std::vector<float>& peer) {
-    Ostrum::Ptr<Ostrum::Array<float>> ours;
-    Geometry::Query::sample_volume(benchVolume<KDX::TileTree3D::Traits<2, 4, 1>>(content).object,
-                                   benchPositions(content, access), 0.0F, kChannel,
-                                   Geometry::Query::SamplerType::kLinear, ours);
-    for (std::size_t i = 0; i < peer.size(); ++i)
-        if (!(std::abs(peer[i] - (*ours)[i]) < 1e-4F))
-            return false;
-    return true;
-}
-
+// To the rounding of a few float operations.
 void peerLoop(benchmark::State& state, Content content, Access access, int threads) {
-    const tbb::global_control limit(tbb::global_control::max_allowed_parallelism,
-                                    static_cast<std::size_t>(threads));
     const auto& grid = peerGrid(content);
-    const auto& positions = benchPositions(content, access);
-    std::vector<float> results(positions.size());
-    samplePeer(grid, positions, results);
-    if (!agreesWithOurs(content, access, results))
-        return state.SkipWithError("the libraries disagree");
-    for (auto _ : state)
-        samplePeer(grid, positions, results);
-    state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * kPositions));
+    timePeer(state, content, access, threads, Geometry::Query::SamplerType::kLinear, 1e-4F,
+             [&](const auto& positions, auto& results) { samplePeer(grid, positions, results); });
 }
 
 const bool registered = [] {

@@ -51,15 +51,19 @@ template <class Traits, class Sampler>
 void loopAlone(benchmark::State& state, const Sampler& sampler, Content content, Access access,
                int threads) {
     const Threads limit(threads);
+    const auto& volume = benchVolume<Traits>(content);
+    const VolumeParts<Traits, float> parts{volume.container, volume.topology, volume.channel};
     const auto& positions = benchPositions(content, access);
     Ostrum::Array<float> results(positions.size());
     const auto evaluate = [](auto& linear, const float3& p) {
         return linear.sample(p, Traits::kFinestDepth, kWorld);
     };
-    for (auto _ : state)
+    for (auto _ : state) {
+        const auto order = visitOrder(parts, positions);
         parallelFor(positions.size(), 1,
                     SampleLoopBody<Sampler, float, decltype(evaluate)>{sampler, positions, results,
-                                                                       evaluate});
+                                                                       order, evaluate});
+    }
     countSamples(state);
 }
 

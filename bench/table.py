@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Runs the benchmarks and prints medians and ratios as Markdown tables.
 
-Usage: table.py BENCHMARK_BINARY [REPETITIONS]
+Usage: table.py BENCHMARK_BINARY [REPETITIONS [sampling|locations]]
 
 All figures of a row come from one process and one run; a ratio is the peer's median over ours, so
 that more is better for us.
@@ -13,9 +13,10 @@ import sys
 POSITIONS = 1_000_000
 
 
-def medians(binary, repetitions):
+def medians(binary, repetitions, part):
+    chosen = {"sampling": "-^locations/", "locations": "^locations/"}.get(part, ".")
     output = subprocess.run(
-        [binary, f"--benchmark_repetitions={repetitions}", "--benchmark_min_time=0.05",
+        [binary, f"--benchmark_filter={chosen}", f"--benchmark_repetitions={repetitions}", "--benchmark_min_time=0.05",
          "--benchmark_report_aggregates_only=true", "--benchmark_enable_random_interleaving=true",
          "--benchmark_format=json"],
         check=True, capture_output=True, text=True).stdout
@@ -59,7 +60,10 @@ def cubic_table(runs):
     print("|---" * 11 + "|")
     for shape, kind, content in (("2-4", "float", "dense"), ("5-5", "float", "dense"),
                                  ("2-4", "float", "band"), ("2-4", "double", "band"),
-                                 ("2-4", "float3", "band"), ("2-4", "float4x4", "band")):
+                                 ("2-4", "double3", "band"), ("2-4", "float2", "band"),
+                                 ("2-4", "float3", "band"), ("2-4", "float4", "band"),
+                                 ("2-4", "float3x3", "band"), ("2-4", "float4x2", "band"),
+                                 ("2-4", "float4x4", "band")):
         for access in ("random", "coherent"):
             for threads in (1, 2):
                 end = f"{access}/{content}/threads/{threads}"
@@ -83,8 +87,18 @@ def plain_table(runs, prefix, unit):
             print(f"| {name.removeprefix(prefix + '/')} | {run['real_time']:.1f} |")
 
 
+def locations_table(runs):
+    print("\n| scattered | nanoseconds a location |")
+    print("|---|---|")
+    for name, run in runs.items():
+        print(f"| {name.removeprefix('locations/')} | {1e9 / run['items_per_second']:.1f} |")
+
+
 def main():
-    runs = medians(sys.argv[1], sys.argv[2] if len(sys.argv) > 2 else "5")
+    part = sys.argv[3] if len(sys.argv) > 3 else "sampling"
+    runs = medians(sys.argv[1], sys.argv[2] if len(sys.argv) > 2 else "5", part)
+    if part == "locations":
+        return locations_table(runs)
     print("Nanoseconds a sample; in brackets the peer's time over ours.\n")
     sampling_table(runs)
     cubic_table(runs)

@@ -3,7 +3,7 @@
 include(CMakePackageConfigHelpers)
 
 set(headers ${CMAKE_INSTALL_INCLUDEDIR}/stratum)
-foreach(folder common volume ops)
+foreach(folder common volume locations ops)
   install(DIRECTORY ${folder} DESTINATION ${headers} FILES_MATCHING PATTERN "*.h" PATTERN "*.def")
 endforeach()
 install(DIRECTORY host/ DESTINATION ${headers}/host FILES_MATCHING PATTERN "*.h")

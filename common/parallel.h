@@ -4,6 +4,9 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
+#include <numeric>
+#include <span>
 
 #if defined(__SANITIZE_THREAD__)
 #define STRATUM_PLAIN_THREADS 1
@@ -23,6 +26,7 @@
 #else
 #include <oneapi/tbb/blocked_range.h>
 #include <oneapi/tbb/parallel_for.h>
+#include <oneapi/tbb/parallel_reduce.h>
 #include <oneapi/tbb/parallel_sort.h>
 #endif
 
@@ -80,6 +84,16 @@ void parallelSort(Iterator first, Iterator last, const Less& less) {
     std::sort(first, last, less);
 }
 
+template <class T>
+T parallelSum(std::span<const T> values, std::size_t grain) {
+    if (values.size() > grain) {
+        const std::size_t middle = values.size() / 2;
+        return parallelSum(values.first(middle), grain) +
+               parallelSum(values.subspan(middle), grain);
+    }
+    return std::accumulate(values.begin(), values.end(), T{});
+}
+
 #else
 
 namespace detail {
@@ -120,6 +134,19 @@ void parallelForIsolated(std::size_t count, std::size_t grain, const Body& body)
     tbb::task_group_context isolated(tbb::task_group_context::isolated);
     tbb::parallel_for(tbb::blocked_range<std::size_t>(0, count, grain),
                       detail::RangeAdapter<Body>{body}, isolated);
+}
+
+/// The sum, added up in an order that does not depend on the number of threads: runs of at most
+/// `grain` values, each from the left, then these two by two as the range was halved.
+template <class T>
+T parallelSum(std::span<const T> values, std::size_t grain) {
+    return tbb::parallel_deterministic_reduce(
+        tbb::blocked_range<std::size_t>(0, values.size(), grain), T{},
+        [&](const tbb::blocked_range<std::size_t>& range, T sum) {
+            return std::accumulate(values.begin() + range.begin(), values.begin() + range.end(),
+                                   sum);
+        },
+        std::plus<T>(), tbb::simple_partitioner());
 }
 
 /// Sorts by `less`, whatever becomes of the caller's task group; the order of equal elements is not

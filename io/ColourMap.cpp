@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <numbers>
 
 namespace Stratum::io {
 
@@ -71,17 +72,18 @@ Colour colourOf(ColourMap map, double t) {
     return map == ColourMap::kSequential ? sequential(t) : diverging(t);
 }
 
-// M. Okabe and K. Ito, "Color Universal Design" (2008).
-Colour categoryColour(int category) {
-    static constexpr std::array<Colour, 6> kColours{{
-        {0.00, 0.45, 0.70},
-        {0.90, 0.60, 0.00},
-        {0.00, 0.62, 0.45},
-        {0.80, 0.47, 0.65},
-        {0.84, 0.37, 0.00},
-        {0.94, 0.89, 0.26},
-    }};
-    return kColours[static_cast<std::size_t>(((category % 6) + 6) % 6)];
+// Lightness goes with the value whatever the hue, so that values can be compared across categories;
+// saturation is largest in the middle, where most of it can be shown.
+Colour tintedColour(std::optional<int> category, double t) {
+    if (std::isnan(t))
+        return {0.5, 0.5, 0.5};
+    t = std::clamp(t, 0.0, 1.0);
+    const double lightness = 15 + 78 * t, chroma = category ? 22 + 30 * 4 * t * (1 - t) : 0;
+    // Hues in CIELAB, in degrees; neighbours lie far apart.
+    static constexpr std::array<double, 6> kHues{280, 65, 150, 335, 215, 100};
+    const double hue = kHues[static_cast<std::size_t>(((category.value_or(0) % 6) + 6) % 6)] *
+                       (std::numbers::pi / 180);
+    return fromLab(lightness, chroma * std::cos(hue), chroma * std::sin(hue));
 }
 
 } // namespace Stratum::io

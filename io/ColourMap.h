@@ -1,6 +1,8 @@
 // Colours for values.
 #pragma once
 
+#include <optional>
+
 namespace Stratum::io {
 
 /// Components from 0 to 1, sRGB.
@@ -16,7 +18,8 @@ enum class ColourMap {
 /// The colour for t from 0 to 1; values outside count as the nearer end, NaN is grey.
 Colour colourOf(ColourMap map, double t);
 
-/// A colour that tells small integers apart, for outlines and tints.
-Colour categoryColour(int category);
+/// The colour for t from 0 (dark) to 1 (bright) in a hue that tells small integers apart, or in
+/// grey without a category; NaN is grey.
+Colour tintedColour(std::optional<int> category, double t);
 
 } // namespace Stratum::io

@@ -14,20 +14,48 @@ namespace Stratum::io {
 
 namespace {
 
+namespace fs = std::filesystem;
+
 constexpr std::size_t kBufferSize = std::size_t{1} << 16;
+
+// Where symbolic links lead to, also when nothing is there yet, so that a link is written through
+// instead of replaced.
+std::string followed(fs::path path) {
+    constexpr int kMostLinks = 40; // as many as the system follows
+    std::error_code error;
+    for (int i = 0; fs::is_symlink(fs::symlink_status(path, error)); ++i) {
+        if (i == kMostLinks)
+            throw std::system_error(ELOOP, std::generic_category(),
+                                    "cannot write '" + path.string() + "'");
+        path = path.parent_path() / fs::read_symlink(path);
+    }
+    return path.string();
+}
+
+// A name beside a file, as a template for mkostemp(). Long names are cut, since the system allows
+// 255 bytes, and not within a UTF-8 sequence, which some file systems refuse.
+std::string temporaryNameFor(const std::string& file) {
+    constexpr std::size_t kLongest = 200;
+    const fs::path path(file);
+    std::string name = path.filename().string();
+    if (name.size() > kLongest) {
+        std::size_t end = kLongest;
+        while (end > 0 && (static_cast<unsigned char>(name[end]) & 0xC0U) == 0x80)
+            --end;
+        name.resize(end);
+    }
+    return (path.parent_path() / (name + ".XXXXXX")).string();
+}
 
 } // namespace
 
 OutputFile::OutputFile(const std::string& path) : name_(path), target_(path) {
     std::error_code ignored;
-    const auto status = std::filesystem::status(path, ignored);
-    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+    const auto status = fs::status(path, ignored);
+    if (fs::exists(status) && !fs::is_regular_file(status)) {
         descriptor_ = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
     } else {
-        // Writes through a symbolic link instead of replacing it.
-        const auto resolved = std::filesystem::weakly_canonical(path, ignored);
-        if (!ignored)
-            target_ = resolved.string();
+        target_ = followed(path);
         openTemporary();
     }
     if (descriptor_ < 0)
@@ -45,15 +73,18 @@ OutputFile::~OutputFile() {
 }
 
 void OutputFile::openTemporary() {
-    std::string name = target_ + ".XXXXXX";
+    std::string name = temporaryNameFor(target_);
     descriptor_ = ::mkostemp(name.data(), O_CLOEXEC);
     if (descriptor_ < 0)
         return;
     temporary_ = name;
-    // A file made by mkostemp is private; give it the mode of a file made the ordinary way.
+    // A file made by mkostemp is private. It gets the mode of the file that it replaces, or of one
+    // made the ordinary way.
+    struct stat replaced {};
+    const bool replaces = ::stat(target_.c_str(), &replaced) == 0;
     const mode_t mask = ::umask(0);
     ::umask(mask);
-    if (::fchmod(descriptor_, 0666 & ~mask) != 0)
+    if (::fchmod(descriptor_, replaces ? replaced.st_mode & 07777 : 0666 & ~mask) != 0)
         fail();
 }
 

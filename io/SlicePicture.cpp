@@ -1,13 +1,12 @@
 #include "io/SlicePicture.h"
 
+#include "io/drawing.h"
+#include "io/jsonText.h"
 #include "io/niceSteps.h"
-
-#include <cairo.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <exception>
 #include <memory>
 #include <set>
 #include <stdexcept>
@@ -21,31 +20,9 @@ constexpr double kMarginLeft = 74, kMarginTop = 66, kMarginBottom = 58, kMarginR
 constexpr double kBarGap = 22, kBarWidth = 18, kTick = 5;
 constexpr Colour kInk{0.13, 0.14, 0.17}, kFaint{0.45, 0.47, 0.5};
 
-struct Destroy {
-    void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
-    void operator()(cairo_t* context) const { cairo_destroy(context); }
-};
-using Surface = std::unique_ptr<cairo_surface_t, Destroy>;
-
-Surface makeSurface(int width, int height) {
-    Surface surface(cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height));
-    const auto status = cairo_surface_status(surface.get());
-    if (status != CAIRO_STATUS_SUCCESS)
-        throw std::runtime_error(std::string("cannot draw a picture: ") +
-                                 cairo_status_to_string(status));
-    return surface;
-}
-
-std::uint32_t pixelOf(const Colour& c) {
-    const auto byte = [](double v) { return static_cast<std::uint32_t>(std::lround(v * 255)); };
-    return byte(c.r) << 16 | byte(c.g) << 8 | byte(c.b);
-}
-
-// The hue says how deep the tile is, the brightness shows the value.
+// The hue says how deep the tile is, the lightness shows the value.
 Colour depthColour(int depth, double t) {
-    const Colour hue = depth < 0 ? Colour{0.8, 0.8, 0.8} : categoryColour(depth);
-    const double brightness = std::isnan(t) ? 1 : 0.5 + 0.5 * std::clamp(t, 0.0, 1.0);
-    return {hue.r * brightness, hue.g * brightness, hue.b * brightness};
+    return tintedColour(depth < 0 ? std::nullopt : std::optional(depth), t);
 }
 
 Surface rasterOf(const SlicePicture& picture) {
@@ -67,16 +44,28 @@ Surface rasterOf(const SlicePicture& picture) {
     return surface;
 }
 
+// Where the raster lies in a picture with letters around it, in pixels.
+struct Layout {
+    double scale, left, top;
+    int width, height;
+
+    Layout(int columns, int rows)
+        : scale(std::clamp(std::max(columns, rows) / 640.0, 0.75, 4.0)),
+          left(std::round(kMarginLeft * scale)), top(std::round(kMarginTop * scale)),
+          width(static_cast<int>(left + columns + kMarginRight * scale)),
+          height(static_cast<int>(top + rows + kMarginBottom * scale)) {}
+};
+
 enum class Align { kLeft, kCentre, kRight };
 
 class Drawing {
 public:
     explicit Drawing(const SlicePicture& picture)
-        : picture_(picture),
-          scale_(std::clamp(std::max(picture.columns, picture.rows) / 640.0, 0.75, 4.0)),
-          left_(std::round(kMarginLeft * scale_)), top_(std::round(kMarginTop * scale_)),
-          surface_(makeSurface(static_cast<int>(left_ + picture.columns + kMarginRight * scale_),
-                               static_cast<int>(top_ + picture.rows + kMarginBottom * scale_))),
+        : Drawing(picture, Layout(picture.columns, picture.rows)) {}
+
+    Drawing(const SlicePicture& picture, const Layout& layout)
+        : picture_(picture), scale_(layout.scale), left_(layout.left), top_(layout.top),
+          surface_(makeSurface(layout.width, layout.height)),
           context_(cairo_create(surface_.get())) {
         cairo_select_font_face(cr(), "sans-serif", CAIRO_FONT_SLANT_NORMAL,
                                CAIRO_FONT_WEIGHT_NORMAL);
@@ -112,8 +101,10 @@ private:
     double bottomEdge() const { return top_ + picture_.rows; }
     double rightEdge() const { return left_ + picture_.columns; }
 
-    void text(double x, double y, const std::string& words, double size, Align align,
+    void text(double x, double y, const std::string& bytes, double size, Align align,
               const Colour& colour = kInk) {
+        // Anything else would put an end to the whole drawing.
+        const std::string words = asUtf8(bytes);
         cairo_set_font_size(cr(), size * scale_);
         cairo_text_extents_t extents;
         cairo_text_extents(cr(), words.c_str(), &extents);
@@ -142,7 +133,7 @@ private:
         cairo_rectangle(cr(), left_, top_, picture_.columns, picture_.rows);
         cairo_clip(cr());
         cairo_set_line_width(cr(), 0.6 * scale_);
-        const bool light = picture_.map == ColourMap::kSequential && picture_.depths.empty();
+        const bool light = picture_.map == ColourMap::kSequential || !picture_.depths.empty();
         setColour(light ? Colour{1, 1, 1} : Colour{0, 0, 0}, 0.4);
         for (const auto& tile : picture_.tiles) {
             cairo_new_sub_path(cr());
@@ -231,7 +222,7 @@ private:
         double y = legendBottom() + 36 * scale_;
         text(x, y - 10 * scale_, "tile depth", 13, Align::kLeft);
         for (const int depth : depths) {
-            setColour(categoryColour(depth));
+            setColour(depthColour(depth, 0.55));
             cairo_rectangle(cr(), x, y, box, box);
             cairo_fill(cr());
             text(x + box + 8 * scale_, y + box - 3 * scale_, std::to_string(depth), 12,
@@ -248,27 +239,21 @@ private:
     const SlicePicture& picture_;
     double scale_, left_, top_;
     Surface surface_;
-    std::unique_ptr<cairo_t, Destroy> context_;
-};
-
-// Exceptions must not pass through the drawing library; the first one waits here.
-struct Sink {
-    OutputFile& out;
-    std::exception_ptr failure;
-
-    static cairo_status_t write(void* self, const unsigned char* data, unsigned length) {
-        auto& sink = *static_cast<Sink*>(self);
-        try {
-            sink.out.write({reinterpret_cast<const char*>(data), length});
-            return CAIRO_STATUS_SUCCESS;
-        } catch (...) {
-            sink.failure = std::current_exception();
-            return CAIRO_STATUS_WRITE_ERROR;
-        }
-    }
+    DrawingContext context_;
 };
 
 } // namespace
+
+void requireDrawable(int columns, int rows, std::size_t panels) {
+    constexpr std::size_t kLongest = 32767; // pixels that the drawing library can count
+    const Layout layout(columns, rows);
+    const std::size_t width = static_cast<std::size_t>(layout.width) * panels;
+    if (width > kLongest || static_cast<std::size_t>(layout.height) > kLongest)
+        throw std::runtime_error("the picture would be " + std::to_string(width) + " by " +
+                                 std::to_string(layout.height) + " pixels large, and " +
+                                 std::to_string(kLongest) +
+                                 " is the most; choose fewer pixels or fewer panels");
+}
 
 void writePng(std::span<const SlicePicture> pictures, OutputFile& out) {
     std::vector<std::unique_ptr<Drawing>> drawings;
@@ -281,20 +266,14 @@ void writePng(std::span<const SlicePicture> pictures, OutputFile& out) {
         height = std::max(height, cairo_image_surface_get_height(parts.back()));
     }
     const Surface whole = makeSurface(width, height);
-    const std::unique_ptr<cairo_t, Destroy> context(cairo_create(whole.get()));
+    const DrawingContext context(cairo_create(whole.get()));
     int x = 0;
     for (cairo_surface_t* part : parts) {
         cairo_set_source_surface(context.get(), part, x, 0);
         cairo_paint(context.get());
         x += cairo_image_surface_get_width(part);
     }
-    Sink sink{out, nullptr};
-    const auto status = cairo_surface_write_to_png_stream(whole.get(), &Sink::write, &sink);
-    if (sink.failure)
-        std::rethrow_exception(sink.failure);
-    if (status != CAIRO_STATUS_SUCCESS)
-        throw std::runtime_error(std::string("cannot make a PNG: ") +
-                                 cairo_status_to_string(status));
+    writeSurface(whole.get(), out);
 }
 
 } // namespace Stratum::io

@@ -33,6 +33,9 @@ struct SlicePicture {
     std::vector<int> depths;    ///< per pixel, tinted when given; -1 for no tile
 };
 
+/// Throws std::runtime_error when so many panels of so many pixels each cannot be drawn.
+void requireDrawable(int columns, int rows, std::size_t panels);
+
 /// Draws pictures side by side as one PNG. Throws std::runtime_error when it cannot be made or
 /// written.
 void writePng(std::span<const SlicePicture> pictures, OutputFile& out);

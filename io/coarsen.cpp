@@ -24,11 +24,12 @@ class Coarsener {
     using Tree = TileTree<Shape>;
     using TreePtr = Ostrum::Ptr<const Tree>;
     using Builder = KDX::TileTree3D::TreeBuilder<Shape>;
+    using Box = Vantor::Math::bbox<int3, int>;
     using Channels = std::vector<std::unique_ptr<CoarseChannel<Shape>>>;
 
 public:
     Coarsener(TreePtr source, Channels channels)
-        : source_(std::move(source)), channels_(std::move(channels)) {}
+        : source_(std::move(source)), channels_(std::move(channels)), box_(boxOf(*source_)) {}
 
     TreePtr choose() {
         for (const auto& channel : channels_)
@@ -78,28 +79,34 @@ private:
 
     template <class Tile>
     bool canReplace(const Tile& tile, int depth, std::size_t i) const {
-        if (!tile.hasChildren())
+        if (!tile.hasChildren() || !isInside(tile.tijk(), depth))
             return false;
+        int stored = 0;
         for (int cell = 0; cell < Shape::kChildCount; ++cell) {
             constexpr int B = Shape::kChildrenPerAxis;
             const auto child = tile.childTreeIndex({cell % B, cell / B % B, cell / (B * B)});
             if (child.isValid() && source_->tile(child)->hasChildren() &&
                 plan(depth + 1).replaces[at(child.index)] == 0)
                 return false;
+            stored += child.isValid() &&
+                      (source_->tile(child)->hasChildren() || source_->tile(child)->holdsVoxels());
         }
+        // Hardly anything would be saved, and the data would seem to reach where they do not.
+        if (2 * stored < Shape::kChildCount)
+            return false;
         for (const auto& channel : channels_)
             if (!channel->canBeCoarse({static_cast<std::int64_t>(i), depth}))
                 return false;
         return true;
     }
 
-    TreePtr buildTree() const {
-        Builder builder;
+    // All tiles that hold voxels; empty, its lower corner above the upper one, when none does.
+    static Box boxOf(const Tree& tree) {
         constexpr int kMax = std::numeric_limits<int>::max();
         constexpr int kMin = std::numeric_limits<int>::min();
-        Vantor::Math::bbox<int3, int> box{{kMax, kMax, kMax}, {kMin, kMin, kMin}};
+        Box box{{kMax, kMax, kMax}, {kMin, kMin, kMin}};
         for (int depth = 0; depth <= kFinest; ++depth)
-            for (const auto& tile : source_->tiles(depth))
+            for (const auto& tile : tree.tiles(depth))
                 if (tile.holdsVoxels()) {
                     const int last = Shape::tileExtent(depth) - 1;
                     const int3 &o = tile.tijk(), end = o + int3{last, last, last};
@@ -108,8 +115,19 @@ private:
                     box.max = {std::max(box.max.x, end.x), std::max(box.max.y, end.y),
                                std::max(box.max.z, end.z)};
                 }
-        if (box.min.x <= box.max.x)
-            builder.addRefined(box,
+        return box;
+    }
+
+    bool isInside(const int3& tijk, int depth) const {
+        const std::int64_t last = Shape::tileExtent(depth) - 1;
+        return tijk.x >= box_.min.x && tijk.x + last <= box_.max.x && tijk.y >= box_.min.y &&
+               tijk.y + last <= box_.max.y && tijk.z >= box_.min.z && tijk.z + last <= box_.max.z;
+    }
+
+    TreePtr buildTree() const {
+        Builder builder;
+        if (box_.min.x <= box_.max.x)
+            builder.addRefined(box_,
                                [this](const int3& tijk, int depth) { return wish(tijk, depth); });
         throwIfCancelled();
         return builder.build(source_->voxelSize(), source_->offsetType());
@@ -196,6 +214,7 @@ private:
 
     TreePtr source_;
     Channels channels_;
+    Box box_;
     std::vector<Plan> plans_;
 };
 

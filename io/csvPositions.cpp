@@ -10,7 +10,6 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <limits>
 #include <optional>
 #include <stdexcept>
 #include <string_view>
@@ -46,20 +45,30 @@ std::vector<std::string_view> split(std::string_view line) {
 std::optional<float> parse(std::string_view field) {
     if (field.starts_with('+') && !field.starts_with("+-"))
         field.remove_prefix(1);
-    double value = 0;
+    float value = 0;
     const char* end = field.data() + field.size();
     const auto [stop, error] = std::from_chars(field.data(), end, value);
-    if (error != std::errc() || stop != end)
+    if (stop != end)
         return {};
-    if (std::isfinite(value) && std::abs(value) > double{std::numeric_limits<float>::max()})
+    if (error == std::errc())
+        return value;
+    // Too small for a float, which counts as 0, or too large.
+    double wide = 0;
+    if (std::from_chars(field.data(), end, wide).ec != std::errc() || std::abs(wide) > 1)
         return {};
-    return static_cast<float>(value);
+    return static_cast<float>(wide);
 }
 
+// Three names. What begins like a number is meant as one, also when it is none, and must not
+// vanish.
 bool isHeader(const std::vector<std::string_view>& fields) {
-    for (const auto field : fields)
-        if (field.empty() || parse(field))
+    for (auto field : fields) {
+        if (field.starts_with('"') || field.starts_with('\''))
+            field.remove_prefix(1);
+        if (field.empty() || parse(field) ||
+            std::string_view("0123456789+-.").find(field.front()) != std::string_view::npos)
             return false;
+    }
     return fields.size() == 3;
 }
 

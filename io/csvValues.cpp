@@ -9,7 +9,7 @@ namespace Stratum::io {
 template <class Scalar>
 void appendNumber(std::string& text, Scalar value) {
     if (std::isnan(value)) {
-        text += "nan";
+        text += std::signbit(value) ? "-nan" : "nan";
         return;
     }
     std::array<char, 32> digits{};

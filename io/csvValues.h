@@ -1,11 +1,8 @@
-// Sampled values as CSV text.
+// Numbers and columns of sampled values as text.
 #pragma once
 
-#include "Ostrum/Array.h"
 #include "common/Math.h"
-#include "io/OutputFile.h"
 
-#include <span>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -13,7 +10,8 @@
 
 namespace Stratum::io {
 
-/// A number with as many digits as it takes to read the same bits back; "nan", "inf" and "-inf".
+/// A number with as many digits as it takes to read the same bits back; "inf" and "-inf"; "nan" and
+/// "-nan", whose payload is lost.
 template <class Scalar>
 void appendNumber(std::string& text, Scalar value);
 
@@ -30,31 +28,6 @@ constexpr int matrixColumns() {
            : std::is_same_v<T, float4x2> ? 2
            : std::is_same_v<T, float4x4> ? 4
                                          : 0;
-}
-
-/// Writes a header and one line a position: x, y, z and the value's components.
-template <class T>
-void writeCsvValues(OutputFile& out, std::string_view name,
-                    const Ostrum::Array<Vantor::Math::float3>& positions,
-                    const Ostrum::Array<T>& values) {
-    constexpr std::size_t kComponents = Vantor::Math::kComponentCount<T>;
-    std::string line = "x,y,z";
-    for (const auto& column : columnNames(name, kComponents, matrixColumns<T>()))
-        line += "," + column;
-    out.write(line + "\n");
-    for (std::size_t i = 0; i < positions.size(); ++i) {
-        line.clear();
-        for (const float coordinate : Vantor::Math::toComponents(positions[i])) {
-            appendNumber(line, coordinate);
-            line += ',';
-        }
-        for (const auto component : Vantor::Math::toComponents(values[i])) {
-            appendNumber(line, component);
-            line += ',';
-        }
-        line.back() = '\n';
-        out.write(line);
-    }
 }
 
 } // namespace Stratum::io

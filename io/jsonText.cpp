@@ -28,23 +28,29 @@ std::size_t sequenceLength(std::string_view text) {
 
 } // namespace
 
-std::string jsonText(std::string_view text) {
-    std::string result = "\"";
+std::string asUtf8(std::string_view text) {
+    std::string result;
     while (!text.empty()) {
         const std::size_t length = sequenceLength(text);
-        const char c = text.front();
-        if (length == 0) {
-            result += '?';
-        } else if (c == '"' || c == '\\') {
+        result += length == 0 ? "?" : text.substr(0, length);
+        text.remove_prefix(length == 0 ? 1 : length);
+    }
+    return result;
+}
+
+std::string jsonText(std::string_view bytes) {
+    const std::string text = asUtf8(bytes);
+    std::string result = "\"";
+    for (const char c : text) {
+        if (c == '"' || c == '\\') {
             result += {'\\', c};
         } else if (static_cast<unsigned char>(c) < 0x20) {
             std::array<char, 8> escaped{};
             std::snprintf(escaped.data(), escaped.size(), "\\u%04x", static_cast<unsigned>(c));
             result += escaped.data();
         } else {
-            result += text.substr(0, length);
+            result += c;
         }
-        text.remove_prefix(length == 0 ? 1 : length);
     }
     return result + '"';
 }

@@ -9,10 +9,14 @@
 
 namespace Stratum::io {
 
-/// A text in quotes. Bytes that are no UTF-8 become question marks.
+/// A text whose bytes that are no UTF-8 are question marks.
+std::string asUtf8(std::string_view text);
+
+/// A text in quotes, and in UTF-8 whatever it is.
 std::string jsonText(std::string_view text);
 
-/// A number with all its digits; what JSON has no number for is a text: "nan", "inf", "-inf".
+/// A number with all its digits; what JSON has no number for is a text: "nan", "-nan",
+/// "inf", "-inf".
 template <class Scalar>
 std::string jsonNumber(Scalar value) {
     std::string text;

@@ -2,6 +2,7 @@
 
 #include "io/Cancelled.h"
 #include "io/byteOrder.h"
+#include "io/floatWidths.h"
 #include "io/quoted.h"
 
 #include <charconv>
@@ -147,7 +148,11 @@ std::vector<std::array<double, 3>> triples(std::string_view data, std::size_t co
     for (std::size_t row = 0; row < count; ++row)
         for (std::size_t axis = 0; axis < 3; ++axis) {
             const std::size_t i = fortran ? axis * count + row : 3 * row + axis;
-            result[row][axis] = double{loadAs<T>(data.data() + i * sizeof(T), order)};
+            const T number = loadAs<T>(data.data() + i * sizeof(T), order);
+            if constexpr (std::is_same_v<T, float>)
+                result[row][axis] = widened(number);
+            else
+                result[row][axis] = number;
         }
     return result;
 }

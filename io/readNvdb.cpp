@@ -3,6 +3,7 @@
 
 #include "io/gridVolume.h"
 #include "io/nvdbNodes.h"
+#include "io/quoted.h"
 #include "io/readFile.h"
 
 #include <nanovdb/util/IO.h>
@@ -86,7 +87,8 @@ void check(const nanovdb::io::Header& header) {
                                  " of the format; version " +
                                  std::to_string(NANOVDB_MAJOR_VERSION_NUMBER) + " can be read");
     if (header.codec != nanovdb::io::Codec::NONE)
-        throw std::runtime_error("it is compressed; only files without compression can be read");
+        throw std::runtime_error("it is compressed, which cannot be read; write it again without "
+                                 "compression (codec NONE), or as a .vdb file");
 }
 
 std::vector<Found> readGrids(std::string_view file, UniqueNames& unique) {
@@ -214,7 +216,7 @@ Volume readNvdb(const std::string& path, const VdbOptions& options) {
     } catch (const std::bad_alloc&) {
         throw std::runtime_error("cannot read '" + path + "': out of memory");
     } catch (const std::exception& error) {
-        throw std::runtime_error("cannot read '" + path + "': " + error.what());
+        throw std::runtime_error("cannot read '" + path + "': " + oneLine(error.what()));
     }
 }
 

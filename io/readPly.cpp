@@ -1,5 +1,7 @@
 #include "io/Cancelled.h"
 #include "io/byteOrder.h"
+#include "io/floatWidths.h"
+#include "io/plyColumns.h"
 #include "io/plyFile.h"
 #include "io/quoted.h"
 
@@ -50,8 +52,12 @@ public:
         need(sizeOf(type));
         const char* bytes = bytes_.data() + at_;
         at_ += sizeOf(type);
-        return withType(type,
-                        [&]<class T>(T) { return static_cast<double>(loadAs<T>(bytes, order_)); });
+        return withType(type, [&]<class T>(T) {
+            if constexpr (std::is_same_v<T, float>)
+                return widened(loadAs<float>(bytes, order_));
+            else
+                return static_cast<double>(loadAs<T>(bytes, order_));
+        });
     }
 
     void skip(PlyType type, std::uint64_t count) {
@@ -158,19 +164,6 @@ private:
     std::size_t number_;
 };
 
-// Where each property of "vertex" goes: a column, or nowhere (-1).
-std::vector<int> columnsOf(const PlyElement& vertex, std::span<const std::string> names,
-                           const std::string& source) {
-    std::vector<int> columns(vertex.properties.size(), -1);
-    for (std::size_t n = 0; n < names.size(); ++n) {
-        const auto found = std::ranges::find(vertex.properties, names[n], &PlyProperty::name);
-        if (found == vertex.properties.end() || found->isList)
-            throw std::runtime_error(source + ": its vertices have no number '" + names[n] + "'");
-        columns[static_cast<std::size_t>(found - vertex.properties.begin())] = static_cast<int>(n);
-    }
-    return columns;
-}
-
 template <class Numbers>
 std::uint64_t listLength(Numbers& numbers, const PlyProperty& property) {
     const double length = numbers.next(property.countType);
@@ -180,8 +173,21 @@ std::uint64_t listLength(Numbers& numbers, const PlyProperty& property) {
 }
 
 template <class Numbers>
-void readElements(Numbers& numbers, const PlyElement& element, const std::vector<int>& columns,
-                  std::vector<std::vector<double>>& values) {
+void readList(Numbers& numbers, const PlyProperty& property, PlyColumn* column) {
+    const std::uint64_t length = listLength(numbers, property);
+    if (!column)
+        return numbers.skip(property.type, length);
+    if (length > std::numeric_limits<std::uint32_t>::max())
+        numbers.fail("the list '" + property.name + "' is too long");
+    for (std::uint64_t i = 0; i < length; ++i)
+        column->numbers.push_back(numbers.next(property.type));
+    column->lengths.push_back(static_cast<std::uint32_t>(length));
+}
+
+// One column a property; null for those that are passed over.
+template <class Numbers>
+void readElements(Numbers& numbers, const PlyElement& element,
+                  const std::vector<PlyColumn*>& columns) {
     for (std::uint64_t i = 0; i < element.count; ++i) {
         if (i % 4096 == 0)
             throwIfCancelled();
@@ -189,45 +195,59 @@ void readElements(Numbers& numbers, const PlyElement& element, const std::vector
         for (std::size_t p = 0; p < element.properties.size(); ++p) {
             const PlyProperty& property = element.properties[p];
             if (property.isList)
-                numbers.skip(property.type, listLength(numbers, property));
-            else if (columns.empty() || columns[p] < 0)
+                readList(numbers, property, columns[p]);
+            else if (!columns[p])
                 numbers.skip(property.type, 1);
             else
-                values[static_cast<std::size_t>(columns[p])].push_back(numbers.next(property.type));
+                columns[p]->numbers.push_back(numbers.next(property.type));
         }
         numbers.endElement();
     }
 }
 
 template <class Numbers>
-std::vector<std::vector<double>> readAll(Numbers numbers, const PlyHeader& header,
-                                         const std::string& source,
-                                         std::span<const std::string> names) {
-    std::vector<std::vector<double>> values(names.size());
-    bool found = false;
+PlyColumns readAll(Numbers numbers, const PlyHeader& header, const WantsPlyProperty& wants) {
+    PlyColumns result;
     for (const PlyElement& element : header.elements) {
-        const bool wanted = element.name == "vertex";
-        found = found || wanted;
-        std::vector<int> columns;
-        if (wanted)
-            columns = columnsOf(element, names, source);
+        std::vector<PlyColumn*> columns;
+        for (const PlyProperty& property : element.properties)
+            columns.push_back(wants(element, property) ? &result[{element.name, property.name}]
+                                                       : nullptr);
         if (!element.properties.empty())
-            readElements(numbers, element, columns, values);
+            readElements(numbers, element, columns);
     }
-    if (!found)
-        throw std::runtime_error(source + ": it has no element 'vertex'");
     numbers.finish();
-    return values;
+    return result;
 }
 
 } // namespace
 
+PlyColumns readPlyColumns(std::string_view bytes, const std::string& source,
+                          const PlyHeader& header, const WantsPlyProperty& wants) {
+    if (header.encoding == PlyEncoding::kAscii)
+        return readAll(TextNumbers(bytes, source, header), header, wants);
+    return readAll(BinaryNumbers(bytes, source, header), header, wants);
+}
+
 std::vector<std::vector<double>> readPlyVertices(std::string_view bytes, const std::string& source,
                                                  std::span<const std::string> names) {
     const PlyHeader header = readPlyHeader(bytes, source);
-    if (header.encoding == PlyEncoding::kAscii)
-        return readAll(TextNumbers(bytes, source, header), header, source, names);
-    return readAll(BinaryNumbers(bytes, source, header), header, source, names);
+    const auto vertex = std::ranges::find(header.elements, "vertex", &PlyElement::name);
+    if (vertex == header.elements.end())
+        throw std::runtime_error(source + ": it has no element 'vertex'");
+    for (const std::string& name : names) {
+        const auto found = std::ranges::find(vertex->properties, name, &PlyProperty::name);
+        if (found == vertex->properties.end() || found->isList)
+            throw std::runtime_error(source + ": its vertices have no number '" + name + "'");
+    }
+    PlyColumns columns = readPlyColumns(
+        bytes, source, header, [&](const PlyElement& element, const PlyProperty& property) {
+            return element.name == "vertex" && std::ranges::count(names, property.name) > 0;
+        });
+    std::vector<std::vector<double>> values;
+    for (const std::string& name : names)
+        values.push_back(std::move(columns[{"vertex", name}].numbers));
+    return values;
 }
 
 } // namespace Stratum::io

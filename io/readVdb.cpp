@@ -2,6 +2,7 @@
 #include "io/readVdb.h"
 
 #include "io/gridVolume.h"
+#include "io/quoted.h"
 #include "io/vdbFile.h"
 
 #include <openvdb/io/File.h>
@@ -161,10 +162,10 @@ Volume readVdb(const std::string& path, const VdbOptions& options) {
     } catch (const std::bad_alloc&) {
         throw std::runtime_error("cannot read '" + path + "': out of memory");
     } catch (const openvdb::Exception& error) {
-        throw std::runtime_error("cannot read '" + path + "': it is damaged (" + error.what() +
-                                 ")");
+        throw std::runtime_error("cannot read '" + path + "': it is damaged (" +
+                                 oneLine(error.what()) + ")");
     } catch (const std::exception& error) {
-        throw std::runtime_error("cannot read '" + path + "': " + error.what());
+        throw std::runtime_error("cannot read '" + path + "': " + oneLine(error.what()));
     }
 }
 

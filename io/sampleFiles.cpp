@@ -2,16 +2,17 @@
 
 #include "io/Cancelled.h"
 #include "io/csvPositions.h"
+#include "io/floatWidths.h"
 #include "io/jsonText.h"
 #include "io/npyFile.h"
 #include "io/plyFile.h"
+#include "io/provenanceJson.h"
 #include "io/readFile.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <iostream>
-#include <limits>
+#include <sstream>
 #include <stdexcept>
 
 namespace Stratum::io {
@@ -23,11 +24,11 @@ using Positions = Ostrum::Array<float3>;
 
 constexpr std::array<const char*, 6> kNames{"csv", "npy", "ply", "ply-big", "ply-ascii", "json"};
 
-float narrowed(double value, const std::string& source, std::size_t index) {
-    if (std::isfinite(value) && std::abs(value) > double{std::numeric_limits<float>::max()})
+float coordinate(double value, const std::string& source, std::size_t index) {
+    if (std::isfinite(value) && std::isinf(narrowed(value)))
         throw std::runtime_error(source + ": position " + std::to_string(index) +
                                  " is beyond single precision");
-    return static_cast<float>(value);
+    return narrowed(value);
 }
 
 Positions readPlyPositions(const std::string& path) {
@@ -36,8 +37,8 @@ Positions readPlyPositions(const std::string& path) {
     const auto columns = readPlyVertices(readFile(path), source, names);
     Positions positions(columns[0].size());
     for (std::size_t i = 0; i < positions.size(); ++i)
-        positions[i] = {narrowed(columns[0][i], source, i), narrowed(columns[1][i], source, i),
-                        narrowed(columns[2][i], source, i)};
+        positions[i] = {coordinate(columns[0][i], source, i), coordinate(columns[1][i], source, i),
+                        coordinate(columns[2][i], source, i)};
     return positions;
 }
 
@@ -46,9 +47,15 @@ Positions readNpyPositions(const std::string& path) {
     const auto triples = readNpyTriples(readFile(path), source);
     Positions positions(triples.size());
     for (std::size_t i = 0; i < positions.size(); ++i)
-        positions[i] = {narrowed(triples[i][0], source, i), narrowed(triples[i][1], source, i),
-                        narrowed(triples[i][2], source, i)};
+        positions[i] = {coordinate(triples[i][0], source, i), coordinate(triples[i][1], source, i),
+                        coordinate(triples[i][2], source, i)};
     return positions;
+}
+
+// Through the descriptor: a stream does not tell a failure from the end.
+Positions readCsvFromInput() {
+    std::istringstream text(readFile("-"));
+    return readCsvPositions(text, sourceName("-"));
 }
 
 void writeCsv(OutputFile& out, const SampleTable& table, const Provenance& provenance) {
@@ -77,11 +84,9 @@ void writeCsv(OutputFile& out, const SampleTable& table, const Provenance& prove
 }
 
 void writeJson(OutputFile& out, const SampleTable& table, const Provenance& provenance) {
-    std::string text = "{\"stratum\": " + jsonText(provenance.version) +
-                       ",\n \"command\": " + jsonText(provenance.command) + ",\n \"inputs\": [";
-    for (const auto& input : provenance.inputs)
-        text += (text.back() == '[' ? "" : ", ") + jsonText(input);
-    text += "],\n \"columns\": [\"x\", \"y\", \"z\"";
+    std::string text("{");
+    text += provenanceJson(provenance);
+    text += ",\n \"columns\": [\"x\", \"y\", \"z\"";
     for (const auto& column :
          columnNames(table.name, table.componentCount, table.matrixColumnCount))
         text += ", " + jsonText(column);
@@ -127,7 +132,7 @@ SampleFormat sampleFormatOf(const std::string& path) {
 Positions readPositions(const std::string& path, std::optional<SampleFormat> format) {
     switch (format.value_or(sampleFormatOf(path))) {
     case SampleFormat::kCsv:
-        return path == "-" ? readCsvPositions(std::cin, sourceName(path)) : readCsvPositions(path);
+        return path == "-" ? readCsvFromInput() : readCsvPositions(path);
     case SampleFormat::kNpy:
         return readNpyPositions(path);
     case SampleFormat::kPly:

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ops/sampleLoop.h"
+#include "ops/visitOrder.h"
 #include "ops/volumeParts.h"
 #include "volume/VoxelSamplerCubic.h"
 
@@ -16,17 +17,21 @@ struct CubicLoopBody {
     mutable Sampler sampler;
     const Ostrum::Array<Vantor::Math::float3>& positions;
     Ostrum::Array<T>& results;
+    const KDX::TileTree3D::VisitOrder& order;
 
     void operator()(const IndexRange& range) const {
         using PositionT = typename Sampler::PositionType;
         constexpr std::size_t kMost = 64;
         std::array<PositionT, kMost> chunk;
+        std::array<T, kMost> values;
         for (std::size_t begin = range.begin(); begin < range.end(); begin += kMost) {
             const std::size_t count = std::min(kMost, range.end() - begin);
             for (std::size_t i = 0; i < count; ++i)
-                chunk[i] = toPosition<PositionT>(positions[begin + i]);
+                chunk[i] = toPosition<PositionT>(positions[order[begin + i]]);
             sampler.sample(chunk.data(), count, Sampler::kAnyDepth, KDX::TileTree3D::kWorld,
-                           &results[begin]);
+                           values.data());
+            for (std::size_t i = 0; i < count; ++i)
+                results[order[begin + i]] = values[i];
         }
     }
 };
@@ -40,7 +45,8 @@ void sampleCubic(const VolumeParts<Traits, T>& volume,
     using Sampler = KDX::TileTree3D::CubicSampler<Traits, T>;
     const Sampler sampler(*volume.container, *volume.topology, *volume.channel, mode, true, 1,
                           nullptr, 0, 0);
-    parallelFor(positions.size(), 1, CubicLoopBody<Sampler, T>{sampler, positions, results});
+    const auto order = visitOrder(volume, positions);
+    parallelFor(positions.size(), 1, CubicLoopBody<Sampler, T>{sampler, positions, results, order});
     throwIfCancelled();
 }
 

@@ -1,19 +1,13 @@
 #include "ops/frame.h"
 
+#include "KDX/exceptionMessage.h"
 #include "Kelvane/terminateMessage.h"
 
 #include <oneapi/tbb/task.h>
 #include <oneapi/tbb/task_arena.h>
 #include <oneapi/tbb/task_group.h>
 
-#include <stdexcept>
-
 namespace Stratum {
-
-void throwIfCancelled() {
-    if (Ostrum::isJobCancelled())
-        throw std::runtime_error(KDX::exceptionMessage.c_str());
-}
 
 bool isCancellation(const std::exception& exception) {
     return Ostrum::String(exception.what()) == KDX::exceptionMessage;

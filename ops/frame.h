@@ -1,20 +1,17 @@
 // The frame that every volume sampling operator runs in: its output, and how it ends.
 #pragma once
 
-#include "KDX/exceptionMessage.h"
 #include "Ostrum/Array.h"
 #include "Ostrum/Job.h"
 #include "Ostrum/Ptr.h"
 #include "Ostrum/String.h"
+#include "locations/cancellation.h"
 
 #include <cstddef>
 #include <exception>
 #include <utility>
 
 namespace Stratum {
-
-/// Throws the host's cancellation when the job was cancelled. Asked after every parallel loop.
-void throwIfCancelled();
 
 /// Whether an exception is the host's cancellation, which only its text tells.
 bool isCancellation(const std::exception& exception);

@@ -4,6 +4,7 @@
 #include "KDX/halo.h"
 #include "ops/haloChannel.h"
 #include "ops/sampleLoop.h"
+#include "ops/visitOrder.h"
 #include "ops/volumeParts.h"
 #include "volume/VoxelSamplerLinear.h"
 
@@ -20,7 +21,7 @@ void sampleLinear(const VolumeParts<Traits, T>& volume,
                                                    {.finestDepth = Traits::kFinestDepth});
     computeHalo<Traits, T, 0, 0, 1, 0>(*volume.channel, *volume.container, *halo, -1, -1);
     sampleAll(LinearSampler<Traits, T>(*volume.container, *volume.topology, *halo), positions,
-              results, evaluate);
+              results, visitOrder(volume, positions), evaluate);
 }
 
 } // namespace Stratum

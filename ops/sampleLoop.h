@@ -4,6 +4,7 @@
 #include "common/Math.h"
 #include "common/parallel.h"
 #include "ops/frame.h"
+#include "volume/VisitOrder.h"
 
 #include <cstddef>
 
@@ -15,21 +16,25 @@ struct SampleLoopBody {
     mutable Sampler sampler;
     const Ostrum::Array<Vantor::Math::float3>& positions;
     Ostrum::Array<R>& results;
+    const KDX::TileTree3D::VisitOrder& order;
     const Evaluate& evaluate;
 
     void operator()(const IndexRange& range) const {
-        for (std::size_t i = range.begin(); i < range.end(); ++i)
+        for (std::size_t visit = range.begin(); visit < range.end(); ++visit) {
+            const std::size_t i = order[visit];
             results[i] = evaluate(sampler, positions[i]);
+        }
     }
 };
 
-/// results[i] = evaluate(sampler, positions[i]) for all positions, every task with a sampler of its
-/// own; then lets a cancellation through.
+/// results[i] = evaluate(sampler, positions[i]) for all positions in the order given, every task
+/// with a sampler of its own; then lets a cancellation through.
 template <class Sampler, class R, class Evaluate>
 void sampleAll(const Sampler& sampler, const Ostrum::Array<Vantor::Math::float3>& positions,
-               Ostrum::Array<R>& results, const Evaluate& evaluate) {
+               Ostrum::Array<R>& results, const KDX::TileTree3D::VisitOrder& order,
+               const Evaluate& evaluate) {
     parallelFor(positions.size(), 1,
-                SampleLoopBody<Sampler, R, Evaluate>{sampler, positions, results, evaluate});
+                SampleLoopBody<Sampler, R, Evaluate>{sampler, positions, results, order, evaluate});
     throwIfCancelled();
 }
 

@@ -6,13 +6,14 @@
 #include "Ostrum/String.h"
 #include "Vantor/Object.h"
 #include "common/Math.h"
-#include "ops/export.h"
+#include "common/export.h"
 
 namespace Geometry::Query {
 
 /// How values are interpolated between voxels, at the deepest tile that holds the position. The
-/// cubic ones stay within the range of the eight voxels around the position, and give what kLinear
-/// gives where their stencil meets tiles of another depth.
+/// cubic ones stay within the range of the eight voxels around the position, at the price of small
+/// steps between cells where that cuts something off, and give what kLinear gives where their
+/// stencil meets tiles of another depth.
 enum class SamplerType : int {
     kLinear = 0,  ///< trilinear
     kCubicC0 = 1, ///< tricubic through the four nearest voxels of each axis (Lagrange)

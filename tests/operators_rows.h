@@ -32,7 +32,7 @@ TYPED_TEST(OperatorTest, SamplesTheChannelOfItsNameAndType) {
     EXPECT_EQ((*values)[8], valueFrom<T>(kChannelDefault));
 
     // The cubic samplers, as the operator sets them.
-    for (const auto [type, mode] :
+    for (const auto& [type, mode] :
          {std::pair(SamplerType::kCubicC0, InterpolationMode::kCubicC0),
           std::pair(SamplerType::kCubicC1, InterpolationMode::kCubicC1)}) {
         const auto cubics = sampled<T>(object, positions, "value", type);
@@ -50,15 +50,17 @@ TYPED_TEST(OperatorTest, SamplesTheChannelOfItsNameAndType) {
 
     // No such channel, one of another type, samplers that do not sample: the operator's default.
     const auto defaults = makePtr<Array<T>>(positions.size(), valueFrom<T>(kOperatorDefault));
-    EXPECT_EQ(*sampled<T>(object, positions, "other"), *defaults);
-    EXPECT_EQ(*sampled<T>(object, positions, ""), *defaults);
+    using Other = std::conditional_t<std::is_same_v<T, float>, double, float>;
+    for (const auto type : {SamplerType::kLinear, SamplerType::kCubicC0, SamplerType::kCubicC1}) {
+        EXPECT_EQ(*sampled<T>(object, positions, "other", type), *defaults);
+        EXPECT_EQ(*sampled<T>(object, positions, "", type), *defaults);
+        EXPECT_EQ(*sampled<T>(Vantor::Object(), positions, "value", type), *defaults);
+        EXPECT_EQ(*sampled<Other>(object, positions, "value", type),
+                  *makePtr<Array<Other>>(positions.size(), kOperatorDefault));
+        EXPECT_TRUE(sampled<T>(object, {}, "value", type)->empty());
+    }
     for (const int other : {3, -1, std::numeric_limits<int>::max()})
         EXPECT_EQ(*sampled<T>(object, positions, "value", SamplerType{other}), *defaults);
-    EXPECT_EQ(*sampled<T>(Vantor::Object(), positions), *defaults);
-    using Other = std::conditional_t<std::is_same_v<T, float>, double, float>;
-    EXPECT_EQ(*sampled<Other>(object, positions),
-              *makePtr<Array<Other>>(positions.size(), kOperatorDefault));
-    EXPECT_TRUE(sampled<T>(object, {})->empty());
     EXPECT_EQ((*sampled<T>(object, {positions[0]}))[0], (*values)[0]);
 }
 

@@ -6,6 +6,7 @@
 #include "ops/registeredProperty.h"
 #include "ops/sampleLoop.h"
 #include "support/operators.h"
+#include "volume/VoxelSamplerCubic.h"
 #include "volume/VoxelSamplerLinear.h"
 
 #include <oneapi/tbb/global_control.h>
@@ -121,7 +122,7 @@ TEST_F(FrameTest, WorkThatIsCancelledInsideTheLoopDoesNotCount) {
             Ostrum::cancelJob(true);
             return 1.0F;
         };
-        Stratum::sampleAll(0, Array<float3>(4), results, cancel);
+        Stratum::sampleAll(0, Array<float3>(4), results, {}, cancel);
         ADD_FAILURE() << "went on after the loop";
     });
     EXPECT_TRUE(out->empty());
@@ -129,32 +130,35 @@ TEST_F(FrameTest, WorkThatIsCancelledInsideTheLoopDoesNotCount) {
 }
 
 TEST_F(FrameTest, OtherExceptionsPassThroughAndLeaveTheOutputAlone) {
-    const auto reference = sampled<float>(object, positions);
-    int failures = 0;
-    for (std::uint64_t n = 1;; n += 1 + n / 8) {
-        const auto before = makePtr<Array<float>>(2U, 9.0F);
-        auto out = before;
-        ChannelMemoryPool::trim();
-        Ostrum::failAllocation(n);
-        try {
-            sample_volume(object, positions, 1.0F, "value", SamplerType::kLinear, out);
-            Ostrum::failAllocation(0);
-            EXPECT_EQ(*out, *reference);
-            break;
-        } catch (const std::bad_alloc& error) {
-            EXPECT_STREQ(error.what(), std::bad_alloc().what());
-            ASSERT_EQ(out, before);
-            ++failures;
+    for (const auto sampler : {SamplerType::kLinear, SamplerType::kCubicC1}) {
+        const auto reference = sampled<float>(object, positions, "value", sampler);
+        int failures = 0;
+        for (std::uint64_t n = 1;; n += 1 + n / 8) {
+            const auto before = makePtr<Array<float>>(2U, 9.0F);
+            auto out = before;
+            ChannelMemoryPool::trim();
+            Ostrum::failAllocation(n);
+            try {
+                sample_volume(object, positions, 1.0F, "value", sampler, out);
+                Ostrum::failAllocation(0);
+                EXPECT_EQ(*out, *reference);
+                break;
+            } catch (const std::bad_alloc& error) {
+                EXPECT_STREQ(error.what(), std::bad_alloc().what());
+                ASSERT_EQ(out, before);
+                ++failures;
+            }
         }
+        EXPECT_GE(failures, sampler == SamplerType::kLinear ? 5 : 2);
     }
-    EXPECT_GE(failures, 5);
     EXPECT_TRUE(Kelvane::takeTerminateMessages().empty());
 
     // A channel of another tree is the host's mistake, and is said to be one.
     Vantor::Object mixed;
     Vantor::Geometry::addTree<Two>(mixed, build<Two>({.seed = 6}));
     Vantor::Geometry::addChannel(mixed, channel);
-    EXPECT_THROW(sampled<float>(mixed, positions), std::invalid_argument);
+    for (const auto sampler : {SamplerType::kLinear, SamplerType::kCubicC1})
+        EXPECT_THROW(sampled<float>(mixed, positions, "value", sampler), std::invalid_argument);
 }
 
 TEST_F(FrameTest, ResultsDependNeitherOnThreadsNorOnPools) {
@@ -176,6 +180,97 @@ TEST_F(FrameTest, ResultsDependNeitherOnThreadsNorOnPools) {
     EXPECT_GT(ChannelMemoryPool::retained(), 0U);
     ChannelMemoryPool::trim();
     EXPECT_EQ(ChannelMemoryPool::retained(), 0U);
+}
+
+// Positions of any kind over more than one block of the order.
+Array<float3> scatteredPositions() {
+    constexpr float kInfinite = std::numeric_limits<float>::infinity();
+    Array<float3> positions = somePositions(300'000, 60);
+    for (std::size_t i = 0; i < positions.size(); i += 1000)
+        positions[i].y = i % 3000 ? std::nanf("") : i % 2000 ? kInfinite : -1e30F;
+    return positions;
+}
+
+// The last tiles of five children an axis reach beyond the last index.
+TEST(Sampler, TilesAtTheEndOfTheRangeDoNotHoldWhatLiesAtItsBeginning) {
+    using Shape = Traits<5, 5, 1>;
+    TreeBuilder<Shape> tiles;
+    tiles.addTile(3, {std::numeric_limits<int>::max(), 0, 0});
+    const auto tree = tiles.build(1, VoxelOffsetType::kCorner);
+    Vantor::Object object;
+    Vantor::Geometry::addTree<Shape>(object, tree);
+    Vantor::Geometry::addChannel(
+        object,
+        makeChannel<Shape, float>(tree, kChannelDefault, [](const double3&, int) { return 5.0; }));
+    Array<float3> positions;
+    for (int i = 0; i < 1000; ++i)
+        positions.push_back({i % 2 ? -2147000064.0F : 2146000000.0F, 1, 1});
+    for (const auto sampler : {SamplerType::kLinear, SamplerType::kCubicC1}) {
+        const auto values = sampled<float>(object, positions, "value", sampler);
+        for (std::size_t i = 1; i < 1000; i += 2)
+            ASSERT_EQ((*values)[i], kChannelDefault) << i;
+    }
+}
+
+TEST(Sampler, CubicSamplesWhereTheTopologyPlacesThem) {
+    using Shape = Traits<2, 4, 1>;
+    TreeBuilder<Shape> tiles;
+    tiles.addBox(Shape::kFinestDepth, {{-16, -16, -16}, {15, 15, 15}});
+    const auto tree = tiles.build(1, VoxelOffsetType::kCornerX);
+    const auto channel =
+        makeChannel<Shape, double>(tree, -70.0, [](const double3&, int) { return 5.0; });
+    const Container<Shape> container(tree);
+    const VoxelTopology<Shape> topology(tree, float3{0.5F, 0.5F, 0.5F});
+    CubicSampler<Shape, double> sampler(container, topology, *channel, InterpolationMode::kCubicC1,
+                                        true, 1, nullptr, 0, 0);
+    for (const double x : {4.2, 4.0, 3.9, 0.1, -3.8})
+        EXPECT_EQ(sampler.sample({x, 2, 2}, kIndex), 5.0) << x;
+}
+
+TEST(VisitOrder, GivesWhatVisitingInTurnGives) {
+    using Shape = Traits<2, 4, 1>;
+    TreeBuilder<Shape> tiles;
+    tiles.addBox(Shape::kFinestDepth, {{-64, -64, -64}, {63, 63, 63}});
+    const auto tree = tiles.build(1, VoxelOffsetType::kCorner);
+    Vantor::Object dense;
+    Vantor::Geometry::addTree<Shape>(dense, tree);
+    Vantor::Geometry::addChannel(dense, makeChannel<Shape, float>(tree, 0.0F, noise(3)));
+    ChannelBuilder<Shape, double3> wide(tree, "wide", double3{});
+    wide.fill([](const double3& p, int) { return double3{p.x, p.y, p.x * p.z}; });
+    Vantor::Geometry::addChannel(dense, wide.finish());
+    const Array<float3> positions = scatteredPositions();
+    const auto compare = [&]<class T>(const T&, const String& property, SamplerType sampler) {
+        const auto all = sampled<T>(dense, positions, property, sampler);
+        constexpr std::size_t kFew = 30'000; // which keep their own order
+        for (std::size_t begin = 0; begin < positions.size(); begin += kFew) {
+            const Array<float3> some(positions.begin() + begin, positions.begin() + begin + kFew);
+            const auto part = sampled<T>(dense, some, property, sampler);
+            ASSERT_TRUE(std::equal(part->begin(), part->end(), all->begin() + begin)) << begin;
+        }
+    };
+    compare(0.0F, "value", SamplerType::kCubicC1);
+    compare(0.0F, "value", SamplerType::kLinear);
+    compare(double3{}, "wide", SamplerType::kCubicC0);
+}
+
+TEST(VisitOrder, BringsNeighboursTogetherAndLeavesNobodyOut) {
+    const auto stepsOf = [](const Array<float3>& positions, const VisitOrder& order) {
+        std::vector<bool> visited(positions.size());
+        double length = 0;
+        for (std::size_t i = 0; i < positions.size(); ++i) {
+            visited[order[i]] = true;
+            const float3 &a = positions[order[i ? i - 1 : 0]], &b = positions[order[i]];
+            length += std::hypot(a.x - b.x, a.y - b.y, a.z - b.z);
+        }
+        EXPECT_EQ(std::count(visited.begin(), visited.end(), false), 0);
+        return length;
+    };
+    const Array<float3> positions = somePositions(300'000, 60);
+    const VisitOrder order({positions.data(), positions.size()}, 4);
+    EXPECT_LT(stepsOf(positions, order), stepsOf(positions, {}) / 10);
+    for (const auto& same : {VisitOrder({positions.data(), positions.size()}, 200),
+                             VisitOrder({positions.data(), 1000}, 4), VisitOrder()})
+        EXPECT_TRUE(same[0] == 0 && same[999] == 999);
 }
 
 TEST_F(FrameTest, ACancellationDoesNotReachTheNextCall) {

@@ -19,7 +19,9 @@ public:
     explicit Results(const std::string& path = "-");
 
     io::OutputFile& out() { return out_; }
-    void commit() { out_.commit(); }
+
+    /// Makes the file appear, unless the command was interrupted meanwhile.
+    void commit();
 
 private:
     io::OutputFile out_;

@@ -1,5 +1,7 @@
 #include "Terminal.h"
 
+#include "io/quoted.h"
+
 #include <unistd.h>
 
 #include <algorithm>
@@ -33,13 +35,23 @@ std::string emphasized(const std::string& text, int colour) {
     return hasColour() ? "\x1b[1;" + std::to_string(colour) + "m" + text + "\x1b[0m" : text;
 }
 
+void warn(const std::string& text) {
+    constexpr int kYellow = 33;
+    std::cerr << "stratum: " << emphasized("warning:", kYellow) << ' ' << io::oneLine(text) << '\n';
+}
+
 Progress::Progress(const CommonOptions& options, int stepCount)
     : steps_(stepCount), shown_(::isatty(STDERR_FILENO) == 1 && !isDumb() && !options.quiet &&
                                 !options.json && options.verbosity == 0) {}
 
 Progress::~Progress() {
+    finish();
+}
+
+void Progress::finish() {
     if (shown_ && done_ > 0)
         std::cerr << "\r\x1b[K" << std::flush;
+    shown_ = false;
 }
 
 void Progress::step(const std::string& name) {

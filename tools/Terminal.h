@@ -14,6 +14,9 @@ bool hasColour();
 /// A text in bold and in a colour (31: red, 33: yellow) where colours may be shown.
 std::string emphasized(const std::string& text, int colour);
 
+/// A warning, as one line on the standard error stream.
+void warn(const std::string& text);
+
 /// A bar on the standard error stream that says how far a command is; silent unless that is a
 /// terminal, and with --quiet, --json and -v.
 class Progress {
@@ -25,6 +28,9 @@ public:
 
     /// The next step begins.
     void step(const std::string& name);
+
+    /// Nothing follows; the bar goes.
+    void finish();
 
 private:
     int steps_, done_ = 0;

@@ -7,11 +7,12 @@
 
 namespace Stratum::tools {
 
-void addInfo(CLI::App& app);
+void addInfo(CLI::App& app, const io::Provenance& provenance);
 void addSample(CLI::App& app, const io::Provenance& provenance);
 void addGradient(CLI::App& app, const io::Provenance& provenance);
 void addSlice(CLI::App& app, const io::Provenance& provenance);
-void addDemo(CLI::App& app);
+void addScatter(CLI::App& app, const io::Provenance& provenance);
+void addDemo(CLI::App& app, const io::Provenance& provenance);
 void addRun(CLI::App& app);
 
 } // namespace Stratum::tools

@@ -10,7 +10,8 @@
 
 #include <array>
 #include <cstdio>
-#include <iostream>
+#include <filesystem>
+#include <stdexcept>
 #include <string_view>
 #include <utility>
 
@@ -19,7 +20,6 @@ namespace Stratum::tools {
 namespace {
 
 constexpr std::string_view kFormula = "formula:";
-constexpr int kYellow = 33;
 
 using Geometry::Query::SamplerType;
 constexpr std::array<std::pair<const char*, SamplerType>, 3> kSamplers{
@@ -30,8 +30,12 @@ constexpr std::array<std::pair<const char*, SamplerType>, 3> kSamplers{
 // By the extension; other names count as those of .vdb files.
 io::Volume readVolume(const CommonOptions& options) {
     const auto shape = static_cast<io::TreeShape>(options.shape);
-    if (options.file.starts_with(kFormula))
+    if (isFormula(options.file)) {
+        if (!options.grid.empty())
+            throw CLI::ValidationError("--grid", "a volume by formula has no grids; the option is "
+                                                 "for files");
         return io::formulaVolume(options.file.substr(kFormula.size()), shape);
+    }
     const io::VdbOptions wanted{.shape = shape, .grid = options.grid};
     return options.file.ends_with(".nvdb") ? io::readNvdb(options.file, wanted)
                                            : io::readVdb(options.file, wanted);
@@ -53,12 +57,19 @@ std::string isTolerance(const std::string& text) {
 
 } // namespace
 
-void addRunOptions(CLI::App& command, CommonOptions& options) {
+bool isFormula(const std::string& file) {
+    return file.starts_with(kFormula);
+}
+
+void addShapeOption(CLI::App& command, CommonOptions& options) {
     command
         .add_option("--shape", options.shape,
                     "tree shape: 2 children and 4 voxels an axis, or 5 and 5")
         ->check(CLI::IsMember({2, 5}))
         ->capture_default_str();
+}
+
+void addRunOptions(CLI::App& command, CommonOptions& options) {
     command.add_option("--threads", options.threads, "threads to use; 0 stands for all there are")
         ->check(CLI::Range(0, 1024))
         ->capture_default_str();
@@ -81,6 +92,7 @@ void addVolumeOptions(CLI::App& command, CommonOptions& options) {
                     "widen voxels where that changes no linear sample by more than this, in any "
                     "channel; not by default")
         ->check(isTolerance, "at least 0");
+    addShapeOption(command, options);
     addRunOptions(command, options);
 }
 
@@ -119,13 +131,22 @@ io::Volume loadVolume(const CommonOptions& options) {
     }
     if (!options.quiet)
         for (const auto& warning : volume.warnings)
-            std::cerr << "stratum: " << emphasized("warning:", kYellow) << ' ' << warning << '\n';
+            warn(warning);
     io::throwIfCancelled();
     return volume;
 }
 
+void refuseReplacing(const std::string& output, const std::vector<std::string>& inputs) {
+    std::error_code ignored;
+    for (const std::string& input : inputs)
+        if (output != "-" && std::filesystem::is_regular_file(output, ignored) &&
+            std::filesystem::equivalent(output, input, ignored))
+            throw std::runtime_error("'" + output +
+                                     "' is what is read; choose another file to write");
+}
+
 std::string displayName(const std::string& file) {
-    if (file.starts_with(kFormula))
+    if (isFormula(file))
         return file;
     return file.substr(file.find_last_of('/') + 1);
 }

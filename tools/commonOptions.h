@@ -23,10 +23,13 @@ struct CommonOptions {
     bool timers = false, json = false, quiet = false;
 };
 
-/// Adds the options that concern the run: --shape, --threads, -v, --timers, --json, --quiet.
+/// Adds the options that concern the run: --threads, -v, --timers, --json, --quiet.
 void addRunOptions(CLI::App& command, CommonOptions& options);
 
-/// Adds FILE, --grid and --tolerance, and the run's options.
+/// Adds --shape.
+void addShapeOption(CLI::App& command, CommonOptions& options);
+
+/// Adds FILE, --grid and --tolerance, --shape, and the run's options.
 void addVolumeOptions(CLI::App& command, CommonOptions& options);
 
 /// The samplers' names as --sampler takes them.
@@ -46,9 +49,15 @@ private:
     bool timers_;
 };
 
+/// Whether FILE names an embedded volume instead of a file.
+bool isFormula(const std::string& file);
+
 /// Reads or makes the volume that FILE names, coarsens it where --tolerance asks for that, and
 /// passes its warnings on.
 io::Volume loadVolume(const CommonOptions& options);
+
+/// Throws when writing `output` would replace one of the files that results are made from.
+void refuseReplacing(const std::string& output, const std::vector<std::string>& inputs);
 
 /// FILE for people to read: without folders.
 std::string displayName(const std::string& file);

@@ -6,7 +6,7 @@
 #include "commonOptions.h"
 #include "io/Cancelled.h"
 #include "io/Sunflower.h"
-#include "io/jsonText.h"
+#include "io/provenanceJson.h"
 #include "ops/sample_volume.h"
 #include "slicePlane.h"
 
@@ -32,7 +32,8 @@ constexpr std::size_t kSampleCount = 1000000, kShownCount = 8;
 
 struct DemoOptions {
     CommonOptions common{.file = "formula:sunflower", .grid = {}, .tolerance = {}};
-    std::string output = "stratum-demo.png";
+    std::string output = "stratum-demo.png", sampler = "linear";
+    io::Provenance provenance;
 };
 
 double secondsSince(Clock::time_point start) {
@@ -91,17 +92,18 @@ void printSamples(Results& results, const io::Sunflower& field, const Positions&
     }
 }
 
-void drawPicture(const io::Volume& volume, const std::string& path) {
+void drawPicture(const io::Volume& volume, const DemoOptions& options) {
     PlaneOptions plane;
     plane.channel = "density";
     plane.at = 0;
     plane.size = 1000;
     plane.tiles = true;
+    plane.samplers = {samplerNamed(options.sampler)};
     auto pictures = slicePlane(volume, plane);
     pictures[0].title = "A volume with voxels as fine as its detail";
     pictures[0].subtitle =
         "the plane z = 0 of the embedded volume \"sunflower\"; squares are tiles";
-    Results results(path);
+    Results results(options.output);
     io::writePng(pictures, results.out());
     results.commit();
 }
@@ -122,22 +124,25 @@ void runDemo(const DemoOptions& options) {
     Ostrum::Ptr<Ostrum::Array<float>> values;
     start = Clock::now();
     Geometry::Query::sample_volume(*volume.object, positions, 0.0F, "density",
-                                   Geometry::Query::SamplerType::kLinear, values);
+                                   samplerNamed(options.sampler), values);
     io::throwIfCancelled();
     const double sampleSeconds = secondsSince(start);
     const Errors errors = errorsOf(field, positions, *values);
 
     progress.step("drawing");
-    drawPicture(volume, options.output);
-    if (options.output == "-" || options.common.quiet)
+    drawPicture(volume, options);
+    if (options.output == "-")
         return;
     Results results;
     const auto path = std::filesystem::absolute(options.output).lexically_normal().string();
     if (options.common.json) {
-        results.out().write("{\"picture\": " + io::jsonText(path) + ", \"samples\": " +
-                            std::to_string(positions.size()) + ", \"root_mean_square_error\": " +
-                            io::jsonNumber(errors.rootMeanSquare) +
-                            ", \"largest_error\": " + io::jsonNumber(errors.largest) + "}\n");
+        io::Provenance provenance = options.provenance;
+        provenance.inputs.push_back(options.common.file);
+        results.out().write(
+            "{" + io::provenanceJson(provenance) + ",\n \"picture\": " + io::jsonText(path) +
+            ", \"samples\": " + std::to_string(positions.size()) +
+            ", \"root_mean_square_error\": " + io::jsonNumber(errors.rootMeanSquare) +
+            ", \"largest_error\": " + io::jsonNumber(errors.largest) + "}\n");
         return results.commit();
     }
     print(results,
@@ -154,10 +159,15 @@ void runDemo(const DemoOptions& options) {
 
 } // namespace
 
-void addDemo(CLI::App& app) {
+void addDemo(CLI::App& app, const io::Provenance& provenance) {
     auto options = std::make_shared<DemoOptions>();
+    options->provenance = provenance;
     CLI::App* command = app.add_subcommand("demo", "Sample and draw an embedded volume");
+    addShapeOption(*command, options->common);
     addRunOptions(*command, options->common);
+    command->add_option("--sampler", options->sampler, "how to interpolate")
+        ->check(CLI::IsMember(samplerNames()))
+        ->capture_default_str();
     command->add_option("-o,--output", options->output, "PNG file for the picture")
         ->capture_default_str();
     command->footer("Example: stratum demo -o picture.png");

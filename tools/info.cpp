@@ -139,25 +139,27 @@ std::string describe(const io::Volume& volume, const CommonOptions& options) {
     return text;
 }
 
-void printInfo(const CommonOptions& options) {
+void printInfo(const CommonOptions& options, io::Provenance provenance) {
+    provenance.inputs.push_back(options.file);
     const Run run(options);
     Progress progress(options, 2);
     progress.step("reading the volume");
     const io::Volume volume = loadVolume(options);
     progress.step("looking at its values");
     Results results;
-    results.out().write(options.json ? infoJson(volume, options.file) : describe(volume, options));
+    results.out().write(options.json ? infoJson(volume, options.file, provenance)
+                                     : describe(volume, options));
     results.commit();
 }
 
 } // namespace
 
-void addInfo(CLI::App& app) {
+void addInfo(CLI::App& app, const io::Provenance& provenance) {
     auto options = std::make_shared<CommonOptions>();
     CLI::App* command = app.add_subcommand("info", "Describe the channels of a volume");
     addVolumeOptions(*command, *options);
     command->footer("Example: stratum info smoke.vdb");
-    command->callback([options] { printInfo(*options); });
+    command->callback([options, provenance] { printInfo(*options, provenance); });
 }
 
 } // namespace Stratum::tools

@@ -2,7 +2,7 @@
 
 #include "Statistics.h"
 #include "commandLine.h"
-#include "io/jsonText.h"
+#include "io/provenanceJson.h"
 
 namespace Stratum::tools {
 
@@ -77,7 +77,8 @@ std::string jsonChannel(const io::ChannelInfo& info, const PlainChannel<Shape, T
 
 } // namespace
 
-std::string infoJson(const io::Volume& volume, const std::string& file) {
+std::string infoJson(const io::Volume& volume, const std::string& file,
+                     const io::Provenance& provenance) {
     std::string tree = "null", channels;
     for (const auto& info : volume.channels)
         visitChannel(*volume.object, info.name,
@@ -92,8 +93,8 @@ std::string infoJson(const io::Volume& volume, const std::string& file) {
                  jsonNumber(volume.saving->tolerance) +
                  ", \"before\": " + jsonAmount(volume.saving->before) +
                  ", \"after\": " + jsonAmount(volume.saving->after) + "}";
-    return std::string("{\"stratum\": ") + jsonText(kVersion) + ",\n \"file\": " + jsonText(file) +
-           saving + ",\n \"tree\": " + tree + ",\n \"channels\": [" + channels + "]}\n";
+    return "{" + io::provenanceJson(provenance) + ",\n \"file\": " + jsonText(file) + saving +
+           ",\n \"tree\": " + tree + ",\n \"channels\": [" + channels + "]}\n";
 }
 
 } // namespace Stratum::tools

@@ -1,6 +1,7 @@
 // stratum info for programs.
 #pragma once
 
+#include "io/Provenance.h"
 #include "io/Volume.h"
 
 #include <string>
@@ -8,6 +9,7 @@
 namespace Stratum::tools {
 
 /// All that the command says of a volume, as one JSON document.
-std::string infoJson(const io::Volume& volume, const std::string& file);
+std::string infoJson(const io::Volume& volume, const std::string& file,
+                     const io::Provenance& provenance);
 
 } // namespace Stratum::tools

@@ -5,12 +5,12 @@
 #include "commands.h"
 #include "interrupt.h"
 #include "io/Cancelled.h"
+#include "io/quoted.h"
 #include "manual.h"
+#include "standardStreams.h"
 
 #include <CLI/CLI.hpp>
 
-#include <algorithm>
-#include <cctype>
 #include <exception>
 #include <iostream>
 #include <new>
@@ -24,19 +24,32 @@ using namespace Stratum::tools;
 
 enum ExitStatus { kDone = 0, kFailed = 1, kUsage = 2, kInterrupted = 130 };
 
-int fail(std::string message, int status) {
-    // One line, whatever a damaged file put into it.
-    std::ranges::replace_if(
-        message, [](unsigned char c) { return std::iscntrl(c) != 0; }, ' ');
+int fail(const std::string& message, int status) {
     constexpr int kRed = 31;
-    std::cerr << emphasized("stratum:", kRed) << ' ' << message << '\n';
+    std::cerr << emphasized("stratum:", kRed) << ' ' << io::oneLine(message) << '\n';
     return status;
+}
+
+// What is wrong with a call that names none of the commands.
+std::string explainMissingCommand(const CLI::App& app) {
+    const auto rest = app.remaining();
+    std::string text = rest.empty()               ? "a command is missing"
+                       : rest[0].starts_with('-') ? "there is no option " + io::quoted(rest[0])
+                                                  : "there is no command " + io::quoted(rest[0]);
+    text += "; the commands are: ";
+    const auto commands = app.get_subcommands([](const CLI::App*) { return true; });
+    for (const CLI::App* command : commands)
+        text += (command == commands.front() ? "" : ", ") + command->get_name();
+    return text;
 }
 
 // Help goes to the results; a wrong call is explained in one line.
 int explain(const CLI::App& app, const CLI::ParseError& error) {
     if (error.get_exit_code() != 0)
-        return fail(std::string(error.what()) + " (see --help)", kUsage);
+        return fail((app.get_subcommands().empty() ? explainMissingCommand(app)
+                                                   : std::string(error.what())) +
+                        " (see --help)",
+                    kUsage);
     std::ostringstream help, other;
     app.exit(error, help, other);
     Results results;
@@ -57,16 +70,20 @@ void addPrinter(CLI::App& app, const char* name, std::string (*print)(const CLI:
 }
 
 int run(int argc, char** argv) {
-    CLI::App app("Samples sparse multi-resolution voxel volumes.", "stratum");
+    CLI::App app(
+        "Samples sparse multi-resolution voxel volumes and scatters locations over geometry.",
+        "stratum");
     app.require_subcommand(1);
     app.get_formatter()->column_width(34);
+    app.footer("Example: stratum demo; stratum COMMAND --help has the options of a command");
     app.set_version_flag("--version", versionText());
     const io::Provenance provenance{kVersion, commandText(argc, argv), {}};
-    addInfo(app);
+    addInfo(app, provenance);
     addSample(app, provenance);
     addGradient(app, provenance);
     addSlice(app, provenance);
-    addDemo(app);
+    addScatter(app, provenance);
+    addDemo(app, provenance);
     addRun(app);
     addPrinter(app, "--help-man", manualPage);
     addPrinter(app, "--help-bash-completion", bashCompletion);
@@ -82,6 +99,7 @@ int run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     try {
+        holdClosedStreams();
         Results::keepForResultsOnly();
         cancelOnInterrupt();
         return run(argc, argv);

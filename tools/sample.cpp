@@ -7,6 +7,7 @@
 #include "common/randomUnit.h"
 #include "commonOptions.h"
 #include "io/Cancelled.h"
+#include "io/jsonText.h"
 #include "io/sampleFiles.h"
 #include "ops/sample_volume.h"
 
@@ -118,7 +119,16 @@ void sampleAs(const SampleOptions& options, const Vantor::Object& object,
         sampleValues<T>(options, object, positions);
 }
 
+// The operator takes any sampler, and gives the default for those without gradients.
+void warnWithoutGradients(const SampleOptions& options) {
+    if (!options.common.quiet && options.gradient && options.sampler != "linear")
+        warn("there are no gradients of the sampler '" + options.sampler +
+             "': all are the default, " + io::jsonNumber(options.fallback.value_or(0)));
+}
+
 void runSample(SampleOptions options) {
+    warnWithoutGradients(options);
+    refuseReplacing(options.output, {options.common.file, options.positions});
     const Run run(options.common);
     Progress progress(options.common, 2);
     progress.step("reading the volume");
@@ -173,7 +183,8 @@ void addSample(CLI::App& app, const io::Provenance& provenance) {
     options->provenance = provenance;
     CLI::App* command = app.add_subcommand("sample", "Sample a channel at positions");
     addOptions(*command, *options);
-    command->add_flag("--gradient", options->gradient, "as the subcommand gradient does");
+    command->add_flag("--gradient", options->gradient,
+                      "as the subcommand gradient does, which has gradients of linear only");
     command->add_option("--sampler", options->sampler, "how to interpolate")
         ->check(CLI::IsMember(samplerNames()))
         ->capture_default_str();
@@ -190,8 +201,8 @@ void addGradient(CLI::App& app, const io::Provenance& provenance) {
     addOptions(*command, *options);
     command
         ->add_option("--sampler", options->sampler,
-                     "how to interpolate; the operator has gradients of linear only and gives the "
-                     "default for others")
+                     "how to interpolate; there are gradients of linear only, and those of others "
+                     "are the default everywhere, with a warning")
         ->check(CLI::IsMember(samplerNames()))
         ->capture_default_str();
     command->footer("Example: stratum gradient smoke.vdb -p points.ply -o gradients.npy");

@@ -5,7 +5,7 @@
 #include "Terminal.h"
 #include "commands.h"
 #include "commonOptions.h"
-#include "io/jsonText.h"
+#include "io/provenanceJson.h"
 
 #include <CLI/App.hpp>
 
@@ -23,12 +23,39 @@ struct SliceOptions {
     PlaneOptions plane;
     std::string axis = "z", output, minus, minusChannel;
     std::vector<double> range, origin, u, v, normal;
-    std::vector<std::string> samplers{"linear"};
+    std::string samplerList = "linear";
+    std::vector<std::string> samplers; ///< the names in that list
     io::Provenance provenance;
 };
 
 double3 triple(const std::vector<double>& numbers) {
     return {numbers[0], numbers[1], numbers[2]};
+}
+
+std::vector<std::string> splitAtCommas(const std::string& list) {
+    std::vector<std::string> names;
+    for (std::size_t start = 0;;) {
+        const auto comma = list.find(',', start);
+        names.push_back(list.substr(start, comma - start));
+        if (comma == std::string::npos)
+            return names;
+        start = comma + 1;
+    }
+}
+
+// With the names between braces, which the shell's completion goes by.
+CLI::Validator isSamplerList() {
+    std::string allowed;
+    for (const auto& name : samplerNames())
+        (allowed += allowed.empty() ? "" : ",") += name;
+    const auto check = [allowed](const std::string& list) -> std::string {
+        for (const auto& name : splitAtCommas(list))
+            if (std::ranges::count(samplerNames(), name) == 0)
+                return "there is no sampler '" + name + "' among {" + allowed +
+                       "}; several stand with commas between them";
+        return "";
+    };
+    return {check, "{" + allowed + "}"};
 }
 
 // Fills in what follows from the options as they were typed.
@@ -55,14 +82,18 @@ void settle(SliceOptions& options) {
         plane.plane = planeAlong(triple(options.origin), triple(options.normal));
     else if (!options.u.empty())
         plane.plane = planeOf(triple(options.origin), triple(options.u), triple(options.v));
+    options.samplers = splitAtCommas(options.samplerList);
     plane.samplers.clear();
     for (const auto& name : options.samplers)
         plane.samplers.push_back(samplerNamed(name));
 }
 
 std::string describe(const SliceOptions& options, const std::vector<io::SlicePicture>& pictures) {
-    std::string text = "{\"stratum\": " + io::jsonText(options.provenance.version) +
-                       ",\n \"command\": " + io::jsonText(options.provenance.command) +
+    io::Provenance provenance = options.provenance;
+    provenance.inputs.push_back(options.common.file);
+    if (!options.minus.empty())
+        provenance.inputs.push_back(options.minus);
+    std::string text = "{" + io::provenanceJson(provenance) +
                        ",\n \"picture\": " + io::jsonText(options.output) + ",\n \"range\": [" +
                        io::jsonNumber(pictures[0].lowest) + ", " +
                        io::jsonNumber(pictures[0].highest) + "],\n \"panels\": [";
@@ -92,6 +123,8 @@ std::vector<io::SlicePicture> draw(SliceOptions& options, Progress& progress) {
         CommonOptions second = options.common;
         second.file = options.minus;
         second.tolerance.reset();
+        if (isFormula(second.file))
+            second.grid.clear();
         other = loadVolume(second);
     }
     if (other || !options.minusChannel.empty())
@@ -113,6 +146,7 @@ std::vector<io::SlicePicture> draw(SliceOptions& options, Progress& progress) {
 
 void runSlice(SliceOptions options) {
     settle(options);
+    refuseReplacing(options.output, {options.common.file, options.minus});
     const Run run(options.common);
     Progress progress(options.common, 3);
     const auto pictures = draw(options, progress);
@@ -167,10 +201,9 @@ void addSlice(CLI::App& app, const io::Provenance& provenance) {
     command->add_option("-c,--channel", plane.channel, "channel to show; the first by default");
     addPlaneOptions(*command, *options);
     command
-        ->add_option("--sampler", options->samplers,
+        ->add_option("--sampler", options->samplerList,
                      "how to interpolate; several with commas between them are drawn side by side")
-        ->delimiter(',')
-        ->check(CLI::IsMember(samplerNames()))
+        ->check(isSamplerList())
         ->capture_default_str();
     command->add_option("--minus", options->minus,
                         "show the difference to the channel in this other volume");

@@ -1,5 +1,7 @@
 #include "slicePlane.h"
 
+#include "io/jsonText.h"
+
 #include "channels.h"
 #include "io/Cancelled.h"
 #include "io/niceSteps.h"
@@ -27,7 +29,15 @@ Plane choosePlane(const PlaneOptions& options, const WorldBounds& bounds) {
         return *options.plane;
     const int axis = options.axis - 'x';
     const double lower = component(bounds.lower, axis), upper = component(bounds.upper, axis);
-    return planeAcross(axis, options.at.value_or(lower + (upper - lower) * options.fraction));
+    if (bounds.empty())
+        throw std::runtime_error("the channel holds no data to draw");
+    const double at = options.at.value_or(lower + (upper - lower) * options.fraction);
+    if (!(at >= lower && at <= upper))
+        throw std::runtime_error("the plane at " + io::jsonNumber(at) +
+                                 " does not meet the channel's data, which lies between " +
+                                 io::jsonNumber(lower) + " and " + io::jsonNumber(upper) +
+                                 " on that axis");
+    return planeAcross(axis, at);
 }
 
 // The picture's edges: all of the bounds for a plane across an axis, else what the plane cuts out
@@ -197,6 +207,7 @@ std::vector<io::SlicePicture> slicePlane(const io::Volume& volume, const PlaneOp
                 throw std::runtime_error("channel '" + options.channel + "' holds no data to show");
             const Plane plane = choosePlane(options, bounds);
             frame(common, plane, bounds, options.size);
+            io::requireDrawable(common.columns, common.rows, options.samplers.size());
             positions = pixelCentres(common, plane);
             if (options.tiles)
                 outlineTiles<Shape, T>(common, channel, plane);

@@ -61,8 +61,9 @@ public:
         accessor.tileBlock(WideIndex{tijk.x + extent * first.x, tijk.y + extent * first.y,
                                      tijk.z + extent * first.z},
                            count, index.depth, found_);
-        for (std::size_t place = 0; place < found_.size(); ++place)
-            take(place, index.depth, container, channel);
+        if (!takeAll(index.depth, channel))
+            for (std::size_t place = 0; place < found_.size(); ++place)
+                take(place, index.depth, container, channel);
         index_ = index;
     }
 
@@ -94,6 +95,16 @@ private:
     // From the cell's tile to the block's first: -1 where the voxel below the cell (or, on an axis
     // that the block does not extend along, the cell itself) lies in the tile below.
     static int firstTile(int n, bool extended) { return (extended ? n - 1 : n) < 0 ? -1 : 0; }
+
+    // The usual case, false where it is not: every tile is of the depth and holds data.
+    bool takeAll(int depth, const Plain& channel) {
+        bool all = true;
+        for (std::size_t place = 0; place < found_.size(); ++place) {
+            data_[place] = channel.tileData({found_[place].index, depth}).data();
+            all &= data_[place] != nullptr && found_[place].depth == depth;
+        }
+        return all;
+    }
 
     void take(std::size_t place, int depth, const Container<Traits>& container,
               const Plain& channel) {

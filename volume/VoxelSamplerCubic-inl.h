@@ -5,27 +5,24 @@
 #include "volume/StencilGather.h"
 #include "volume/VoxelSamplerCubic.h"
 
-#include <cmath>
+#include <limits>
 #include <stdexcept>
 
 namespace KDX::TileTree3D {
 
 namespace detail {
 
-// The nearest fraction in [0, 1).
+// The nearest fraction in [0, 1), 0 for NaN.
 template <class S>
 S toFraction(S f) {
-    if (!(f > 0))
-        return 0;
-    return f < 1 ? f : std::nextafter(S{1}, S{0});
+    constexpr S kLargest = 1 - std::numeric_limits<S>::epsilon() / 2;
+    return std::min(kLargest, std::max(S{0}, f));
 }
 
-// Whether a cell begins at n: at -1 only on axes whose samples lie in the middle of their voxels.
+// Whether a cell begins at n, which may be -1 where locate() gives that.
 inline bool isCell(const int3& n, int width, VoxelOffsetType type) {
-    const auto inside = [&](int i, int bit) {
-        return i >= (static_cast<int>(type) & bit ? 0 : -1) && i < width;
-    };
-    return inside(n.x, 1) && inside(n.y, 2) && inside(n.z, 4);
+    const int lowest = type == VoxelOffsetType::kCorner ? 0 : -1;
+    return std::min({n.x, n.y, n.z}) >= lowest && std::max({n.x, n.y, n.z}) < width;
 }
 
 } // namespace detail
@@ -65,9 +62,8 @@ V VoxelSamplerCubic<Tr, V, S, P, A, B>::sample(const TreeIndex& index, const int
             fetchAhead(ahead);
         return evaluate(ahead);
     }
-    return checked(jumpPolicy == 1 ? sampleThroughCache(ahead)
-                                   : sampleGeneral(ahead, std::min(maxDepth, depth), debug),
-                   ahead.place);
+    return jumpPolicy == 1 ? sampleThroughCache(ahead)
+                           : sampleGeneral(ahead, std::min(maxDepth, depth), debug);
 }
 
 // The samples of a batch wait for each other's memory: all tiles are found and their values asked
@@ -125,10 +121,14 @@ bool VoxelSamplerCubic<Tr, V, S, P, A, B>::open(const TreeIndex& index, const in
     // The tile that was located last, as a rule; then the tree's own record is left alone.
     const int3& tijk = this->currentTilePtr->treeIndex() == index ? this->currentTilePtr->tijk()
                                                                   : container->tile(index).tijk();
-    ahead.place = {index,
-                   tijk,
-                   n,
-                   {detail::toFraction(f.x), detail::toFraction(f.y), detail::toFraction(f.z)}};
+    Place& place = ahead.place;
+    place.index = index;
+    place.tijk = tijk;
+    place.n = n;
+    place.f.x = detail::toFraction(f.x);
+    place.f.y = detail::toFraction(f.y);
+    place.f.z = detail::toFraction(f.z);
+    place.dofIsValid = false;
     return true;
 }
 
@@ -137,7 +137,7 @@ template <class Tr, class V, class S, class P, int A, int B>
 void VoxelSamplerCubic<Tr, V, S, P, A, B>::fetchAhead(Ahead& ahead) {
     const Place& place = ahead.place;
     stencilTiles.fetch(place.index, place.tijk, place.n, kAllAxes, *container, *channel,
-                       tileAccessor);
+                       this->accessor);
     ahead.state = stencilTiles.atResolutionJump() ? State::kJump : State::kStencil;
     ahead.begin = stencilTiles.stencilBegin(place.n);
     ahead.tiles = stencilTiles.data();
@@ -167,7 +167,7 @@ V VoxelSamplerCubic<Tr, V, S, P, A, B>::linear(const Ahead& ahead) {
 
 template <class Tr, class V, class S, class P, int A, int B>
 V VoxelSamplerCubic<Tr, V, S, P, A, B>::checked(const V& value, const Place& place) {
-    if (detail::hasNan(value)) [[unlikely]] {
+    if (detail::hasNan(value) && !isNanReported()) [[unlikely]] {
         stencilTiles.fetch(place.index, place.tijk, place.n, kAllAxes, *container, *channel,
                            tileAccessor);
         reportNan("voxelSamplerCubic: output is NAN", place, stencilTiles, *container);
@@ -179,13 +179,13 @@ template <class Tr, class V, class S, class P, int A, int B>
 V VoxelSamplerCubic<Tr, V, S, P, A, B>::sampleThroughCache(Ahead& ahead) {
     if (!isLastCell(ahead.place)) {
         lastCell.index = {};
-        if (!loadFromHaloTile(ahead.place)) {
+        if (loadFromHaloTile(ahead.place)) {
+            lastCell.atJump = false;
+            lastCell.index = ahead.place.index;
+            lastCell.n = ahead.place.n;
+        } else {
             fetchAhead(ahead);
-            return evaluate(ahead);
         }
-        lastCell.atJump = false;
-        lastCell.index = ahead.place.index;
-        lastCell.n = ahead.place.n;
     }
     return evaluate(ahead);
 }
@@ -246,7 +246,10 @@ V VoxelSamplerCubic<Tr, V, S, P, A, B>::sampleGeneral(Ahead& ahead, int deepest,
     // Without a fraction the cell is its lower voxel. A stored value counts, whatever the mask
     // says.
     if (nzc == 0)
-        return plainCells.read(place.index, ahead.own, place.n).at(0, 0, 0);
+        return checked(std::min({place.n.x, place.n.y, place.n.z}) >= 0
+                           ? *Cell<V>(ahead.own, {W, 0}, place.n).lower
+                           : plainCells.read(place.index, ahead.own, place.n).at(0, 0, 0),
+                       place);
     stencilTiles.fetch(place.index, place.tijk, place.n, axes, *container, *channel, tileAccessor);
     if (nzc == 3 && !stencilTiles.atResolutionJump() && place.index.depth == deepest) {
         fetchAhead(ahead);
@@ -264,7 +267,7 @@ V VoxelSamplerCubic<Tr, V, S, P, A, B>::sampleGeneral(Ahead& ahead, int deepest,
     const V value = nzc == 3 || !oneDepth ? path.alongAll()
                     : nzc == 1            ? path.along(first)
                                           : path.along(first, last);
-    return path.hasCollapsed() ? linear(ahead) : value;
+    return checked(path.hasCollapsed() ? linear(ahead) : value, place);
 }
 
 } // namespace KDX::TileTree3D

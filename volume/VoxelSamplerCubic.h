@@ -67,8 +67,8 @@ public:
     Ostrum::String modeName() const;
     Ostrum::String name() const override;
 
-    /// The value in the cell that begins at voxel `in_lijk` of a tile, as locate() finds it: 0 (-1
-    /// on axes where samples lie in the middle of their voxels) to W - 1, fractions in [0, 1).
+    /// The value in the cell that begins at voxel `in_lijk` of a tile, as locate() finds it: -1 (0
+    /// where all samples lie at corners) to W - 1, fractions in [0, 1).
     /// Fractions beyond that become the nearest one within; for other indices, and for tiles that
     /// do not exist, the value is the default. Neighbouring tiles deeper than `depth` are not
     /// looked at. `debug` prints the general path's steps and checks them for NaN.

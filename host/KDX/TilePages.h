@@ -107,21 +107,18 @@ public:
     void findBlock(const WideIndex& first, const int3& count, int depth,
                    std::span<const std::vector<Tile>> tilesByDepth, Cursor& cursor,
                    std::array<TreeIndex, 8>& found) const {
-        const std::int64_t extent = Traits::tileExtent(depth);
-        const WideIndex last{first.x + extent * (count.x - 1), first.y + extent * (count.y - 1),
-                             first.z + extent * (count.z - 1)};
         std::array<std::uint32_t, 8> entries{};
-        blockEntries(first, last, depth, cursor, entries);
-        const auto tag = static_cast<std::uint32_t>(depth - depthOf(groupOf(depth), 0));
-        const unsigned wanted =
-            (count.x > 1 ? 4U : 0U) | (count.y > 1 ? 2U : 0U) | (count.z > 1 ? 1U : 0U);
-        unsigned others = wanted == 7 ? 0 : 256;
+        blockEntries(first, count, depth, cursor, entries);
+        std::uint32_t everywhere = ~0U, anywhere = 0;
         for (unsigned place = 0; place < 8; ++place) {
             found[place] = {entries[place] & kIndexMask, depth};
-            others |= static_cast<unsigned>(entries[place] >> kIndexBits != tag) << place;
+            everywhere &= entries[place];
+            anywhere |= entries[place];
         }
-        if (others != 0) [[unlikely]]
-            findOthers(first, last, depth, tilesByDepth, cursor, wanted, others, found);
+        const auto tag = static_cast<std::uint32_t>(depth - depthOf(groupOf(depth), 0));
+        const bool areAllOfDepth = everywhere >> kIndexBits == tag && anywhere >> kIndexBits == tag;
+        if (!areAllOfDepth || count.x + count.y + count.z < 6) [[unlikely]]
+            findOthers(first, count, depth, tilesByDepth, cursor, entries, tag, found);
     }
 
     std::size_t memoryUsage() const {
@@ -232,68 +229,84 @@ private:
             cursor = {group, page, pageAt(group, page)};
     }
 
-    // The depth's group's entries of the cells that are first or last along each axis, 0 where it
-    // has none.
-    void blockEntries(const WideIndex& first, const WideIndex& last, int depth, Cursor& cursor,
+    // The depth's group's entries at the places of a block, 0 where it has none. Bits 2, 1 and 0 of
+    // a place stand for x, y and z.
+    void blockEntries(const WideIndex& first, const int3& count, int depth, Cursor& cursor,
                       std::array<std::uint32_t, 8>& entries) const {
         const int group = groupOf(depth);
-        Place lowest{}, highest{};
-        if (group > finestGroup_ || !toPlace(first, lowest) || !toPlace(last, highest))
+        Place lowest{};
+        if (group > finestGroup_ || !toPlaceBelow(first, Traits::tileExtent(depth), lowest))
             return;
-        const std::array<Place, 2> cells{cellAt(group, lowest), cellAt(group, highest)};
-        const std::array<Place, 2> pages{pageOf(cells[0]), pageOf(cells[1])};
-        // Bits 2, 1 and 0 stand for x, y and z, as in the places of the block.
-        const unsigned split = (pages[0].x != pages[1].x ? 4U : 0U) |
-                               (pages[0].y != pages[1].y ? 2U : 0U) |
-                               (pages[0].z != pages[1].z ? 1U : 0U);
-        // All subsets of the bits in `split`: a page for each.
-        unsigned p = 0;
-        do {
-            enterPage(group, {pages[p >> 2].x, pages[p >> 1 & 1].y, pages[p & 1].z}, cursor);
+        const Place low = cellAt(group, lowest);
+        const auto step = static_cast<std::uint32_t>(Traits::tileExtent(depth) /
+                                                     Traits::tileExtent(finestDepthOf(group)));
+        const Place high{low.x + (count.x > 1 ? step : 0), low.y + (count.y > 1 ? step : 0),
+                         low.z + (count.z > 1 ? step : 0)};
+        const Place lowPage = pageOf(low), highPage = pageOf(high);
+        if (same(lowPage, highPage)) [[likely]] {
+            enterPage(group, lowPage, cursor);
             if (cursor.page.cells)
-                pageEntries(cursor.page, cells, p, split, entries);
-            p = (p - split) & split;
-        } while (p != 0);
-    }
-
-    // Completes a block: the places in `others` are still to be found, and those that are not in
-    // the set of wanted ones hold no tile.
-    void findOthers(const WideIndex& first, const WideIndex& last, int depth,
-                    std::span<const std::vector<Tile>> tilesByDepth, Cursor& cursor,
-                    unsigned wanted, unsigned others, std::array<TreeIndex, 8>& found) const {
-        for (unsigned place = 0; place < 8; ++place)
-            if (place & ~wanted)
-                found[place] = {};
-            else if (others >> place & 1)
-                found[place] =
-                    find(WideIndex{place & 4 ? last.x : first.x, place & 2 ? last.y : first.y,
-                                   place & 1 ? last.z : first.z},
-                         depth, tilesByDepth, cursor)
-                        .treeIndex();
-    }
-
-    // The entries of those cells, first or last along each axis, that lie on one page of a block:
-    // in the bits of `split`, they are the page's own.
-    static void pageEntries(const Page& page, const std::array<Place, 2>& cells, unsigned p,
-                            unsigned split, std::array<std::uint32_t, 8>& entries) {
-        const std::size_t perAxis = cellsPerAxis(page.level);
-        std::array<std::size_t, 2> x, y, z;
-        for (std::size_t i = 0; i < 2; ++i) {
-            x[i] = alongPage(cells[i].x, page.level);
-            y[i] = perAxis * alongPage(cells[i].y, page.level);
-            z[i] = perAxis * perAxis * alongPage(cells[i].z, page.level);
-        }
-        const auto entry = [&](unsigned c) {
-            return page.cells[x[c >> 2] + y[c >> 1 & 1] + z[c & 1]];
-        };
-        if (split == 0) {
-            for (unsigned c = 0; c < 8; ++c)
-                entries[c] = entry(c);
+                onePageEntries(cursor.page, low, high, entries);
             return;
         }
-        for (unsigned c = 0; c < 8; ++c)
-            if (((c ^ p) & split) == 0)
-                entries[c] = entry(c);
+        // Bits 2, 1 and 0 of a place stand for x, y and z.
+        const unsigned split = (lowPage.x != highPage.x ? 4U : 0U) |
+                               (lowPage.y != highPage.y ? 2U : 0U) |
+                               (lowPage.z != highPage.z ? 1U : 0U);
+        std::array<Page, 8> pages; // at the first place of each
+        for (unsigned place = 0; place < 8; ++place) {
+            const Place cell{place & 4 ? high.x : low.x, place & 2 ? high.y : low.y,
+                             place & 1 ? high.z : low.z};
+            if ((place & split) == place) {
+                enterPage(group, pageOf(cell), cursor);
+                pages[place] = cursor.page;
+            }
+            const Page& page = pages[place & split];
+            if (page.cells)
+                entries[place] = page.cells[cellInPage(cell, page.level)];
+        }
+    }
+
+    static void onePageEntries(const Page& page, const Place& low, const Place& high,
+                               std::array<std::uint32_t, 8>& entries) {
+        const std::size_t perAxis = cellsPerAxis(page.level);
+        const auto along = [&](std::uint32_t cell) { return alongPage(cell, page.level); };
+        const std::uint32_t* const first = page.cells + cellInPage(low, page.level);
+        const std::size_t x = along(high.x) - along(low.x),
+                          y = perAxis * (along(high.y) - along(low.y)),
+                          z = perAxis * perAxis * (along(high.z) - along(low.z));
+        entries = {first[0], first[z],     first[y],     first[y + z],
+                   first[x], first[x + z], first[x + y], first[x + y + z]};
+    }
+
+    // As toPlace(), for an index with others `extent` above it on every axis.
+    static bool toPlaceBelow(const WideIndex& ijk, std::int64_t extent, Place& place) {
+        const std::uint64_t end = (std::uint64_t{1} << 32) - static_cast<std::uint64_t>(extent);
+        const auto x = static_cast<std::uint64_t>(ijk.x - kLowest),
+                   y = static_cast<std::uint64_t>(ijk.y - kLowest),
+                   z = static_cast<std::uint64_t>(ijk.z - kLowest);
+        place = {static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y),
+                 static_cast<std::uint32_t>(z)};
+        return x < end && y < end && z < end;
+    }
+
+    // Completes a block: finds the places whose entries are not of its depth; those that it does
+    // not extend to hold no tile.
+    void findOthers(const WideIndex& first, const int3& count, int depth,
+                    std::span<const std::vector<Tile>> tilesByDepth, Cursor& cursor,
+                    const std::array<std::uint32_t, 8>& entries, std::uint32_t tag,
+                    std::array<TreeIndex, 8>& found) const {
+        const std::int64_t extent = Traits::tileExtent(depth);
+        for (unsigned place = 0; place < 8; ++place) {
+            const int x = place >> 2, y = place >> 1 & 1, z = place & 1;
+            if (x >= count.x || y >= count.y || z >= count.z)
+                found[place] = {};
+            else if (entries[place] >> kIndexBits != tag)
+                found[place] = find(WideIndex{first.x + x * extent, first.y + y * extent,
+                                              first.z + z * extent},
+                                    depth, tilesByDepth, cursor)
+                                   .treeIndex();
+        }
     }
 
     std::uint32_t entryAt(int group, const Place& place, Cursor& cursor) const {

@@ -33,9 +33,9 @@ public:
 
     /// Whether a cube of `extent` index units that begins at the tile's origin holds `ijk`.
     bool contains(const int3& ijk, int extent) const {
-        const auto inside = [extent](int v, int origin) {
-            return static_cast<unsigned>(v) - static_cast<unsigned>(origin) <
-                   static_cast<unsigned>(extent);
+        // In 64 bits: a tile may reach beyond the last index.
+        const auto inside = [extent](std::int64_t v, std::int64_t origin) {
+            return static_cast<std::uint64_t>(v - origin) < static_cast<std::uint64_t>(extent);
         };
         return inside(ijk.x, tijk_.x) && inside(ijk.y, tijk_.y) && inside(ijk.z, tijk_.z);
     }

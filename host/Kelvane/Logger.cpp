@@ -91,13 +91,28 @@ timer::~timer() {
     entry_->seconds += elapsed.count();
 }
 
+namespace {
+// To be called with the lock held.
+Ostrum::Array<TimerEntry> endedTimers(const Diagnostics& d) {
+    Ostrum::Array<TimerEntry> report;
+    for (const auto& [path, entry] : d.timers)
+        if (entry->calls > 0)
+            report.push_back(*entry);
+    return report;
+}
+} // namespace
+
+Ostrum::Array<TimerEntry> timerReport() {
+    const Diagnostics& d = diagnostics();
+    const std::lock_guard lock(diagnostics().mutex);
+    return endedTimers(d);
+}
+
 Ostrum::Array<TimerEntry> takeTimerReport() {
     Diagnostics& d = diagnostics();
     const std::lock_guard lock(d.mutex);
-    Ostrum::Array<TimerEntry> report;
+    Ostrum::Array<TimerEntry> report = endedTimers(d);
     for (auto& [path, entry] : d.timers) {
-        if (entry->calls > 0)
-            report.push_back(*entry);
         // Timers that are still running go on with an entry that starts anew.
         entry->calls = 0;
         entry->seconds = 0;

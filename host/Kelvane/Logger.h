@@ -44,7 +44,10 @@ private:
     std::chrono::steady_clock::time_point start_;
 };
 
-/// What the timers that ended since the last call measured, by name; the call forgets it.
+/// What the timers that ended since the last takeTimerReport() measured, by name.
+OSTRUM_API Ostrum::Array<TimerEntry> timerReport();
+
+/// The same, and forgets it.
 OSTRUM_API Ostrum::Array<TimerEntry> takeTimerReport();
 
 } // namespace Kelvane::Logger

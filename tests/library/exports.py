@@ -17,7 +17,23 @@ expected = {member("sample_volume", value, value) for value in values}
 expected |= {
     member("sample_volume_gradient", value, f"Vantor::Math::{value}3") for value in ("float", "double")
 }
-assert len(expected) == 11
+OPTIONS = "Vantor::Sample::GenerateLocationOptions"
+LOCATIONS = "Ostrum::Array<Vantor::Geometry::Common::GeoLocation>"
+expected |= {
+    f"{OPTIONS}::{special}" for special in (
+        "GenerateLocationOptions()", f"GenerateLocationOptions({OPTIONS} const&)",
+        f"GenerateLocationOptions({OPTIONS}&&)", "~GenerateLocationOptions()",
+        f"operator=({OPTIONS} const&)", f"operator=({OPTIONS}&&)")
+}
+expected |= {
+    f"Vantor::Sample::generateSampleLocations(Vantor::Object const&, {OPTIONS} const&, {LOCATIONS}&, "
+    "Ostrum::RuntimeServices const*)",
+    "Geometry::Query::generate_sample_locations(Ostrum::Ptr<Vantor::Object> const&, "
+    "VantorExp::Geometry::SampleType, double, VantorExp::Geometry::AmountType, "
+    "VantorExp::Geometry::MaskControl, long, Ostrum::Ptr<Ostrum::Array<long long> > const&, bool, long, "
+    f"bool, Ostrum::String const&, bool, Ostrum::Ptr<{LOCATIONS} >&, Ostrum::RuntimeServices const&)",
+}
+assert len(expected) == 19
 
 listing = subprocess.run(
     ["nm", "-D", "--defined-only", "-C", sys.argv[1]], check=True, capture_output=True, text=True

@@ -76,6 +76,21 @@ void keepsTheTolerance(VoxelOffsetType type) {
         EXPECT_LE(channel->minDepth(), Shape::kFinestDepth - 2) << "tiles of three sizes meet";
     }
 
+    // The rim stays where it is: nothing beyond the ball's bounds, and no tile mostly outside.
+    const auto before =
+        fine.object->volumeParts().component<Channel<Shape, float, Shape::kVoxelsPerAxis, 0, 0>>(
+            "a");
+    const auto lowest = [](const auto& data) {
+        int3 corner{0, 0, 0};
+        for (int depth = 0; depth <= Shape::kFinestDepth; ++depth)
+            for (const auto& tile : data.tree()->tiles(depth))
+                if (tile.holdsVoxels())
+                    corner = {std::min(corner.x, tile.tijk().x), std::min(corner.y, tile.tijk().y),
+                              std::min(corner.z, tile.tijk().z)};
+        return corner;
+    };
+    EXPECT_EQ(lowest(*channel), lowest(*before));
+
     Ostrum::Array<float3> positions(200000);
     const double reach = (Shape::kChildrenPerAxis == 2 ? 80 : 120) * double{kVoxel};
     for (std::size_t i = 0; i < positions.size(); ++i) {

@@ -73,14 +73,41 @@ refuses(1, "only float and double have a gradient", "sample", volume, "-c", "vel
         "--gradient", "--random", "5")
 refuses(1, "cannot write 'no/such/folder.csv'", "sample", volume, "--random", "5", "-o",
         "no/such/folder.csv")
+refuses(1, "does not meet the channel's data", "slice", volume, "--at", "5", "-o", "no.png")
+refuses(1, "does not meet the channel's data", "slice", volume, "--fraction", "nan", "-o", "no.png")
+for line in "1.0f,2.0f,3.0f", '"1","2","3"', "1e999,0,0":
+    refuses(1, "standard input, line 1", "sample", volume, "-p", "-", stdin=line + "\n1,2,3\n")
+open("keep.csv", "w").write("0,0,0\n")
+os.chmod("keep.csv", 0o640)
+refuses(1, "is what is read", "sample", volume, "-p", "keep.csv", "-o", "keep.csv")
+check(open("keep.csv").read() == "0,0,0\n", "an input stays")
+answers("sample", volume, "--random", "5", "-o", "keep.csv")
+check(os.stat("keep.csv").st_mode & 0o777 == 0o640, "a file that is replaced keeps its mode")
+check(answers("sample", volume, "--random", "5", "-o", "/dev/stdout").count("\n") > 4, "/dev/stdout")
 refuses(1, "No space left", "sample", volume, "--random", "5", "-o", "/dev/full")
 
-# Wrong calls: status 2.
+# Wrong calls: status 2, and what is allowed.
+commands = "the commands are: info, sample, gradient, slice, scatter, demo, run"
+for words, arguments in [
+        ("there is no command 'paint'; " + commands, ["paint"]),
+        ("there is no option '--paint'; " + commands, ["--paint"]),
+        ("a command is missing; " + commands, []),
+        ("not expected: --paint", ["info", volume, "--paint"]),
+        ("--grid: a volume by formula has no grids", ["info", volume, "--grid", "density"]),
+        ("there is no sampler '' among {linear,cubic-c0,cubic-c1}",
+         ["slice", volume, "--sampler", ",", "-o", "no.png"]),
+        ("there is no sampler 'cubic' among {linear,cubic-c0,cubic-c1}",
+         ["slice", volume, "--sampler", "linear,cubic", "-o", "no.png"])]:
+    refuses(2, words, *arguments)
+refuses(1, "would be 44170 by 8688 pixels large, and 32767 is the most", "slice", volume, "--size",
+        "8192", "--sampler", ",".join(["linear"] * 5), "-o", "no.png")
+answers("slice", "--sampler", "linear,cubic-c1", volume, "--size", "32", "-o", "order.png")
 for arguments in [(), ("paint",), ("info",), ("sample", volume), ("slice", volume),
                   ("sample", volume, "--random", "5", "-p", "bad.csv"),
                   ("sample", volume, "--random", "5", "--format", "xml"),
                   ("sample", volume, "--random", "5", "--sampler", "nearest"),
                   ("info", volume, "--tolerance", "-1"),
+                  ("info", volume, "--tolerance", "nan"),
                   ("slice", volume, "-o", "no.png", "--origin", "0", "0", "0"),
                   ("slice", volume, "-o", "no.png", "--normal", "0", "0", "1"),
                   ("slice", volume, "-o", "-", "--json"),
@@ -118,6 +145,7 @@ table = json.loads(answers("sample", volume, "--random", "9", "--seed", "2", "--
 check(len(table["rows"]) == 9 and table["inputs"] == [volume], table)
 info = json.loads(answers("info", volume, "--json"))
 check([c["value_type"] for c in info["channels"]] == ["float", "float", "float3"], info)
+check(info["inputs"] == [volume] and info["command"] == f"stratum info {volume} --json", info)
 for words in (["--normal", "1", "2", "3"], ["--u", "1", "0", "0", "--v", "1", "1", "0"]):
     panels = json.loads(answers("slice", volume, "--origin", "0", "0", "0", *words, "--tiles",
                                 "--sampler", "linear,linear", "--size", "64", "--json",
@@ -132,9 +160,11 @@ check(all(f".SS stratum {name}\n" in manual for name in ("info", "sample", "grad
 done = subprocess.run(["bash", "-c", script + """
 COMP_WORDS=(stratum sample x.vdb --shape '') COMP_CWORD=4; _stratum; echo "${COMPREPLY[*]}"
 COMP_WORDS=(stratum gr) COMP_CWORD=1; _stratum; echo "${COMPREPLY[*]}"
-COMP_WORDS=(stratum slice --fr) COMP_CWORD=2; _stratum; echo "${COMPREPLY[*]}" """],
+COMP_WORDS=(stratum slice --fr) COMP_CWORD=2; _stratum; echo "${COMPREPLY[*]}"
+COMP_WORDS=(stratum run --th) COMP_CWORD=2; _stratum; echo "${COMPREPLY[*]}"
+COMP_WORDS=(stratum slice --sampler cu) COMP_CWORD=3; _stratum; echo "${COMPREPLY[*]}" """],
                       capture_output=True, text=True)
-check(done.stdout == "2 5\ngradient\n--fraction\n" and done.stderr == "", done)
+check(done.stdout == "2 5\ngradient\n--fraction\n--threads\ncubic-c0 cubic-c1\n" and done.stderr == "", done)
 check("stratum-demo.png" in answers("demo"), "demo says where the picture is")
 check(os.path.getsize("stratum-demo.png") > 50000, "demo draws")
 

@@ -1,6 +1,6 @@
 #include "io/OutputFile.h"
 #include "io/csvPositions.h"
-#include "io/csvValues.h"
+#include "io/sampleFiles.h"
 
 #include <gtest/gtest.h>
 
@@ -61,7 +61,7 @@ TEST(CsvValues, ReadBackTheSameBits) {
     values[1] = {-std::numeric_limits<double>::infinity(), 5e-324, 1};
     {
         OutputFile out(path);
-        writeCsvValues(out, "a,b", positions, values);
+        writeSamples(out, SampleFormat::kCsv, SampleTable("a,b", positions, values), {});
         EXPECT_FALSE(std::filesystem::exists(path)) << "appears only when complete";
         out.commit();
     }

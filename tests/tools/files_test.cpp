@@ -1,3 +1,5 @@
+#include "support/files.h"
+
 #include "io/byteOrder.h"
 #include "io/npyFile.h"
 #include "io/plyFile.h"
@@ -6,40 +8,15 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <filesystem>
-#include <fstream>
 #include <limits>
-#include <sstream>
 
 namespace {
 
 using namespace Stratum::io;
+using namespace Stratum::test;
 using Vantor::Math::double3;
 using Vantor::Math::float3;
 using Positions = Ostrum::Array<float3>;
-
-struct TemporaryFile {
-    explicit TemporaryFile(const std::string& extension)
-        : path(testing::TempDir() + "stratum_" + std::to_string(::getpid()) + extension) {}
-    ~TemporaryFile() { std::filesystem::remove(path); }
-    void put(const std::string& bytes) const { std::ofstream(path, std::ios::binary) << bytes; }
-    std::string get() const {
-        std::ostringstream text;
-        text << std::ifstream(path, std::ios::binary).rdbuf();
-        return text.str();
-    }
-    const std::string path;
-};
-
-template <class F>
-std::string failureOf(const F& f) {
-    try {
-        f();
-    } catch (const std::runtime_error& error) {
-        return error.what();
-    }
-    return "no failure";
-}
 
 const Positions kPositions{{0.1F, -1e-30F, 16777217.0F}, {-0.0F, 3e38F, 1e-45F}};
 constexpr double kInf = std::numeric_limits<double>::infinity();

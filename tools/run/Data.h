@@ -3,6 +3,7 @@
 
 #include "Ostrum/Array.h"
 #include "Ostrum/Ptr.h"
+#include "Vantor/GeoLocation.h"
 #include "Vantor/Object.h"
 #include "common/Math.h"
 
@@ -19,11 +20,13 @@ using ObjectPtr = Ostrum::Ptr<Vantor::Object>;
 
 namespace detail {
 using namespace Vantor::Math;
-using Data = std::variant<std::monostate, ObjectPtr
+using Data =
+    std::variant<std::monostate, ObjectPtr
 #define STRATUM_VALUE_TYPE(T) , ArrayPtr<T>
 #include "common/rows.def"
-                          ,
-                          ArrayPtr<std::int64_t>, ArrayPtr<bool>>;
+                 ,
+                 ArrayPtr<std::int64_t>, ArrayPtr<bool>, ArrayPtr<std::uint32_t>, ArrayPtr<double2>,
+                 ArrayPtr<double4>, ArrayPtr<Vantor::Geometry::Common::GeoLocation>>;
 } // namespace detail
 
 /// Nothing, an object, or an array of any element type.
@@ -43,6 +46,10 @@ void forEachElementTypeName(const F& f) {
     forEachValueTypeName(f);
     f(std::type_identity<std::int64_t>{}, "int64");
     f(std::type_identity<bool>{}, "bool");
+    f(std::type_identity<std::uint32_t>{}, "uint32");
+    f(std::type_identity<Vantor::Math::double2>{}, "double2");
+    f(std::type_identity<Vantor::Math::double4>{}, "double4");
+    f(std::type_identity<Vantor::Geometry::Common::GeoLocation>{}, "location");
 }
 
 template <class T>

@@ -28,8 +28,8 @@ const std::string& target(const Json* reference) {
 
 } // namespace
 
-Graph::Graph(const Json& nodes, const std::filesystem::path& folder)
-    : inputs_([this](const std::string& node) { return outcomes_.at(node).get(); }, folder),
+Graph::Graph(const Json& nodes, const std::filesystem::path& folder, bool quiet)
+    : inputs_([this](const std::string& node) { return outcomes_.at(node).get(); }, folder, quiet),
       json_(&nodes) {
     for (const auto& [name, json] : nodes.record()) {
         nodeType(json);
@@ -103,10 +103,11 @@ void Graph::failWithCycle(const std::map<std::string, std::size_t>& waiting) con
     next(start)->fail("nodes depend on each other in a circle: " + circle);
 }
 
-void Graph::evaluate() {
+void Graph::evaluate(const std::function<void(const std::string& node)>& begin) {
     for (const auto& name : order_) {
         const Json& json = *nodes_.at(name).json;
         io::throwIfCancelled();
+        begin(name);
         outcomes_[name] = std::make_unique<const Outcome>(nodeType(json).evaluate(json, inputs_));
     }
 }

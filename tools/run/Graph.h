@@ -14,11 +14,12 @@ namespace Stratum::tools::graph {
 class Graph {
 public:
     /// Checks that all types and all references exist and that no node depends on itself. The
-    /// document must outlive the graph; `folder` is where relative file names start.
-    Graph(const Json& nodes, const std::filesystem::path& folder);
+    /// document must outlive the graph; `folder` is where relative file names start, and `quiet`
+    /// keeps back what warnings there are about files.
+    Graph(const Json& nodes, const std::filesystem::path& folder, bool quiet);
 
-    /// Evaluates every node after those it refers to.
-    void evaluate();
+    /// Evaluates every node after those it refers to; `begin(name)` is called before each.
+    void evaluate(const std::function<void(const std::string& node)>& begin);
 
     /// For whoever refers to nodes from outside of them; see checkReference().
     const Inputs& inputs() const { return inputs_; }

@@ -1,5 +1,8 @@
 #include "run/Json.h"
 
+#include <array>
+#include <cstdio>
+
 namespace Stratum::tools::graph {
 
 namespace {
@@ -31,7 +34,15 @@ std::string Json::path() const {
 }
 
 void Json::fail(const std::string& what) const {
-    throw GraphError(path() + ": " + what);
+    // Names from the document may hold anything, also what would end a C string.
+    std::string message;
+    for (const char c : path() + ": " + what) {
+        std::array<char, 8> escape{};
+        if (static_cast<unsigned char>(c) < 0x20)
+            std::snprintf(escape.data(), escape.size(), "\\u%04x", static_cast<unsigned>(c));
+        message += escape[0] != '\0' ? escape.data() : std::string(1, c);
+    }
+    throw GraphError(message);
 }
 
 std::string Json::kind() const {

@@ -35,6 +35,8 @@ ObjectPtr Inputs::object(const Json& reference) const {
 std::string Inputs::fileName(const Json& json) const {
     if (json.text().empty())
         json.fail("the name of a file is wanted");
+    if (json.text().find('\0') != std::string::npos)
+        json.fail("no file has a name with a NUL in it");
     return (folder_ / json.text()).string();
 }
 

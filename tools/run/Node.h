@@ -53,9 +53,9 @@ class Inputs {
 public:
     using Find = std::function<const Outcome*(const std::string& node)>;
 
-    /// `folder` is where relative file names start.
-    Inputs(Find find, std::filesystem::path folder)
-        : find_(std::move(find)), folder_(std::move(folder)) {}
+    /// `folder` is where relative file names start; `quiet` keeps warnings back.
+    Inputs(Find find, std::filesystem::path folder, bool quiet)
+        : find_(std::move(find)), folder_(std::move(folder)), quiet_(quiet) {}
 
     static bool isReference(const Json& json);
 
@@ -77,9 +77,12 @@ public:
 
     std::string fileName(const Json& json) const;
 
+    bool quiet() const { return quiet_; }
+
 private:
     Find find_;
     std::filesystem::path folder_;
+    bool quiet_;
 };
 
 /// Calls `read()` and lets its failures name the place in the graph, too.

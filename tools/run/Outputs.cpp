@@ -1,16 +1,26 @@
 #include "run/Outputs.h"
 
 #include "io/OutputFile.h"
-#include "io/csvValues.h"
+#include "io/sampleFiles.h"
 #include "run/writeJson.h"
 
+#include <filesystem>
+#include <map>
 #include <memory>
+#include <set>
 
 namespace Stratum::tools::graph {
 
 namespace {
 
 using Vantor::Math::float3;
+
+// One path for all names of a file, whether it exists or not.
+std::filesystem::path identity(const std::string& file) {
+    std::error_code error;
+    auto path = std::filesystem::weakly_canonical(std::filesystem::absolute(file), error);
+    return error ? std::filesystem::path(file) : path;
+}
 
 bool isCsv(const std::string& file) {
     return file.ends_with(".csv");
@@ -24,15 +34,18 @@ void writeCsv(io::OutputFile& out, const Json& wish, const Graph& graph) {
     const auto write = [&]<class A>(const A& array) {
         if constexpr (std::is_same_v<A, std::monostate> || std::is_same_v<A, ObjectPtr> ||
                       std::is_same_v<A, ArrayPtr<std::int64_t>> ||
-                      std::is_same_v<A, ArrayPtr<bool>>) {
+                      std::is_same_v<A, ArrayPtr<std::uint32_t>> ||
+                      std::is_same_v<A, ArrayPtr<bool>> ||
+                      std::is_same_v<A, ArrayPtr<Vantor::Geometry::Common::GeoLocation>>) {
             wish.at("node").fail("CSV is written of value types only, and the node has " +
                                  describe(output.data));
         } else {
             if (!array || array->size() != positions->size())
                 wish.fail("there are " + std::to_string(positions->size()) + " positions and " +
                           std::to_string(array ? array->size() : 0) + " values");
-            io::writeCsvValues(out, output.name == "gradients" ? "gradient" : "value", *positions,
-                               *array);
+            const char* column = output.name == "gradients" ? "gradient" : "value";
+            io::writeSamples(out, io::SampleFormat::kCsv,
+                             io::SampleTable(column, *positions, *array), {});
         }
     };
     std::visit(write, output.data);
@@ -40,7 +53,8 @@ void writeCsv(io::OutputFile& out, const Json& wish, const Graph& graph) {
 
 } // namespace
 
-Outputs::Outputs(const Json* json, const Json& nodes, const Graph& graph) {
+Outputs::Outputs(const Json* json, const Json& nodes, const Graph& graph)
+    : nodes_(nodes), graph_(graph) {
     if (!json) {
         for (const auto& name : graph.results())
             wishes_.push_back({name, name, &nodes.at(name)});
@@ -60,6 +74,31 @@ Outputs::Outputs(const Json* json, const Json& nodes, const Graph& graph) {
         else if (positions && !(file && isCsv(file->text())))
             positions->fail("only a .csv file takes positions");
     }
+    refuseSameFiles();
+}
+
+void Outputs::refuseSameFiles() const {
+    std::map<std::filesystem::path, std::string> taken;
+    for (const Wish& wish : wishes_) {
+        if (wish.file.empty())
+            continue;
+        const auto [first, isNew] = taken.emplace(identity(wish.file), wish.place->path());
+        if (!isNew)
+            wish.place->at("file").fail("this file is written by " + first->second + " already");
+    }
+}
+
+void Outputs::refuseReplacing(const std::vector<std::string>& others) const {
+    std::set<std::filesystem::path> taken;
+    for (const auto& other : others)
+        if (other != "-")
+            taken.insert(identity(other));
+    for (const auto& [name, node] : nodes_.record())
+        if (const Json* file = node.find("file"); file && file->isText() && !file->text().empty())
+            taken.insert(identity(graph_.inputs().fileName(*file)));
+    for (const Wish& wish : wishes_)
+        if (!wish.file.empty() && taken.contains(identity(wish.file)))
+            wish.place->at("file").fail("this file is another input or output of the run");
 }
 
 void Outputs::writeFile(io::OutputFile& out, const Wish& wish, const Graph& graph,

@@ -16,6 +16,9 @@ public:
     /// Checks everything that can be told before the graph is evaluated.
     Outputs(const Json* json, const Json& nodes, const Graph& graph);
 
+    /// Fails when a file would take the place of one of these, or of a file that a node reads.
+    void refuseReplacing(const std::vector<std::string>& others) const;
+
     /// Writes the files, each complete or not at all, and then the document, if anything is in it.
     void write(const Graph& graph, bool withSeconds, Results& results) const;
 
@@ -29,6 +32,10 @@ private:
     static void writeFile(io::OutputFile& out, const Wish& wish, const Graph& graph,
                           bool withSeconds);
 
+    void refuseSameFiles() const;
+
+    const Json& nodes_;
+    const Graph& graph_;
     std::vector<Wish> wishes_;
 };
 

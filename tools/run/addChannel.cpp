@@ -2,6 +2,7 @@
 
 #include "KDX/ChannelBuilder.h"
 #include "Vantor/Volume.h"
+#include "interrupt.h"
 #include "run/Formula.h"
 #include "run/tiles.h"
 
@@ -57,7 +58,7 @@ void fillByFormula(const Json& json, double voxelSize, Builder<Traits, T>& build
     const std::optional<int> depth =
         depthJson ? std::optional(readDepth<Traits>(*depthJson)) : std::nullopt;
     builder.fillTiles([&](const auto& tile, const TreeIndex&, auto values) {
-        if (depth && tile.depth() != *depth)
+        if ((depth && tile.depth() != *depth) || isInterrupted())
             return;
         builder.forEachSample(tile, [&](std::size_t flat, const double3& index) {
             using Scalar = Vantor::Math::ScalarOf<T>;
@@ -140,8 +141,10 @@ void addChannel(const Json& json, const Inputs& inputs,
                                    outside ? readElement<T>(*outside) : T{},
                                    readHolds<Traits>(json));
         if (const Json* fills = json.find("fill"))
-            for (const Json& one : fills->list())
+            for (const Json& one : fills->list()) {
                 fill<Traits, T>(one, inputs, *tree, builder);
+                io::throwIfCancelled();
+            }
         Vantor::Geometry::addChannel(object, builder.finish());
     });
 }

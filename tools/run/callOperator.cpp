@@ -4,6 +4,7 @@
 #include "Kelvane/terminateMessage.h"
 #include "Ostrum/Job.h"
 #include "Ostrum/Memory.h"
+#include "interrupt.h"
 #include "io/Cancelled.h"
 #include "run/ConsoleCapture.h"
 
@@ -41,8 +42,12 @@ public:
     }
     ~Misbehaviour() {
         Ostrum::failAllocation(0);
-        if (cancels_)
-            Ostrum::cancelJob(false);
+        if (!cancels_)
+            return;
+        // The pretended cancellation ends here, one by the user does not.
+        Ostrum::cancelJob(false);
+        if (isInterrupted())
+            Ostrum::cancelJob();
     }
     Misbehaviour(const Misbehaviour&) = delete;
     Misbehaviour& operator=(const Misbehaviour&) = delete;
@@ -51,16 +56,25 @@ private:
     bool cancels_;
 };
 
-void forgetWhatWasTold() {
-    Kelvane::takeTerminateMessages();
-    Kelvane::Logger::takeTimerReport();
+using Timers = std::map<std::string, Timer>;
+
+// All that have run so far; the table at the end of the program wants them too.
+Timers timersNow() {
+    Timers timers;
+    for (const auto& timer : Kelvane::Logger::timerReport())
+        timers[timer.name.str()] = {timer.calls, timer.seconds};
+    return timers;
 }
 
-void takeWhatWasTold(Report& report) {
-    for (const auto& name : Kelvane::takeTerminateMessages())
-        report.terminated.push_back(name.str());
-    for (const auto& timer : Kelvane::Logger::takeTimerReport())
-        report.timers[timer.name.str()] = {timer.calls, timer.seconds};
+Timers timersSince(const Timers& before) {
+    Timers since;
+    for (const auto& [name, timer] : timersNow()) {
+        const auto found = before.find(name);
+        const Timer earlier = found == before.end() ? Timer() : found->second;
+        if (timer.calls > earlier.calls)
+            since[name] = {timer.calls - earlier.calls, timer.seconds - earlier.seconds};
+    }
+    return since;
 }
 
 } // namespace
@@ -73,7 +87,8 @@ Report callOperator(const Json& node, const OperatorCall& call) {
         std::numeric_limits<int>::max(), [&](int level, const Ostrum::String& message) {
             report.log.push_back(std::to_string(level) + ": " + message.str());
         });
-    forgetWhatWasTold();
+    Kelvane::takeTerminateMessages();
+    const Timers timersBefore = timersNow();
     ConsoleCapture console;
     try {
         const Misbehaviour misbehaviour(settings);
@@ -84,7 +99,9 @@ Report callOperator(const Json& node, const OperatorCall& call) {
     auto [out, errors] = console.finish();
     report.console = std::move(out);
     report.consoleErrors = std::move(errors);
-    takeWhatWasTold(report);
+    for (const auto& name : Kelvane::takeTerminateMessages())
+        report.terminated.push_back(name.str());
+    report.timers = timersSince(timersBefore);
     io::throwIfCancelled();
     return report;
 }

@@ -1,4 +1,5 @@
 // The node cubic_sampler: the sampler itself, with the settings that no operator selects.
+#include "interrupt.h"
 #include "run/callOperator.h"
 #include "run/nodeTypes.h"
 #include "run/samplerNode.h"
@@ -100,7 +101,7 @@ Settings readSettings(const Json& node) {
 template <class Sampler, class T, class PositionT>
 void sampleAll(Sampler& sampler, int finestDepth, const Settings& settings,
                const Ostrum::Array<PositionT>& positions, Ostrum::Array<T>& values) {
-    for (std::size_t i = 0; i < positions.size(); ++i) {
+    for (std::size_t i = 0; i < positions.size() && !isInterrupted(); ++i) {
         VoxelLocation<PositionT> at;
         sampler.locate(positions[i], std::min(finestDepth, settings.maxDepth), settings.space, at);
         values[i] = sampler.sample(at.treeIndex, at.n, at.f, settings.maxDepth, settings.debug);

@@ -1,5 +1,6 @@
 // The node linear_sampler: the sampler itself, without an operator around it.
 #include "KDX/halo.h"
+#include "interrupt.h"
 #include "ops/haloChannel.h"
 #include "run/callOperator.h"
 #include "run/nodeTypes.h"
@@ -37,7 +38,7 @@ template <class Sampler, class T, class PositionT>
 void sampleAll(Sampler sampler, const SamplerOptions& options,
                const Ostrum::Array<PositionT>& positions, Ostrum::Array<T>& values,
                Ostrum::Array<PositionT>& gradients) {
-    for (std::size_t i = 0; i < positions.size(); ++i) {
+    for (std::size_t i = 0; i < positions.size() && !isInterrupted(); ++i) {
         if constexpr (std::is_floating_point_v<T>)
             if (options.gradient) {
                 values[i] = sampler.sampleGradient(positions[i], options.maxDepth, options.space,

@@ -8,12 +8,17 @@ constexpr NodeType kNodeTypes[] = {
     {"array", evaluateArray, true},
     {"object", evaluateObject, true},
     {"volume", evaluateVolume, true},
+    {"mesh", evaluateMesh, true},
+    {"strands", evaluateStrands, true},
+    {"points", evaluatePoints, true},
+    {"geometry", evaluateGeometry, true},
     {"random_unit", evaluateRandomUnit, false},
     {"fold_seed", evaluateFoldSeed, false},
     {"linear_sampler", evaluateLinearSampler, false},
     {"cubic_sampler", evaluateCubicSampler, false},
     {"sample_volume", evaluateSampleVolume, false},
     {"sample_volume_gradient", evaluateSampleVolumeGradient, false},
+    {"generate_sample_locations", evaluateGenerateSampleLocations, false},
 };
 
 } // namespace

@@ -18,11 +18,16 @@ const NodeType& nodeType(const Json& node);
 Outcome evaluateArray(const Json& node, const Inputs& inputs);
 Outcome evaluateObject(const Json& node, const Inputs& inputs);
 Outcome evaluateVolume(const Json& node, const Inputs& inputs);
+Outcome evaluateMesh(const Json& node, const Inputs& inputs);
+Outcome evaluateStrands(const Json& node, const Inputs& inputs);
+Outcome evaluatePoints(const Json& node, const Inputs& inputs);
+Outcome evaluateGeometry(const Json& node, const Inputs& inputs);
 Outcome evaluateRandomUnit(const Json& node, const Inputs& inputs);
 Outcome evaluateFoldSeed(const Json& node, const Inputs& inputs);
 Outcome evaluateLinearSampler(const Json& node, const Inputs& inputs);
 Outcome evaluateCubicSampler(const Json& node, const Inputs& inputs);
 Outcome evaluateSampleVolume(const Json& node, const Inputs& inputs);
 Outcome evaluateSampleVolumeGradient(const Json& node, const Inputs& inputs);
+Outcome evaluateGenerateSampleLocations(const Json& node, const Inputs& inputs);
 
 } // namespace Stratum::tools::graph

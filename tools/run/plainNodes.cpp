@@ -3,36 +3,13 @@
 #include "common/randomUnit.h"
 #include "io/sampleFiles.h"
 #include "run/nodeTypes.h"
+#include "run/readSeeds.h"
 
 #include <limits>
 
 namespace Stratum::tools::graph {
 
-namespace {
-
 using Vantor::Math::float3;
-
-// 64-bit numbers in place, from 2^63 on too, or an array of int64.
-ArrayPtr<std::int64_t> readBits64Array(const Json& json, const Inputs& inputs) {
-    if (Inputs::isReference(json))
-        return inputs.array<std::int64_t>(json);
-    auto array = Ostrum::makePtr<Ostrum::Array<std::int64_t>>();
-    for (const Json& element : json.list())
-        array->push_back(readBits64(element));
-    return array;
-}
-
-// One 64-bit number in place, or an array of one.
-std::int64_t readSeed(const Json& json, const Inputs& inputs) {
-    if (!Inputs::isReference(json))
-        return readBits64(json);
-    const auto array = inputs.array<std::int64_t>(json);
-    if (array->size() != 1)
-        json.fail("one number is wanted, and the node has " + std::to_string(array->size()));
-    return (*array)[0];
-}
-
-} // namespace
 
 Outcome evaluateArray(const Json& node, const Inputs& inputs) {
     if (const Json* file = node.find("file")) {

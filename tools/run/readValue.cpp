@@ -64,4 +64,24 @@ std::int64_t readBits64(const Json& json) {
     json.fail("a whole number from -2^63 to 2^64 - 1 is wanted");
 }
 
+Vantor::Geometry::Common::GeoLocation readLocation(const Json& json) {
+    json.allowOnly({"kind", "element", "indices", "weights"});
+    Vantor::Geometry::Common::GeoLocation location;
+    location.kind = readElement<std::uint32_t>(json.at("kind"));
+    location.element = readElement<std::uint32_t>(json.at("element"));
+    const auto fill = [&]<class T>(const char* key, std::array<T, 4>& values) {
+        const Json* numbers = json.find(key);
+        if (!numbers)
+            return;
+        const auto& list = numbers->list();
+        if (list.size() > values.size())
+            numbers->fail("up to 4 numbers are wanted, not " + std::to_string(list.size()));
+        for (std::size_t i = 0; i < list.size(); ++i)
+            values[i] = readElement<T>(list[i]);
+    };
+    fill("indices", location.indices);
+    fill("weights", location.weights);
+    return location;
+}
+
 } // namespace Stratum::tools::graph

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cstdint>
+#include <limits>
 #include <type_traits>
 
 namespace Stratum::tools::graph {
@@ -19,13 +20,20 @@ Scalar readScalar(const Json& json);
 /// A 64-bit number, signed or unsigned; from 2^63 on as the signed number of the same bits.
 std::int64_t readBits64(const Json& json);
 
+/// {"kind": 3, "element": 7, "indices": [0, 1, 2], "weights": [0.5, 0.25, 0.25]}: what a list does
+/// not say is as in a location that is nowhere.
+Vantor::Geometry::Common::GeoLocation readLocation(const Json& json);
+
 /// One element: a number, an array of components, or for matrices an array of rows.
 template <class T>
 T readElement(const Json& json) {
     if constexpr (std::is_same_v<T, bool>) {
         return json.boolean();
-    } else if constexpr (std::is_same_v<T, std::int64_t>) {
-        return json.integer(std::numeric_limits<T>::min(), std::numeric_limits<T>::max());
+    } else if constexpr (std::is_same_v<T, Vantor::Geometry::Common::GeoLocation>) {
+        return readLocation(json);
+    } else if constexpr (std::is_integral_v<T>) {
+        return static_cast<T>(
+            json.integer(std::numeric_limits<T>::min(), std::numeric_limits<T>::max()));
     } else if constexpr (std::is_floating_point_v<T>) {
         return readScalar<T>(json);
     } else {

@@ -29,6 +29,7 @@ Ostrum::Ptr<const TileTree<Traits>> readTree(const Json& json, float voxelSize,
         if (count > kMostTiles)
             tiles.fail("too many tiles; a graph's tree may have up to 4194304");
         const Json* holds = tiles.find("holds_voxels");
+        io::throwIfCancelled();
         builder.addBox(selection.depth, selection.box, !holds || holds->boolean());
     }
     return builder.build(voxelSize, offsetType);
@@ -55,8 +56,10 @@ void addTree(const Json& json, const Inputs& inputs, Vantor::Object& object) {
             Ostrum::makePtr<VoxelTopology<Traits>>(tree, offset ? readElement<float3>(*offset)
                                                                 : voxelOffset(offsetType)));
     }
-    for (const Json& channel : json.at("channels").list())
+    for (const Json& channel : json.at("channels").list()) {
+        io::throwIfCancelled();
         addChannel<Traits>(channel, inputs, tree, object);
+    }
 }
 
 void addTreeOfShape(const Json& json, const Inputs& inputs, Vantor::Object& object) {
@@ -70,12 +73,21 @@ void addTreeOfShape(const Json& json, const Inputs& inputs, Vantor::Object& obje
 }
 
 ObjectPtr readFile(const Json& node, const Inputs& inputs) {
-    node.allowOnly({"type", "file", "grid", "shape"});
+    node.allowOnly({"type", "file", "grid", "shape", "tolerance"});
     CommonOptions options;
+    options.quiet = inputs.quiet();
     const Json& file = node.at("file");
-    options.file = file.text().starts_with("formula:") ? file.text() : inputs.fileName(file);
-    if (const Json* grid = node.find("grid"))
+    options.file = isFormula(file.text()) ? file.text() : inputs.fileName(file);
+    if (const Json* grid = node.find("grid")) {
+        if (isFormula(options.file))
+            grid->fail("a volume by formula has no grids");
         options.grid = grid->text();
+    }
+    if (const Json* tolerance = node.find("tolerance")) {
+        options.tolerance = tolerance->isText() ? -1 : readScalar<double>(*tolerance);
+        if (!(*options.tolerance >= 0))
+            tolerance->fail("a number of at least 0 is wanted");
+    }
     if (const Json* shape = node.find("shape"))
         options.shape = readShape(*shape);
     ObjectPtr object;
@@ -88,7 +100,7 @@ ObjectPtr readFile(const Json& node, const Inputs& inputs) {
 Outcome evaluateVolume(const Json& node, const Inputs& inputs) {
     if (node.find("file"))
         return {{{"object", readFile(node, inputs)}}};
-    node.allowOnly({"type", "trees", "file", "grid", "shape"});
+    node.allowOnly({"type", "trees", "file", "grid", "shape", "tolerance"});
     auto object = Ostrum::makePtr<Vantor::Object>();
     for (const Json& tree : node.at("trees").list())
         addTreeOfShape(tree, inputs, *object);

@@ -48,6 +48,9 @@ std::string list(const std::vector<std::string>& elements, const char* separator
 std::string elementToJson(std::int64_t value) {
     return std::to_string(value);
 }
+std::string elementToJson(std::uint32_t value) {
+    return std::to_string(value);
+}
 std::string elementToJson(bool value) {
     return value ? "true" : "false";
 }
@@ -69,6 +72,17 @@ std::string elementToJson(const T& value) {
         }
         return list(kColumns > 0 ? rows : row);
     }
+}
+
+std::string elementToJson(const Vantor::Geometry::Common::GeoLocation& location) {
+    std::vector<std::string> indices, weights;
+    for (const std::uint32_t index : location.indices)
+        indices.push_back(elementToJson(index));
+    for (const float weight : location.weights)
+        weights.push_back(numberToJson(weight));
+    return "{\"kind\": " + elementToJson(location.kind) +
+           ", \"element\": " + elementToJson(location.element) + ", \"indices\": " + list(indices) +
+           ", \"weights\": " + list(weights) + "}";
 }
 
 template <class T>

@@ -1,0 +1,118 @@
+#include "io/ColumnTable.h"
+
+#include "io/Cancelled.h"
+#include "io/byteOrder.h"
+#include "io/csvValues.h"
+
+#include <array>
+#include <bit>
+#include <stdexcept>
+
+namespace Stratum::io {
+
+namespace {
+
+bool isWhole(const ColumnTable::Column& column) {
+    return std::holds_alternative<std::vector<std::uint32_t>>(column.cells);
+}
+
+// Calls number(n) for the cells of each row and then endRow().
+template <class Number, class EndRow>
+void forEachRow(const ColumnTable& table, const Number& number, const EndRow& endRow) {
+    for (std::size_t row = 0; row < table.rows(); ++row) {
+        if (row % 4096 == 0)
+            throwIfCancelled();
+        for (const auto& column : table.columns())
+            std::visit([&](const auto& cells) { number(cells[row]); }, column.cells);
+        endRow();
+    }
+}
+
+void writeText(OutputFile& out, const ColumnTable& table, char separator) {
+    std::string line;
+    const auto add = [&]<class T>(T number) {
+        if constexpr (std::is_integral_v<T>)
+            line += std::to_string(number);
+        else
+            appendNumber(line, number);
+        line += separator;
+    };
+    forEachRow(table, add, [&] {
+        line.back() = '\n';
+        out.write(line);
+        line.clear();
+    });
+}
+
+void writeBinary(OutputFile& out, const ColumnTable& table, std::endian order) {
+    std::string row;
+    forEachRow(
+        table, [&](auto number) { appendAs(row, number, order); },
+        [&] {
+            out.write(row);
+            row.clear();
+        });
+}
+
+void writeCsv(OutputFile& out, const ColumnTable& table, const Provenance& provenance) {
+    if (!provenance.empty())
+        for (const auto& line : provenance.lines())
+            out.write("# " + line + "\n");
+    std::string header;
+    for (const auto& column : table.columns())
+        header += (header.empty() ? "" : ",") + column.name;
+    out.write(header + "\n");
+    writeText(out, table, ',');
+}
+
+void writePly(OutputFile& out, const char* encoding, const ColumnTable& table,
+              const Provenance& provenance) {
+    std::string header = std::string("ply\nformat ") + encoding + " 1.0\n";
+    if (!provenance.empty())
+        for (const auto& line : provenance.lines())
+            header += "comment " + line.substr(0, 4000) + "\n";
+    header += "element vertex " + std::to_string(table.rows()) + "\n";
+    for (const auto& column : table.columns())
+        header += (isWhole(column) ? "property uint " : "property float ") + column.name + "\n";
+    out.write(header + "end_header\n");
+}
+
+void writeNpy(OutputFile& out, const ColumnTable& table) {
+    std::string text = "{'descr': [";
+    for (const auto& column : table.columns())
+        text += "('" + column.name + "', '" + (isWhole(column) ? "<u4" : "<f4") + "'), ";
+    text += "], 'fortran_order': False, 'shape': (" + std::to_string(table.rows()) + ",), }";
+    std::string start("\x93NUMPY\1\0", 8);
+    // The data begin at a multiple of 64 bytes.
+    text.append(63 - (start.size() + 2 + text.size()) % 64, ' ');
+    text += '\n';
+    appendAs(start, static_cast<std::uint16_t>(text.size()), std::endian::little);
+    out.write(start + text);
+    writeBinary(out, table, std::endian::little);
+}
+
+} // namespace
+
+void writeTable(OutputFile& out, SampleFormat format, const ColumnTable& table,
+                const Provenance& provenance) {
+    switch (format) {
+    case SampleFormat::kCsv:
+        return writeCsv(out, table, provenance);
+    case SampleFormat::kNpy:
+        return writeNpy(out, table);
+    case SampleFormat::kPly:
+        writePly(out, "binary_little_endian", table, provenance);
+        return writeBinary(out, table, std::endian::little);
+    case SampleFormat::kPlyBigEndian:
+        writePly(out, "binary_big_endian", table, provenance);
+        return writeBinary(out, table, std::endian::big);
+    case SampleFormat::kPlyAscii:
+        writePly(out, "ascii", table, provenance);
+        return writeText(out, table, ' ');
+    case SampleFormat::kJson:
+        break;
+    }
+    throw std::invalid_argument("there is no JSON of a table");
+}
+
+} // namespace Stratum::io

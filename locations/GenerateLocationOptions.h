@@ -1,0 +1,70 @@
+// What to scatter on a geometry, and how.
+#pragma once
+
+#include "Ostrum/Array.h"
+#include "Ostrum/Ptr.h"
+#include "Ostrum/String.h"
+#include "common/export.h"
+
+#include <cstdint>
+
+namespace VantorExp::Geometry {
+
+/// What part of a geometry is sampled.
+enum class SampleType : std::int32_t {
+    Surface = 0, ///< faces of a mesh, or along strands; a volume's signed distance
+    Points = 1,  ///< points; a volume's fog density, or else its signed distance
+};
+
+/// How an amount is read.
+enum class AmountType : std::int32_t {
+    Count = 0,   ///< the number of samples
+    Density = 1, ///< samples per unit of area or length; points read a count all the same
+};
+
+/// What becomes of a sample that the mask rejects.
+enum class MaskControl : std::int32_t {
+    Resample = 0, ///< it is drawn again, up to a limit
+    Discard = 1,  ///< it is dropped
+};
+
+} // namespace VantorExp::Geometry
+
+namespace Vantor::Sample {
+
+/// The inputs of generateSampleLocations(). Copies share the seed array.
+struct STRATUM_API GenerateLocationOptions {
+    GenerateLocationOptions();
+    GenerateLocationOptions(const GenerateLocationOptions& other);
+    /// Takes the seed array over, which `other` then lacks, and copies all else.
+    GenerateLocationOptions(GenerateLocationOptions&& other);
+    ~GenerateLocationOptions();
+    GenerateLocationOptions& operator=(const GenerateLocationOptions& other);
+    /// Takes the seed array and the mask property over.
+    GenerateLocationOptions& operator=(GenerateLocationOptions&& other) noexcept;
+
+    VantorExp::Geometry::SampleType sample_type = VantorExp::Geometry::SampleType::Surface;
+    /// A number of samples or a density. A negative one counts as 0, and NaN makes none; a count
+    /// that is not whole is rounded up with the probability of its fraction.
+    double amount = 0;
+    /// Any value other than Density is a count.
+    VantorExp::Geometry::AmountType amount_type = VantorExp::Geometry::AmountType::Density;
+    VantorExp::Geometry::MaskControl mask_control = VantorExp::Geometry::MaskControl::Resample;
+    std::int64_t seed = 0;
+    /// Folded into the seed, in order; may be null.
+    Ostrum::Ptr<Ostrum::Array<long long>> seed_array;
+    bool use_max_number = false;
+    /// At most so many samples, if use_max_number; a negative number counts as 0. On points the
+    /// rounding of a fraction may add one.
+    std::int64_t max_number = 0;
+    bool use_mask = false;
+    /// The property whose value at a sample is the probability of keeping it: 0 or less and NaN
+    /// never, 1 and more always (but for a draw of exactly 1). bool counts as 0 or 1, a vector by
+    /// its first component; on faces and segments the values at the vertices are interpolated, in
+    /// the precision of the property.
+    Ostrum::String mask_property;
+    /// Keeps what the mask would reject.
+    bool invert_mask = false;
+};
+
+} // namespace Vantor::Sample

@@ -1,0 +1,28 @@
+// Scattering sample locations over a geometry.
+#pragma once
+
+#include "Ostrum/Array.h"
+#include "Ostrum/RuntimeServices.h"
+#include "Vantor/GeoLocation.h"
+#include "Vantor/Object.h"
+#include "locations/GenerateLocationOptions.h"
+
+namespace Vantor::Sample {
+
+/// Replaces `locations` by random ones on the geometry: on the faces of a mesh or along strands
+/// (sample_type Surface), among the points of a point cloud, mesh or strand object (Points). Any
+/// other geometry leaves `locations` as they were.
+///
+/// The same inputs give the same locations, whatever the number of threads: every number drawn
+/// depends on the seed and an index alone.
+///
+/// Negative numbers in the options count as 0 and a mask that cannot be used as none, each with a
+/// warning through `services`, which may be null. Index arrays of the geometry may be wrong: what
+/// they do not make usable is left out. A cancellation of the job and failing memory leave as
+/// exceptions, with `locations` as they were.
+STRATUM_API void
+generateSampleLocations(const Object& geometry, const GenerateLocationOptions& options,
+                        Ostrum::Array<Vantor::Geometry::Common::GeoLocation>& locations,
+                        const Ostrum::RuntimeServices* services);
+
+} // namespace Vantor::Sample

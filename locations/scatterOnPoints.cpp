@@ -1,0 +1,95 @@
+#include "locations/scatterOnPoints.h"
+
+#include "common/parallel.h"
+#include "locations/amounts.h"
+#include "locations/cancellation.h"
+
+#include <algorithm>
+#include <limits>
+#include <vector>
+
+namespace Vantor::Sample {
+
+namespace {
+
+using Geometry::Common::GeoLocation;
+using VantorExp::Geometry::MaskControl;
+
+constexpr std::uint64_t kAttempts = 32768, kDrawsPerSample = 65536;
+
+GeoLocation onPoint(std::size_t point) {
+    GeoLocation location;
+    location.kind = Geometry::Common::kOnPoint;
+    location.element = static_cast<std::uint32_t>(point);
+    return location;
+}
+
+// The extra sample of the rounding comes after the limits, and may exceed them.
+std::uint64_t countOf(const GenerateLocationOptions& options) {
+    constexpr std::uint64_t kMost = std::numeric_limits<std::uint32_t>::max();
+    const double amount = std::max(0.0, options.amount); // 0 for NaN
+    const std::uint64_t base =
+        wholeCount(amount, std::min(kMost, static_cast<std::uint64_t>(options.max_number)));
+    const double draw = randomUnit<double>(0, static_cast<std::uint64_t>(options.seed));
+    return amount - std::floor(amount) > draw ? base + 1 : base;
+}
+
+// Sets locations[i] = make(i) for all i, in parallel.
+template <class Make>
+void fill(Locations& locations, const Make& make) {
+    Stratum::parallelFor(locations.size(), 1000, [&](const Stratum::IndexRange& range) {
+        for (std::size_t i = range.begin(); i < range.end(); ++i)
+            locations[i] = make(i);
+    });
+    Stratum::throwIfCancelled();
+}
+
+std::vector<std::uint32_t> candidates(std::size_t pointCount, const PointMask& mask) {
+    std::vector<std::uint32_t> points;
+    for (std::size_t point = 0; point < pointCount; ++point)
+        if (!mask.rejectsAll(point))
+            points.push_back(static_cast<std::uint32_t>(point));
+    return points;
+}
+
+} // namespace
+
+Locations scatterOnPoints(std::size_t pointCount, const PointMask* mask,
+                          const GenerateLocationOptions& options) {
+    if (pointCount == 0)
+        return {};
+    const auto seed = static_cast<std::uint64_t>(options.seed);
+    const auto anyPoint = [&](std::size_t i) { return randomHash(i + 1, seed) % pointCount; };
+    const std::uint64_t count = countOf(options);
+    if (!mask) {
+        Locations locations(count);
+        fill(locations, [&](std::size_t i) { return onPoint(anyPoint(i)); });
+        return locations;
+    }
+    if (options.mask_control != MaskControl::Resample &&
+        options.mask_control != MaskControl::Discard)
+        return Locations(count);
+    const std::vector<std::uint32_t> points = candidates(pointCount, *mask);
+    if (points.empty())
+        return {};
+    Locations locations(count);
+    if (options.mask_control == MaskControl::Discard)
+        fill(locations, [&](std::size_t i) {
+            const std::size_t point = anyPoint(i);
+            return mask->rejects(point, (std::uint64_t{1} << 33) + i) ? GeoLocation()
+                                                                      : onPoint(point);
+        });
+    else
+        fill(locations, [&](std::size_t i) {
+            std::uint64_t draw = i * kDrawsPerSample + 1;
+            for (std::uint64_t attempt = 0; attempt < kAttempts; ++attempt, draw += 2) {
+                const std::size_t point = points[randomHash(draw, seed) % points.size()];
+                if (!mask->rejects(point, draw + 1))
+                    return onPoint(point);
+            }
+            return GeoLocation();
+        });
+    return keepValid(locations);
+}
+
+} // namespace Vantor::Sample

@@ -1,0 +1,358 @@
+#include "Vantor/Geometry.h"
+#include "io/LocationVertices.h"
+#include "io/byteOrder.h"
+#include "io/locationTable.h"
+#include "io/readFile.h"
+#include "io/readGeometry.h"
+#include "ops/generate_sample_locations.h"
+#include "support/files.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <filesystem>
+#include <numeric>
+#include <random>
+
+namespace {
+
+using namespace Stratum::io;
+using Stratum::test::failureOf;
+using namespace Vantor::Geometry;
+using Vantor::Math::float3;
+using Indices = Ostrum::Array<std::uint32_t>;
+using Locations = Ostrum::Array<Common::GeoLocation>;
+using Object = Ostrum::Ptr<Vantor::Object>;
+
+Indices indices(const Object& object, const Ostrum::String& name) {
+    const auto values = object->propertyData<std::uint32_t>(name);
+    return values ? *values : Indices();
+}
+
+Ostrum::Array<float3> points(const Object& object) {
+    return *object->propertyData<float3>(sPointPosition);
+}
+
+Locations scattered(const Object& object, bool onPoints, double count,
+                    const std::string& mask = {}) {
+    Ostrum::Ptr<Locations> locations;
+    using namespace VantorExp::Geometry;
+    ::Geometry::Query::generate_sample_locations(
+        object, onPoints ? SampleType::Points : SampleType::Surface, count, AmountType::Count,
+        MaskControl::Resample, 7, nullptr, false, 0, !mask.empty(), mask, false, locations,
+        Ostrum::RuntimeServices(0, {}));
+    return *locations;
+}
+
+// Everything that its readers must be able to rely on, whatever a file says.
+void expectSound(const Object& object) {
+    const std::size_t pointCount = points(object).size();
+    ASSERT_EQ(getElementCount(*object, sPointComp), pointCount);
+    for (const auto& [name, component, end] :
+         {std::tuple{sFaceOffset, sFaceComp, indices(object, sFaceVertex).size()},
+          std::tuple{sStrandOffset, sStrandComp, pointCount}}) {
+        const Indices offsets = indices(object, name);
+        if (offsets.empty())
+            continue;
+        ASSERT_EQ(offsets.size(), getElementCount(*object, component) + 1);
+        ASSERT_EQ(offsets[0], 0U);
+        ASSERT_TRUE(std::is_sorted(offsets.begin(), offsets.end()));
+        ASSERT_EQ(offsets[offsets.size() - 1], end);
+    }
+    for (const std::uint32_t vertex : indices(object, sFaceVertex))
+        ASSERT_LT(vertex, pointCount);
+    const LocationVertices vertices(*object);
+    for (const bool onPoints : {false, true})
+        for (const auto& location : scattered(object, onPoints, 20))
+            ASSERT_TRUE(location.kind == 0 || vertices.of(location).count > 0);
+}
+
+TEST(Obj, FacesKeepTheirCornersAndTheirOrder) {
+    std::string text = "\xEF\xBB\xBF# a comment\r\nmtllib none.mtl\r\n";
+    text += "v 9 9 9 1 0 0\r\n\tv +1.5 -2e-3 .25  \r\nvn 0 0 1\r\nvt 0 0\r\no first\r\n";
+    text += "v 0 0 0\r\nf 1//1 2/1 3/1/1\r\nusemtl a\r\nf -1 -2 -3 1 # back\r\ng\r\ng second\r\n";
+    std::string large = "f"; // more corners than a byte counts
+    for (int corner = 0; corner < 600; ++corner)
+        (large += ' ') += std::to_string(1 + corner % 3);
+    text += "s off\r\n" + large + "\r\nv 7 7 7\nf 4 1 2";
+    const LoadedGeometry geometry = readObj(text, "f");
+    EXPECT_TRUE(geometry.warnings.empty());
+    EXPECT_EQ(points(geometry.object),
+              (Ostrum::Array<float3>{{9, 9, 9}, {1.5F, -2e-3F, .25F}, {0, 0, 0}, {7, 7, 7}}));
+    EXPECT_EQ(indices(geometry.object, sFaceOffset), (Indices{0, 3, 7, 607, 610}));
+    const Indices corners = indices(geometry.object, sFaceVertex);
+    EXPECT_EQ(Indices(corners.begin(), corners.begin() + 8), (Indices{0, 1, 2, 2, 1, 0, 0, 0}));
+    EXPECT_EQ(corners[607], 3U);
+    EXPECT_EQ(getElementCount(*geometry.object, sFaceVertexComp), 610U);
+    expectSound(geometry.object);
+}
+
+TEST(Obj, LinesAreStrandsWithPointsOfTheirOwn) {
+    // Groups and materials must neither lose lines nor repeat them.
+    const LoadedGeometry geometry = readObj(
+        "v 0 0 0\nv 1 0 0\nv 0 2 0\ng a\nl 1 2\nusemtl m\nl 3/1 2 1\ng b\nv 5 5 5\nl -1 -4\n", "f");
+    EXPECT_EQ(indices(geometry.object, sStrandOffset), (Indices{0, 2, 5, 7}));
+    EXPECT_EQ(points(geometry.object),
+              (Ostrum::Array<float3>{
+                  {0, 0, 0}, {1, 0, 0}, {0, 2, 0}, {1, 0, 0}, {0, 0, 0}, {5, 5, 5}, {0, 0, 0}}));
+    EXPECT_TRUE(geometry.object->isA(*getStrandPrototype()));
+    EXPECT_FALSE(geometry.object->isA(*getMeshPrototype()));
+    expectSound(geometry.object);
+
+    const LoadedGeometry both = readObj("v 0 0 0\nv 1 0 0\nv 0 2 0\nl 1 2\nf 1 2 3\n", "f");
+    EXPECT_FALSE(both.object->isA(*getStrandPrototype()));
+    EXPECT_EQ(both.warnings,
+              (std::vector<std::string>{"f has faces, and so its 1 lines are left "
+                                        "out; a file of lines alone makes strands"}));
+    const LoadedGeometry cloud = readObj("v 0 0 0\nv 1 0 0\np 1\n", "f");
+    EXPECT_FALSE(cloud.object->isA(*getMeshPrototype()));
+    EXPECT_EQ(points(cloud.object).size(), 2U);
+}
+
+TEST(Obj, WhatIsWrongIsNamedWithItsLine) {
+    const std::string v3 = "v 0 0 0\nv 1 0 0\nv 0 1 0\n";
+    const std::pair<std::string, std::string> cases[] = {
+        {"v 1 2\n", "f, line 1: a vertex has 3 coordinates"},
+        {"v 1 2 three\n", "f, line 1: 'three' is no number of single precision"},
+        {"v 1 2 nan\n", "f, line 1: 'nan' is no number of single precision"},
+        {"v 1 2 1e39\n", "f, line 1: '1e39' is no number of single precision"},
+        {"v 1 2 1e999\n", "f, line 1: '1e999' is no number of single precision"},
+        {v3 + "f 1 2\n", "f, line 4: a face has at least 3 corners, and this one has 2"},
+        {v3 + "l 1\n", "f, line 4: a line has at least 2 points, and this one has 1"},
+        {v3 + "f 1 2 0\n", "f, line 4: '0' names no vertex"},
+        {v3 + "f 1 2 3.5\n", "f, line 4: '3.5' names no vertex"},
+        {v3 + "f 1 2 99999999999\n", "f, line 4: '99999999999' names no vertex"},
+        {v3 + "f 1 2 /3\n", "f, line 4: '/3' names no vertex"},
+        {v3 + "f 1 2 -4\n", "f, line 4: there is no vertex -4; before this line there are 3"},
+        {v3 + "f 1 2 4\n\nf 1 2 5\nf 1 2 3\n", "f, line 6: there is no vertex 5; there are 3"},
+    };
+    for (const auto& [text, message] : cases)
+        EXPECT_EQ(failureOf([&] { readObj(text, "f"); }), message);
+}
+
+// Faces first, numbers of several types, and properties that the geometry has no use for.
+std::string mesh(const std::string& encoding) {
+    std::string text;
+    for (const std::string line :
+         {"ply", "format ", "element face 3", "property short moss",
+          "property list uchar int16 vertex_index", "property list int8 float uv",
+          "property double age", "element vertex 5", "property double z", "property uchar moss",
+          "property float x", "property list uchar uchar none", "property int y",
+          "property uint face_offset", "end_header"})
+        text += line + (line == "format " ? encoding + " 1.0" : "") + "\n";
+    if (encoding == "ascii")
+        return text + "-1 3 0 1 2 0 0.1\n1 4 0 1 3 2 2 .5 .5 1e300\n0 0 0 -7\n" +
+               "0 0 0 1 9 0 1\n0 1 1 0 0 2\n0.5 2 0 0 1 3\n0 255 1 0 1 4\n3 9 4 0 4 5\n";
+    const auto order = encoding == "binary_big_endian" ? std::endian::big : std::endian::little;
+    const auto add = [&]<class... N>(N... numbers) { (appendAs(text, numbers, order), ...); };
+    using I8 = std::int8_t;
+    using U8 = std::uint8_t;
+    using I16 = std::int16_t;
+    add(I16{-1}, U8{3}, I16{0}, I16{1}, I16{2}, I8{0}, 0.1);
+    add(I16{1}, U8{4}, I16{0}, I16{1}, I16{3}, I16{2}, I8{2}, .5F, .5F, 1e300);
+    add(I16{0}, U8{0}, I8{0}, -7.0);
+    add(0.0, U8{0}, 0.0F, U8{1}, U8{9}, 0, 1U, 0.0, U8{1}, 1.0F, U8{0}, 0, 2U);
+    add(0.5, U8{2}, 0.0F, U8{0}, 1, 3U, 0.0, U8{255}, 1.0F, U8{0}, 1, 4U);
+    add(3.0, U8{9}, 4.0F, U8{0}, 4, 5U);
+    return text;
+}
+
+TEST(PlyGeometry, MeshesOfEveryEncodingWithTheirProperties) {
+    for (const char* encoding : {"ascii", "binary_little_endian", "binary_big_endian"}) {
+        SCOPED_TRACE(encoding);
+        const Object object = readPlyGeometry(mesh(encoding), "f").object;
+        EXPECT_EQ(points(object),
+                  (Ostrum::Array<float3>{{0, 0, 0}, {1, 0, 0}, {0, 1, .5F}, {1, 1, 0}, {4, 4, 3}}));
+        EXPECT_EQ(indices(object, sFaceOffset), (Indices{0, 3, 7, 7}));
+        EXPECT_EQ(indices(object, sFaceVertex), (Indices{0, 1, 2, 0, 1, 3, 2}));
+        EXPECT_EQ(*object->propertyData<float>("moss"), (Ostrum::Array<float>{0, 1, 2, 255, 9}));
+        EXPECT_EQ(object->propertyTarget("moss"), sPointComp);
+        EXPECT_EQ(*object->propertyData<float>("face:moss"), (Ostrum::Array<float>{-1, 1, 0}));
+        EXPECT_EQ(object->propertyTarget("face:moss"), sFaceComp);
+        EXPECT_EQ(*object->propertyData<double>("age"), (Ostrum::Array<double>{.1, 1e300, -7}));
+        // The host's own names stay the host's.
+        EXPECT_EQ(object->propertyTarget("face_offset"), sFaceComp);
+        expectSound(object);
+        for (const auto& location : scattered(object, false, 50, "face:moss"))
+            EXPECT_EQ(location.element, 1U) << "the mask of face 0 is below 0";
+    }
+}
+
+TEST(PlyGeometry, WithoutFacesThereArePoints) {
+    const std::string vertices = "element vertex 2\nproperty float x\nproperty float y\nproperty "
+                                 "float z\nproperty uchar dry\n";
+    const std::string rows = "end_header\n1 2 nan 0\n4 5 6 1\n";
+    for (const std::string faces : {"", "element face 0\nproperty list uchar int vertex_indices\n",
+                                    "element face 0\nproperty float area\n"}) {
+        const Object object =
+            readPlyGeometry("ply\nformat ascii 1.0\n" + vertices + faces + rows, "f").object;
+        EXPECT_FALSE(object->isA(*getMeshPrototype()));
+        EXPECT_TRUE(object->isA(*getPointCloudPrototype()));
+        for (const auto& location : scattered(object, true, 30, "dry"))
+            EXPECT_EQ(location.element, 1U);
+    }
+}
+
+TEST(PlyGeometry, WhatIsWrongIsNamedWithItsPlace) {
+    const std::string start = "ply\nformat ascii 1.0\n";
+    const std::string xyz = "property float x\nproperty float y\nproperty float z\n";
+    const std::string one = start + "element vertex 1\n" + xyz;
+    const std::string list = "element face 2\nproperty list char int vertex_indices\nend_header\n";
+    const std::pair<std::string, std::string> cases[] = {
+        {"solid\n", "f, line 1: it is no PLY file: the first line must be 'ply'"},
+        {start + "element face 0\nend_header\n", "f: it has no element 'vertex'"},
+        {start + "element vertex 0\nproperty float x\nproperty float y\nend_header\n",
+         "f: its vertices have no number 'z'"},
+        {one + "element face 1\nproperty float vertex_indices\nend_header\n0 0 0\n1\n",
+         "f: its faces have no list 'vertex_indices' of whole numbers"},
+        {one + "element face 1\nproperty list int float vertex_indices\nend_header\n0 0 0\n1 0\n",
+         "f: its faces have no list 'vertex_indices' of whole numbers"},
+        {one + list + "0 0 0\n1 0\n2 0 1\n",
+         "f: face 1: there is no vertex 1; there are 1, from 0"},
+        {one + list + "0 0 0\n1 -1\n0\n", "f: face 0: there is no vertex -1; there are 1, from 0"},
+        {one + list + "0 0 0\n1 0\n-1\n",
+         "f, line 12: the list 'vertex_indices' has a negative length"},
+        {one + list + "0 0 0\n1 0\n", "f: it is cut short: it holds 1 of 2 of 'face'"},
+        {start + "element vertex 1\nproperty double x\nproperty double y\nproperty double "
+                 "z\nend_header\n0 0 1e39\n",
+         "f: vertex 0 is beyond single precision"},
+        {start + "element vertex 4000000000\n" + xyz + "end_header\n",
+         "f: it is cut short: 4000000000 of 'vertex' are claimed, more than its 109 bytes can "
+         "hold"},
+    };
+    for (const auto& [text, message] : cases)
+        EXPECT_EQ(failureOf([&] { readPlyGeometry(text, "f"); }), message);
+}
+
+std::string damaged(std::string bytes, std::mt19937& random) {
+    const auto below = [&](std::size_t n) { return random() % n; };
+    for (std::size_t times = 1 + below(2); times > 0 && !bytes.empty(); --times) {
+        const std::size_t at = below(bytes.size());
+        const std::string words[] = {"-1", "4294967295", "1e39", "nan", " ", "\n", "0", "/"};
+        switch (below(6)) {
+        case 0:
+            bytes[at] = static_cast<char>(below(256));
+            break;
+        case 1:
+            bytes.resize(at);
+            break;
+        case 2:
+            bytes.erase(at, 1 + below(9));
+            break;
+        case 3:
+            bytes.insert(at, bytes.substr(below(bytes.size()), 1 + below(40)));
+            break;
+        case 4:
+            bytes.insert(at, words[below(std::size(words))]);
+            break;
+        default:
+            if (const auto digit = bytes.find_first_of("0123456789", at); digit != bytes.npos)
+                bytes[digit] = static_cast<char>('0' + below(10));
+        }
+    }
+    return bytes;
+}
+
+// A reader either gives a sound geometry or says in one line, beginning with the file's name, what
+// is wrong.
+void expectNoHarm(const std::string& good,
+                  LoadedGeometry (*read)(std::string_view, const std::string&)) {
+    std::mt19937 random(1);
+    constexpr int kCases = 4000;
+    int refused = 0;
+    for (int i = 0; i < kCases; ++i) {
+        const std::string bytes = damaged(good, random);
+        SCOPED_TRACE("case " + std::to_string(i) + ": " + bytes);
+        try {
+            expectSound(read(bytes, "f").object);
+        } catch (const std::runtime_error& error) {
+            const std::string message = error.what();
+            ASSERT_EQ(message[0], 'f');
+            ASSERT_EQ(message.find('\n'), std::string::npos) << message;
+            ++refused;
+        }
+        if (testing::Test::HasFatalFailure())
+            return;
+    }
+    EXPECT_GT(refused, kCases / 5);
+    EXPECT_LT(refused, kCases * 19 / 20);
+}
+
+TEST(Damage, OfObjMeshes) {
+    expectNoHarm("o a\nv 0 0 0\nv 1.5 0 0\nv 1 1 0\nv 0 1 1e-3\nf 1 2 3 4\ng b\nusemtl c\n"
+                 "v 2 2 2\nf 1/1/1 -1/2/2 3//3\nf 4 3 2 1 5\n",
+                 readObj);
+}
+TEST(Damage, OfObjStrands) {
+    expectNoHarm("v 0 0 0\nv 1.5 0 0\nv 1 1 0\nl 1 2 3\ng b\nl 3 1\nusemtl c\nl -1 -2 # end\n",
+                 readObj);
+}
+TEST(Damage, OfPlyTexts) {
+    expectNoHarm(mesh("ascii"), readPlyGeometry);
+}
+TEST(Damage, OfPlyBytes) {
+    expectNoHarm(mesh("binary_little_endian"), readPlyGeometry);
+}
+TEST(Damage, OfPlyBytesInTheOtherOrder) {
+    expectNoHarm(mesh("binary_big_endian"), readPlyGeometry);
+}
+
+TEST(LocationTable, ComesBackFromPlyBitForBit) {
+    const Object object = readPlyGeometry(mesh("ascii"), "f").object;
+    const Locations locations = scattered(object, false, 40);
+    ASSERT_EQ(locations.size(), 40U);
+    const ColumnTable table = locationTable(*object, {locations.data(), locations.size()});
+    for (const auto format :
+         {SampleFormat::kPly, SampleFormat::kPlyBigEndian, SampleFormat::kPlyAscii}) {
+        const std::string path =
+            testing::TempDir() + "stratum_locations_" + std::to_string(::getpid()) + ".ply";
+        OutputFile out(path);
+        writeTable(out, format, table, {"1.2", "scatter f", {"f"}});
+        out.commit();
+        const Object back = readGeometry(path).object;
+        std::filesystem::remove(path);
+        const auto where = points(back);
+        const LocationVertices vertices(*object);
+        for (std::size_t i = 0; i < locations.size(); ++i) {
+            const auto found = vertices.of(locations[i]);
+            EXPECT_EQ(where[i], vertices.position(found));
+            EXPECT_EQ((*back->propertyData<double>("element"))[i], locations[i].element);
+            EXPECT_EQ((*back->propertyData<double>("corner2"))[i], locations[i].indices[2]);
+            EXPECT_EQ((*back->propertyData<float>("weight1"))[i], locations[i].weights[1]);
+            // The triangles (0, 1, 2) and those of the bent quad have these normals.
+            const float nx = (*back->propertyData<float>("nx"))[i],
+                        ny = (*back->propertyData<float>("ny"))[i],
+                        nz = (*back->propertyData<float>("nz"))[i];
+            EXPECT_NEAR(std::hypot(nx, ny, nz), 1, 1e-6);
+            const float3 normal = vertices.triangleNormal(found);
+            EXPECT_EQ(normal, (float3{nx, ny, nz}));
+            if (locations[i].element == 0) {
+                EXPECT_EQ(nx, 0);
+                EXPECT_NEAR(ny, -0.5 / std::sqrt(1.25), 1e-6);
+                EXPECT_NEAR(nz, 1 / std::sqrt(1.25), 1e-6);
+            }
+        }
+    }
+}
+
+TEST(PropertyAt, InterpolatesAsMasksDo) {
+    const Object object = readPlyGeometry(mesh("ascii"), "f").object;
+    Locations locations(3);
+    locations[0].kind = Common::kOnFace;
+    locations[0].element = 1; // of the points 0, 1, 3, 2
+    locations[0].indices = {0, 2, 3, kInvalidIndex};
+    locations[0].weights = {.5F, .125F, .375F, 0};
+    locations[1].kind = Common::kOnPoint;
+    locations[1].element = 3;
+    const std::span all(locations.data(), locations.size());
+    EXPECT_EQ(propertyAt(*object, "moss", all)[0], .125F * 255 + .375F * 2);
+    EXPECT_EQ(propertyAt(*object, "face:moss", all)[0], 1);
+    EXPECT_EQ(propertyAt(*object, "moss", all)[1], 255);
+    EXPECT_EQ(propertyAt(*object, "point_position", all)[0], .125F) << "a vector's first component";
+    EXPECT_TRUE(std::isnan(propertyAt(*object, "moss", all)[2])) << "a location that is nowhere";
+    EXPECT_EQ(failureOf([&] { propertyAt(*object, "none", all); }),
+              "the geometry has no property 'none' of numbers or vectors");
+}
+
+} // namespace

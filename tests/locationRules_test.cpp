@@ -1,0 +1,437 @@
+// Scattering, rule by rule, and on broken geometry.
+#include "KDX/exceptionMessage.h"
+#include "Ostrum/Job.h"
+#include "support/locationCases.h"
+
+using namespace StratumTest;
+using namespace Vantor::Geometry;
+
+namespace {
+
+TEST(Locations, AmountsAreRoundedUpOnlyAboveTheDraw) {
+    const auto exact = randomUnit<double>(0, 7);
+    const auto above = std::nextafter(exact, 1.0);
+    Vantor::Object points;
+    setPoints(points, std::vector<float3>(3));
+    const auto sizes = [&](double amount) {
+        return std::array{scatter(kTriangle.object(), byCount(amount)).size(),
+                          scatter(kSegment.object(), byCount(amount)).size(),
+                          scatter(points, onPoints(byCount(amount))).size()};
+    };
+    EXPECT_EQ(sizes(exact), (std::array<std::size_t, 3>{0, 0, 0}));
+    EXPECT_EQ(sizes(above), (std::array<std::size_t, 3>{1, 1, 1}));
+    EXPECT_EQ(sizes(2.5), (std::array<std::size_t, 3>{3, 3, 3}));
+    EXPECT_EQ(sizes(2.0), (std::array<std::size_t, 3>{2, 2, 2}));
+    // A triangle's share of a density, in float: its area is a half.
+    const float share = randomUnit<float>(0, 7);
+    EXPECT_EQ(scatter(kTriangle.object(), byDensity(double(2 * share))).size(), 0U);
+    EXPECT_EQ(
+        scatter(kTriangle.object(), byDensity(double(2 * std::nextafter(share, 1.0F)))).size(), 1U);
+    // Along strands the length counts before the rounding: 1.25 times 10.
+    const SlowStrands longer{{{0, 0, 0}, {1.25F, 0, 0}}, {0, 2}};
+    EXPECT_EQ(scatter(longer.object(), byDensity(10)).size(), 13U);
+    // Points take a density for a count.
+    EXPECT_EQ(scatter(points, onPoints(byDensity(5))).size(), 5U);
+}
+
+TEST(Locations, NoAmountIsTooStrange) {
+    const double inf = std::numeric_limits<double>::infinity();
+    Vantor::Object points;
+    setPoints(points, std::vector<float3>(3));
+    const auto mesh = kSmallMesh.object(), strands = kSmallStrands.object();
+    for (const auto& make : {byCount, byDensity}) {
+        for (const double none : {0.0, -3.0, double(kNan), -inf})
+            EXPECT_TRUE(scatter(mesh, make(none, 7)).empty() &&
+                        scatter(strands, make(none, 7)).empty() &&
+                        scatter(points, onPoints(make(none, 7))).empty())
+                << none;
+        for (const double huge : {1e300, inf, 0x1p63, 1e17}) {
+            // A cap holds, exactly, and by more than it for the extra point only.
+            EXPECT_EQ(scatter(mesh, capped(make(huge, 7), 5)).size(), 5U) << huge;
+            EXPECT_EQ(scatter(strands, capped(make(huge, 7), 5)).size(), 5U) << huge;
+            EXPECT_EQ(scatter(points, onPoints(capped(make(huge, 7), 5))).size(), 5U) << huge;
+            EXPECT_TRUE(scatter(mesh, capped(make(huge, 7), 0)).empty());
+            Locations kept(2);
+            EXPECT_THROW(
+                Vantor::Sample::generateSampleLocations(mesh, make(huge, 7), kept, nullptr),
+                std::bad_alloc);
+            EXPECT_THROW(
+                Vantor::Sample::generateSampleLocations(strands, make(huge, 7), kept, nullptr),
+                std::bad_alloc);
+            EXPECT_EQ(kept.size(), 2U);
+        }
+    }
+    EXPECT_EQ(scatter(points, onPoints(capped(byCount(9.9), 5))).size(), 6U);
+    EXPECT_EQ(scatter(mesh, capped(byCount(9.9), 5)).size(), 5U);
+    EXPECT_EQ(scatter(strands, capped(byCount(9.9), 5)).size(), 5U);
+    // A density that may exceed the cap becomes a count: here 3 triangles, and 2 for the area.
+    expectSame(scatter(mesh, capped(byDensity(0.25), 4)), kSmallMesh.byCount(byCount(4), 4, {}),
+               "density as count", 7);
+    expectSame(scatter(mesh, capped(byDensity(0.25), 5)),
+               kSmallMesh.byDensity(byDensity(0.25), 0.25F, {}), "density", 7);
+    // An amount type that is none is a count.
+    auto odd = byCount(4);
+    odd.amount_type = AmountType{17};
+    EXPECT_EQ(scatter(mesh, odd), scatter(mesh, byCount(4)));
+    EXPECT_EQ(scatter(strands, odd), scatter(strands, byCount(4)));
+}
+
+TEST(Locations, TheTrianglesOfAFaceShareTheirDraws) {
+    const SlowMesh quad{{{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}}, {{0, 1, 2, 3}}};
+    const auto locations = scatter(quad.object(), byDensity(40));
+    ASSERT_EQ(locations.size(), 40U);
+    for (std::size_t i = 0; i < 20; ++i) {
+        EXPECT_EQ(locations[i].indices[1], 1U);
+        EXPECT_EQ(locations[i + 20].indices[1], 2U);
+        EXPECT_EQ(locations[i].weights, locations[i + 20].weights);
+    }
+}
+
+TEST(Locations, AValueEqualToTheDrawRejectsEitherWay) {
+    const float r = randomUnit<float>(std::uint64_t{1} << 33, 7);
+    Vantor::Object point;
+    setPoints(point, std::vector<float3>(1));
+    const auto kept = [&](float value, bool invert) {
+        return scatter(withMask(point, sPointComp, std::vector{value}),
+                       onPoints(masked(byCount(1), MaskControl::Discard, invert)))
+            .size();
+    };
+    EXPECT_EQ(kept(r, false), 0U);
+    EXPECT_EQ(kept(std::nextafter(r, 1.0F), false), 1U);
+    EXPECT_EQ(kept(r, true), 0U);
+    EXPECT_EQ(kept(std::nextafter(r, 0.0F), true), 1U);
+}
+
+// The seeds were searched for: the smallest of the mask draws is that of the last attempt, or of
+// the one after it. A mask value just above that draw is passed there alone.
+TEST(Locations, AttemptsEndWhereTheyShould) {
+    struct Case {
+        std::int64_t seed;
+        float draw;
+        std::size_t kept;
+    };
+    Vantor::Object point;
+    setPoints(point, std::vector<float3>(1));
+    const auto sizeOf = [](const Vantor::Object& object, const Case& c, bool points) {
+        const auto options = masked(byCount(1, c.seed));
+        const std::size_t count =
+            std::max<std::size_t>(3, object.elementCount(sPointComp)); // values for all there is
+        return scatter(withMask(object, sPointComp,
+                                std::vector<float>(count, std::nextafter(c.draw, 1.0F))),
+                       points ? onPoints(options) : options)
+            .size();
+    };
+    for (const Case& c : {Case{41694, 0x1.8d9844p-17F, 1}, Case{30878, 0x1.5c03d8p-14F, 0}}) {
+        // A value for the strand, which is not blended.
+        const auto object =
+            withMask(kSegment.object(), sStrandComp, std::vector{std::nextafter(c.draw, 1.0F)});
+        EXPECT_EQ(scatter(object, masked(byCount(1, c.seed))).size(), c.kept);
+    }
+    for (const Case& c : {Case{702, 0x1.4cff68p-14F, 1}, Case{3071, 0x1.5ebea6p-21F, 0}}) {
+        const auto object =
+            withMask(kTriangle.object(), sFaceComp, std::vector{std::nextafter(c.draw, 1.0F)});
+        EXPECT_EQ(scatter(object, masked(byCount(1, c.seed))).size(), c.kept);
+        // By density nothing is tried again.
+        EXPECT_EQ(scatter(object, masked(byDensity(2, c.seed))).size(), 0U);
+    }
+    for (const Case& c : {Case{28619, 0x1.9a674ep-14F, 1}, Case{51320, 0x1.90ed96p-19F, 0}})
+        EXPECT_EQ(sizeOf(point, c, true), c.kept);
+}
+
+TEST(Locations, EveryMaskTypeIsReadAsItSays) {
+    using namespace Vantor::Math;
+    Vantor::Object points;
+    setPoints(points, std::vector<float3>(4));
+    const auto mesh = kTriangle.object();
+    const auto strands = kSegment.object();
+    const auto check = [&]<class T>(const T& full, const T& none) {
+        const std::vector<T> mixed{none, full, none, full}, bare(4, none), whole(4, full);
+        const auto options = masked(byCount(50), MaskControl::Discard);
+        for (const GeoLocation& l :
+             scatter(withMask(points, sPointComp, mixed), onPoints(masked(byCount(50)))))
+            EXPECT_EQ(l.element % 2, 1U);
+        for (const auto& [object, target] : {std::pair(mesh, sPointComp),
+                                             {mesh, sFaceComp},
+                                             {mesh, sFaceVertexComp},
+                                             {strands, sPointComp},
+                                             {strands, sStrandComp}}) {
+            EXPECT_EQ(scatter(withMask(object, target, whole), options).size(), 50U);
+            EXPECT_EQ(scatter(withMask(object, target, bare), options).size(), 0U);
+            auto inverted = options;
+            inverted.invert_mask = true;
+            EXPECT_EQ(scatter(withMask(object, target, bare), inverted).size(), 50U);
+            EXPECT_EQ(scatter(withMask(object, target, whole), inverted).size(), 0U);
+        }
+    };
+    check(true, false);
+    check(2.5F, kNan);
+    check(1.0, -1.0);
+    check(float2{1, 0}, float2{0, 1});
+    check(float3{1, 0, 0}, float3{0, 1, 1});
+    check(float4{1, 0, 0, 0}, float4{kNan, 1, 1, 1});
+    check(double2{1, 0}, double2{0, 1});
+    check(double3{1, 0, 0}, double3{0, 1, 1});
+    check(double4{3, 0, 0, 0}, double4{-2, 1, 1, 1});
+
+    // A double mask is compared in double: a value that a float would round up to the draw.
+    const float r = randomUnit<float>(std::uint64_t{1} << 33, 7);
+    Vantor::Object one;
+    setPoints(one, std::vector<float3>(1));
+    EXPECT_EQ(scatter(withMask(one, sPointComp, std::vector{double(r) * (1 + 1e-12)}),
+                      onPoints(masked(byCount(1), MaskControl::Discard)))
+                  .size(),
+              1U);
+    // bool is a number before it is blended.
+    const auto half = withMask(kSegment.object(), sPointComp, std::vector{true, false});
+    double sum = 0;
+    const auto kept = scatter(half, masked(byCount(4000), MaskControl::Discard));
+    for (const GeoLocation& l : kept)
+        sum += double(l.weights[0]);
+    EXPECT_NEAR(double(kept.size()), 2000, 150);
+    EXPECT_NEAR(sum / double(kept.size()), 2.0 / 3, 0.02); // the density is proportional to u
+}
+
+TEST(Locations, AMaskThatKeepsNothingCostsNothing) {
+    const SlowMesh mesh = randomMesh(1, 200);
+    const SlowStrands strands = randomStrands(1, 200);
+    for (const bool invert : {false, true}) {
+        const std::vector<float> none(2000, invert ? 1.0F : 0.0F);
+        const auto options = masked(byCount(1e12), MaskControl::Resample, invert);
+        EXPECT_TRUE(scatter(withMask(mesh.object(), sPointComp, none), options).empty());
+        EXPECT_TRUE(scatter(withMask(mesh.object(), sFaceComp, none), options).empty());
+        EXPECT_TRUE(scatter(withMask(strands.object(), sPointComp, none), options).empty());
+        EXPECT_TRUE(scatter(withMask(strands.object(), sStrandComp, none), options).empty());
+        EXPECT_TRUE(scatter(withMask(mesh.object(), sPointComp, none), onPoints(options)).empty());
+    }
+    // One point without a value is worth the attempts: it cannot be tested, and is kept.
+    const auto shorter =
+        withMask(mesh.object(), sPointComp, std::vector<float>(mesh.points.size() - 1, 0.0F));
+    for (const GeoLocation& l : scatter(shorter, onPoints(masked(byCount(20)))))
+        EXPECT_EQ(l.element, mesh.points.size() - 1);
+    auto odd = onPoints(masked(byCount(3)));
+    odd.mask_control = MaskControl{5};
+    EXPECT_EQ(scatter(shorter, odd), Locations(3));
+}
+
+// 250,000 segments of equal length: their sum in float misses 1 by 0.0014.
+TEST(Locations, DrawsPastTheLastSegmentAreOfKindZero) {
+    SlowStrands strands{{}, {0}};
+    for (int i = 0; i <= 250'000; ++i)
+        strands.points.push_back({float(i % 2), 0, 0});
+    strands.offsets.push_back(250'001);
+    float sum = 0;
+    for (int i = 0; i < 250'000; ++i)
+        sum += 1.0F / 250'000.0F;
+    std::size_t past = 0;
+    for (std::uint64_t k = 0; k < 100'000; ++k)
+        past += !(sum > randomUnit<float>(k * 65536, 3));
+    const auto all = scatter(strands.object(), byCount(100'000, 3));
+    EXPECT_EQ(all.size(), 100'000U);
+    EXPECT_EQ(std::size_t(std::ranges::count(all, GeoLocation())), past);
+    const auto kept = scatter(withMask(strands.object(), sStrandComp, std::vector{true}),
+                              masked(byCount(100'000, 3)));
+    EXPECT_EQ(kept.size(), 100'000 - past);
+    EXPECT_GT(past, 100U) << sum;
+}
+
+TEST(Locations, GeometryAndTypeDecideTheGenerator) {
+    const auto kinds = [](const Locations& locations) {
+        return locations.empty() ? 0U : locations[0].kind;
+    };
+    Vantor::Object points, nothing;
+    setPoints(points, std::vector<float3>(2));
+    const auto mesh = kSmallMesh.object(), strands = kSmallStrands.object();
+    EXPECT_EQ(kinds(scatter(mesh, byCount(3))), 3U);
+    EXPECT_EQ(kinds(scatter(strands, byCount(3))), 4U);
+    for (const auto& object : {mesh, strands, points})
+        EXPECT_EQ(kinds(scatter(object, onPoints(byCount(3)))), 5U);
+    Locations before(4);
+    for (const auto& object : {points, nothing}) {
+        Vantor::Sample::generateSampleLocations(object, byCount(3), before, nullptr);
+        EXPECT_EQ(before.size(), 4U);
+    }
+    Vantor::Object both = mesh;
+    both.addComponent(sStrandComp, 1);
+    both.setProperty(sStrandOffset, sStrandComp, arrayOf<std::uint32_t>({0, 2}));
+    EXPECT_EQ(kinds(scatter(both, byCount(3))), 3U);
+    // No area and no length: nothing by count.
+    const SlowMesh flat{{{0, 0, 0}, {1, 0, 0}, {2, 0, 0}}, {{0, 1, 2}}};
+    const SlowMesh tiny{{{0, 0, 0}, {4e-4F, 0, 0}, {0, 4e-4F, 0}}, {{0, 1, 2}}};
+    const SlowStrands still{{{1, 1, 1}, {1, 1, 1}}, {0, 2}};
+    EXPECT_TRUE(scatter(flat.object(), byCount(3)).empty());
+    EXPECT_TRUE(scatter(tiny.object(), byCount(3)).empty());
+    EXPECT_EQ(scatter(tiny.object(), capped(byDensity(1e12), 3)).size(), 3U);
+    EXPECT_TRUE(scatter(still.object(), byCount(3)).empty());
+    EXPECT_TRUE(scatter(still.object(), byDensity(3)).empty());
+}
+
+TEST(Locations, WarnOnceEachAndGoOnWithoutTheMask) {
+    std::vector<std::string> log;
+    const auto mesh = kSmallMesh.object(), strands = kSmallStrands.object();
+    const auto logged = [&](const Vantor::Object& object, const GenerateLocationOptions& options) {
+        log.clear();
+        const Locations locations = scatter(object, options, &log);
+        return std::pair(log, locations.size());
+    };
+    using Log = std::pair<std::vector<std::string>, std::size_t>;
+    auto negative = capped(byCount(-3), -1);
+    EXPECT_EQ(logged(mesh, negative), Log({"2 max_number cannot be negative. Clamping to 0.",
+                                           "2 amount cannot be negative. Clamping to 0."},
+                                          0));
+    const std::vector<float> none(9, 0.0F);
+    const auto options = masked(byCount(3));
+    EXPECT_EQ(logged(withMask(mesh, sStrandComp, none), options),
+              Log({"2 Unsupported target for mask property."}, 3));
+    EXPECT_EQ(logged(withMask(mesh, sFaceComp, none), onPoints(options)),
+              Log({"2 Unsupported target for mask property."}, 3));
+    EXPECT_EQ(logged(withMask(strands, sFaceComp, none), options),
+              Log({"2 Invalid target for mask property."}, 3));
+    EXPECT_EQ(logged(strands, options), Log({"2 Invalid target for mask property."}, 3));
+    EXPECT_EQ(logged(mesh, options), Log({}, 3));
+    const std::vector<int> wrong(9);
+    for (const auto& [object, target] :
+         {std::pair(mesh, sFaceComp), {mesh, sPointComp}, {strands, sStrandComp}})
+        EXPECT_EQ(logged(withMask(object, target, wrong), options),
+                  Log({"2 Unsupported data type for mask property."}, 3));
+    // Quiet services and none at all.
+    const Ostrum::RuntimeServices quiet(
+        1, [](int, const Ostrum::String&) { ADD_FAILURE() << "logged"; });
+    Locations locations;
+    Vantor::Sample::generateSampleLocations(mesh, negative, locations, &quiet);
+    Vantor::Sample::generateSampleLocations(mesh, negative, locations, nullptr);
+}
+
+TEST(Locations, CancellingReachesTheHostAndChangesNothing) {
+    const auto mesh = kSmallMesh.object(), strands = kSmallStrands.object();
+    for (const auto& [object, options, questions] : {std::tuple(mesh, byCount(9), 2U),
+                                                     {mesh, byDensity(9), 2U},
+                                                     {strands, byCount(9), 5U},
+                                                     {mesh, onPoints(byCount(9)), 1U}})
+        for (unsigned question = 1; question <= questions + 1; ++question) {
+            const auto before = makePtr<Locations>(4U);
+            auto out = before;
+            Ostrum::cancelJobAtQuestion(question);
+            std::string text;
+            try {
+                Geometry::Query::generate_sample_locations(
+                    makePtr<Vantor::Object>(object), options.sample_type, options.amount,
+                    options.amount_type, options.mask_control, options.seed, nullptr, false, 0,
+                    false, "", false, out, Ostrum::RuntimeServices());
+            } catch (const std::runtime_error& error) {
+                text = error.what();
+            }
+            Ostrum::cancelJob(false);
+            const bool reached = question <= questions;
+            EXPECT_EQ(text, reached ? KDX::exceptionMessage.str() : "") << question;
+            EXPECT_EQ(out == before, reached) << question;
+            EXPECT_EQ(before->size(), 4U);
+        }
+}
+
+TEST(Locations, TheOperatorReplacesItsOutputAndFoldsTheSeeds) {
+    const auto call = [](const Ptr<Vantor::Object>& geometry, std::int64_t seed,
+                         const Ptr<Array<long long>>& seeds) {
+        auto out = makePtr<Locations>(4U);
+        Geometry::Query::generate_sample_locations(
+            geometry, SampleType::Surface, 9, AmountType::Count, MaskControl::Resample, seed, seeds,
+            true, 7, true, "nothing", false, out, Ostrum::RuntimeServices());
+        return *out;
+    };
+    const auto mesh = makePtr<Vantor::Object>(kSmallMesh.object());
+    EXPECT_TRUE(call(nullptr, 1, nullptr).empty());
+    EXPECT_TRUE(call(makePtr<Vantor::Object>(), 1, nullptr).empty());
+    EXPECT_EQ(call(mesh, 5, arrayOf<long long>({3})), call(mesh, 33, nullptr));
+    EXPECT_EQ(call(mesh, 0, arrayOf<long long>({0, 7})), call(mesh, 49, arrayOf<long long>({})));
+    EXPECT_EQ(call(mesh, -1, nullptr), scatter(kSmallMesh.object(), byCount(7, -1)));
+    EXPECT_NE(call(mesh, 34, nullptr), call(mesh, 33, nullptr));
+}
+
+TEST(GenerateLocationOptions, CopiesShareAndMovesTakeTheSeeds) {
+    GenerateLocationOptions a;
+    EXPECT_EQ(a.amount_type, AmountType::Density);
+    a.amount = 2.5;
+    a.seed_array = arrayOf<long long>({1, 2});
+    a.mask_property = "a property with a name too long for a small buffer";
+    GenerateLocationOptions copy(a), assigned;
+    assigned = a;
+    EXPECT_EQ(a.seed_array.useCount(), 3);
+    GenerateLocationOptions moved(std::move(copy));
+    EXPECT_EQ(a.seed_array.useCount(), 3);
+    EXPECT_EQ(copy.seed_array, nullptr);
+    EXPECT_EQ(copy.mask_property, a.mask_property);
+    EXPECT_EQ(copy.amount, 2.5);
+    copy = std::move(assigned);
+    EXPECT_EQ(assigned.seed_array, nullptr);
+    EXPECT_EQ(copy.mask_property, a.mask_property);
+    auto& self = copy;
+    copy = std::move(self);
+    EXPECT_EQ(copy.mask_property, a.mask_property);
+    EXPECT_EQ(copy.seed_array, a.seed_array);
+}
+
+// Whatever the arrays hold, what comes out lies on the geometry.
+TEST(Locations, BrokenGeometryGivesOnlyIndicesThatExist) {
+    std::mt19937_64 dice(4711);
+    const auto pick = [&](std::uint64_t most) { return std::size_t(dice() % (most + 1)); };
+    const auto wild = [&](std::size_t usual) -> std::uint32_t {
+        return pick(9) ? std::uint32_t(pick(usual + 1)) : std::uint32_t(dice());
+    };
+    std::size_t made = 0;
+    for (int round = 0; round < 40000; ++round) {
+        std::vector<float3> points(pick(12));
+        const auto coordinate = [&] {
+            const float odd[] = {kNan, std::numeric_limits<float>::infinity(), 1e30F, -0.0F};
+            return pick(60) ? float(pick(100)) / 10 : odd[pick(3)];
+        };
+        for (float3& p : points)
+            p = {coordinate(), coordinate(), coordinate()};
+        Indices offsets(pick(7)), vertices(pick(24));
+        std::uint32_t ascending = 0;
+        for (auto& offset : offsets)
+            offset =
+                pick(5) ? ascending = std::min<std::uint32_t>(ascending + wild(4), 100) : wild(24);
+        for (auto& vertex : vertices)
+            vertex = wild(points.size());
+        const std::size_t count =
+            pick(8) ? offsets.size() - (pick(1) && !offsets.empty()) : wild(9);
+        const bool strands = pick(1) != 0;
+        Vantor::Object object = strands ? makeStrands(points, offsets, count)
+                                        : makeMesh(points, offsets, vertices, count);
+        if (pick(9) == 0)
+            object.addComponent(sPointComp, points.size() + pick(3));
+        std::vector<double> values(pick(24));
+        for (double& value : values)
+            value = pick(20) ? double(pick(14)) / 10 - 0.2 : double(kNan);
+        const Ostrum::String targets[] = {sPointComp, sFaceComp, sFaceVertexComp, sStrandComp};
+        object = withMask(object, targets[pick(3)], values);
+        auto options = pick(1) ? byCount(double(pick(30)), std::int64_t(dice()))
+                               : byDensity(double(pick(30)) / 10, std::int64_t(dice()));
+        if (pick(1))
+            // Trying again may take all attempts.
+            options = masked(options, MaskControl(pick(15) ? 1 : pick(1) * 2), pick(1) != 0);
+        if (pick(3) == 0)
+            options = onPoints(options);
+        for (const GeoLocation& l : scatter(object, capped(options, 40))) {
+            ++made;
+            if (l.kind == 5) {
+                ASSERT_LT(l.element, object.elementCount(sPointComp)) << round;
+            } else if (l.kind == 4) {
+                ASSERT_LT(l.element, std::min(count, offsets.size()));
+                ASSERT_EQ(l.indices[1], l.indices[0] + 1);
+                ASSERT_LT(l.indices[1], points.size());
+            } else if (l.kind == 3) {
+                ASSERT_LT(l.element, std::min(count, offsets.size())) << round;
+                for (int c = 0; c < 3; ++c) {
+                    const std::size_t corner = std::size_t{offsets[l.element]} + l.indices[c];
+                    ASSERT_LT(corner, vertices.size()) << round;
+                    ASSERT_LT(vertices[corner], points.size()) << round;
+                }
+            } else {
+                ASSERT_EQ(l, GeoLocation());
+            }
+        }
+    }
+    EXPECT_GT(made, 100'000U);
+}
+
+} // namespace

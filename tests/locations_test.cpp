@@ -1,0 +1,266 @@
+// Scattering: against frozen numbers and slow generators, and the shares that elements get.
+#include "common/parallel.h"
+#include "support/locationCases.h"
+
+#include <gtest/gtest.h>
+
+#include <oneapi/tbb/task_arena.h>
+
+using namespace StratumTest;
+using namespace Vantor::Geometry;
+
+namespace {
+
+// Chi-square against expected shares, at a chance of one in ten thousand (the Wilson-Hilferty
+// approximation); every bin should expect ten or more.
+void expectShares(const std::vector<double>& counts, const std::vector<double>& shares) {
+    const double total = std::accumulate(counts.begin(), counts.end(), 0.0),
+                 all = std::accumulate(shares.begin(), shares.end(), 0.0);
+    double chi = 0;
+    for (std::size_t i = 0; i < counts.size(); ++i) {
+        const double expected = total * shares[i] / all;
+        ASSERT_GE(expected, 10);
+        chi += (counts[i] - expected) * (counts[i] - expected) / expected;
+    }
+    const double k = double(counts.size()) - 1, a = 2 / (9 * k);
+    EXPECT_LT(chi, k * std::pow(1 - a + 3.719 * std::sqrt(a), 3)) << counts.size() << " bins";
+}
+
+// The numbers come from a separate program in another language, working in single precision and
+// unbounded integers.
+TEST(Locations, SmallCasesAreFrozen) {
+    struct Face {
+        std::uint32_t face, t;
+        float a, b, c;
+    };
+    const auto compare = [](const Locations& ours, const std::vector<Face>& frozen) {
+        ASSERT_EQ(ours.size(), frozen.size());
+        for (std::size_t i = 0; i < frozen.size(); ++i) {
+            const Face& f = frozen[i];
+            GeoLocation expected;
+            expected.kind = 3;
+            expected.element = f.face;
+            expected.indices = {0, f.t, f.t + 1, kInvalidIndex};
+            expected.weights = {f.a, f.b, f.c, 0};
+            EXPECT_EQ(ours[i], expected) << i;
+        }
+    };
+    const auto mesh = kSmallMesh.object();
+    compare(scatter(mesh, byDensity(1.2)),
+            {{0, 1, 0x1.cb19960p-1F, 0x1.0518a00p-4F, 0x1.4435600p-5F},
+             {0, 1, 0x1.6c13040p-4F, 0x1.6d41dc0p-1F, 0x1.94ef100p-3F},
+             {0, 2, 0x1.cb19960p-1F, 0x1.0518a00p-4F, 0x1.4435600p-5F},
+             {0, 2, 0x1.6c13040p-4F, 0x1.6d41dc0p-1F, 0x1.94ef100p-3F},
+             {1, 1, 0x1.2a9a9c0p-2F, 0x1.038ffa0p-3F, 0x1.29ceb40p-1F},
+             {1, 1, 0x1.58584a0p-1F, 0x1.c3b8ca0p-6F, 0x1.3313e00p-2F},
+             {1, 1, 0x1.32264c0p-1F, 0x1.8cbb080p-3F, 0x1.aaabc80p-3F},
+             {1, 1, 0x1.5542b80p-2F, 0x1.4608180p-3F, 0x1.03dc9e0p-1F},
+             {1, 1, 0x1.7c51000p-8F, 0x1.7c6c700p-1F, 0x1.0135dc0p-2F},
+             {1, 1, 0x1.b0e3300p-2F, 0x1.e830f20p-2F, 0x1.9baf780p-4F}});
+    compare(scatter(mesh, byCount(6)), {{0, 2, 0x1.cb19960p-1F, 0x1.0518a00p-4F, 0x1.4435600p-5F},
+                                        {1, 1, 0x1.6c13040p-4F, 0x1.6d41dc0p-1F, 0x1.94ef100p-3F},
+                                        {1, 1, 0x1.f772bc0p-2F, 0x1.12d9400p-4F, 0x1.c3d6f40p-2F},
+                                        {1, 1, 0x1.66d43e0p-2F, 0x1.ca9c3a0p-2F, 0x1.9d1f0c0p-3F},
+                                        {1, 1, 0x1.415a1e0p-4F, 0x1.4a82180p-3F, 0x1.8534360p-1F},
+                                        {0, 2, 0x1.4879280p-5F, 0x1.8b00c00p-1F, 0x1.81deb80p-3F}});
+    const auto strands = scatter(kSmallStrands.object(), byCount(6));
+    const std::vector<Face> frozen{
+        {0, 0, 0x1.2d1d0c0p-1F, 0x1.a5c5e80p-2F, 0}, {1, 0, 0x1.d0f9d80p-1F, 0x1.7831400p-4F, 0},
+        {0, 0, 0x1.93f3a60p-2F, 0x1.36062c0p-1F, 0}, {0, 1, 0x1.2e16940p-3F, 0x1.b47a5c0p-1F, 0},
+        {0, 1, 0x1.1bbf620p-1F, 0x1.c8813c0p-2F, 0}, {1, 0, 0x1.54ec000p-9F, 0x1.feab140p-1F, 0}};
+    ASSERT_EQ(strands.size(), frozen.size());
+    for (std::size_t i = 0; i < frozen.size(); ++i) {
+        const Face& f = frozen[i];
+        GeoLocation expected;
+        expected.kind = 4;
+        expected.element = f.face;
+        expected.indices = {f.t, f.t + 1, kInvalidIndex, kInvalidIndex};
+        expected.weights = {f.a, f.b, 0, 0};
+        EXPECT_EQ(strands[i], expected) << i;
+    }
+    Vantor::Object points;
+    setPoints(points, std::vector<float3>(1000));
+    const auto chosen = scatter(points, onPoints(byCount(6)));
+    const Indices elements{223, 796, 879, 478, 812, 26};
+    ASSERT_EQ(chosen.size(), 6U);
+    for (std::size_t i = 0; i < 6; ++i) {
+        GeoLocation expected;
+        expected.kind = 5;
+        expected.element = elements[i];
+        EXPECT_EQ(chosen[i], expected) << i;
+    }
+}
+
+// Every combination of mask target, rejection and inversion, on random geometry.
+TEST(Locations, AgreeWithSlowGenerators) {
+    for (std::int64_t seed = 1; seed <= 25; ++seed) {
+        const SlowMesh mesh = randomMesh(std::uint64_t(seed), 40);
+        const SlowStrands strands = randomStrands(std::uint64_t(seed), 30);
+        std::vector<float> values(1000);
+        for (std::size_t i = 0; i < values.size(); ++i)
+            values[i] = randomUnit<float>(i, std::uint64_t(seed) + 99) * 3 - 1;
+        std::vector<std::size_t> firstCorner{0};
+        for (const Indices& face : mesh.faces)
+            firstCorner.push_back(firstCorner.back() + face.size());
+        const auto blend = [&](const GeoLocation& l, const auto& place) {
+            return l.weights[0] * values[place(l.indices[0])] +
+                   l.weights[1] * values[place(l.indices[1])] +
+                   (l.kind == 3 ? l.weights[2] * values[place(l.indices[2])] : 0.0F);
+        };
+        const auto perVertex = [&](const GeoLocation& l) {
+            return blend(l, [&](std::uint32_t c) {
+                return l.kind == 3 ? mesh.faces[l.element][c] : strands.offsets[l.element] + c;
+            });
+        };
+        const auto perCorner = [&](const GeoLocation& l) {
+            return blend(l, [&](std::uint32_t c) { return firstCorner[l.element] + c; });
+        };
+        const auto perElement = [&](const GeoLocation& l) { return values[l.element]; };
+        for (const MaskControl control : {MaskControl::Resample, MaskControl::Discard})
+            for (const bool invert : {false, true}) {
+                const auto count = masked(byCount(50, seed), control, invert);
+                const auto density = masked(byDensity(3, seed), control, invert);
+                for (const auto& [target, mask] :
+                     {std::pair<Ostrum::String, MaskValue>{sPointComp, perVertex},
+                      {sFaceVertexComp, perCorner},
+                      {sFaceComp, perElement}}) {
+                    const auto object = withMask(mesh.object(), target, values);
+                    expectSame(scatter(object, count), mesh.byCount(count, 50, mask), "count",
+                               seed);
+                    expectSame(scatter(object, density), mesh.byDensity(density, 3, mask),
+                               "density", seed);
+                }
+                for (const auto& [target, mask] :
+                     {std::pair<Ostrum::String, MaskValue>{sPointComp, perVertex},
+                      {sStrandComp, perElement}})
+                    expectSame(scatter(withMask(strands.object(), target, values), count),
+                               strands.byCount(count, 50, mask), "strands", seed);
+            }
+        expectSame(scatter(mesh.object(), byCount(500, seed)),
+                   mesh.byCount(byCount(500, seed), 500, {}), "plain count", seed);
+        expectSame(scatter(mesh.object(), byDensity(40, seed)),
+                   mesh.byDensity(byDensity(40, seed), 40, {}), "plain density", seed);
+        expectSame(scatter(strands.object(), byCount(500, seed)),
+                   strands.byCount(byCount(500, seed), 500, {}), "plain strands", seed);
+    }
+}
+
+TEST(Locations, TotalsFollowAreaLengthAndNumber) {
+    const SlowMesh mesh = randomMesh(5, 60);
+    const auto triangles = mesh.triangles();
+    const auto places = [&](const Locations& locations) {
+        std::vector<double> counts(triangles.size());
+        for (const GeoLocation& l : locations)
+            for (std::size_t i = 0; i < triangles.size(); ++i)
+                counts[i] += triangles[i].face == l.element && triangles[i].t == l.indices[1];
+        return counts;
+    };
+    std::vector<double> areas;
+    for (const auto& triangle : triangles)
+        areas.push_back(double(triangle.area) + 1e-9);
+    const auto counts = places(scatter(mesh.object(), byCount(200'000)));
+    std::vector<double> largeCounts, largeAreas;
+    for (std::size_t i = 0; i < areas.size(); ++i)
+        if (areas[i] > 0.01) {
+            largeCounts.push_back(counts[i]);
+            largeAreas.push_back(areas[i]);
+        }
+    expectShares(largeCounts, largeAreas);
+    const auto dense = places(scatter(mesh.object(), byDensity(500)));
+    for (std::size_t i = 0; i < areas.size(); ++i)
+        EXPECT_NEAR(dense[i], areas[i] * 500, 1.01);
+
+    const SlowStrands strands = randomStrands(5, 40);
+    std::vector<double> lengths(40), along(40);
+    for (std::size_t s = 0; s < 40; ++s)
+        for (std::uint32_t p = strands.offsets[s]; p + 1 < strands.offsets[s + 1]; ++p) {
+            const float3 &a = strands.points[p], &b = strands.points[p + 1];
+            lengths[s] += std::hypot(a.x - b.x, a.y - b.y, a.z - b.z);
+        }
+    for (const GeoLocation& l : scatter(strands.object(), byCount(100'000)))
+        along[l.element] += 1;
+    for (std::size_t s = 40; s-- > 0;)
+        if (lengths[s] == 0) {
+            EXPECT_EQ(along[s], 0);
+            along.erase(along.begin() + std::ptrdiff_t(s));
+            lengths.erase(lengths.begin() + std::ptrdiff_t(s));
+        }
+    expectShares(along, lengths);
+
+    Vantor::Object points;
+    setPoints(points, std::vector<float3>(97));
+    std::vector<double> chosen(97);
+    for (const GeoLocation& l : scatter(points, onPoints(byCount(50'000))))
+        chosen[l.element] += 1;
+    expectShares(chosen, std::vector<double>(97, 1));
+}
+
+TEST(Locations, AreUniformWithinTheirElement) {
+    // A triangle cut into 64 of equal area by its two first weights.
+    const auto bins = [](const Locations& locations) {
+        std::vector<double> counts(64);
+        for (const GeoLocation& l : locations) {
+            const double a = double(l.weights[0]) * 8, b = double(l.weights[1]) * 8;
+            const auto i = std::min(7, int(a)), j = std::min(7 - i, int(b));
+            const bool upper = a - i + b - j > 1 && i + j < 7;
+            counts[std::size_t(i * 8 + (upper ? 7 - j : j))] += 1; // a row of 15 - 2 i, folded
+        }
+        return counts;
+    };
+    // By symmetry alone: which of the rows' cells are one or two triangles is worked out here.
+    std::vector<double> shares(64);
+    for (int i = 0; i < 8; ++i) {
+        for (int j = 0; i + j < 8; ++j)
+            shares[std::size_t(i * 8 + j)] += 1;
+        for (int j = 0; i + j < 7; ++j)
+            shares[std::size_t(i * 8 + 7 - j)] += 1;
+    }
+    std::vector<double> used;
+    for (const double share : shares)
+        if (share > 0)
+            used.push_back(share);
+    for (const auto& options : {byCount(60'000), byDensity(120'000)}) {
+        const auto counts = bins(scatter(kTriangle.object(), options));
+        std::vector<double> usedCounts;
+        for (std::size_t i = 0; i < 64; ++i)
+            if (shares[i] > 0)
+                usedCounts.push_back(counts[i]);
+            else
+                EXPECT_EQ(counts[i], 0);
+        expectShares(usedCounts, used);
+    }
+    std::vector<double> along(50);
+    for (const GeoLocation& l : scatter(kSegment.object(), byCount(50'000)))
+        along[std::size_t(std::min(49.0F, l.weights[0] * 50))] += 1;
+    expectShares(along, std::vector<double>(50, 1));
+}
+
+TEST(Locations, DoNotDependOnThreads) {
+#ifdef STRATUM_PLAIN_THREADS
+    GTEST_SKIP();
+#endif
+    const SlowMesh mesh = randomMesh(3, 500);
+    const SlowStrands strands = randomStrands(3, 4000);
+    std::vector<float> values(mesh.points.size() + strands.points.size());
+    for (std::size_t i = 0; i < values.size(); ++i)
+        values[i] = randomUnit<float>(i, 1);
+    struct Case {
+        Vantor::Object object;
+        GenerateLocationOptions options;
+    };
+    for (const Case& c :
+         {Case{mesh.object(), byCount(20'000)}, Case{mesh.object(), byDensity(200)},
+          Case{strands.object(), byDensity(20)},
+          Case{withMask(strands.object(), sPointComp, values), masked(byCount(30'000))},
+          Case{mesh.object(), onPoints(byCount(30'000))},
+          Case{withMask(mesh.object(), sPointComp, values), onPoints(masked(byCount(30'000)))}}) {
+        const Locations reference = scatter(c.object, c.options);
+        EXPECT_GT(reference.size(), 10'000U);
+        for (const int threads : {1, 2, 8}) {
+            tbb::task_arena arena(threads);
+            EXPECT_EQ(arena.execute([&] { return scatter(c.object, c.options); }), reference);
+        }
+    }
+}
+
+} // namespace

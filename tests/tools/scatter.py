@@ -1,0 +1,280 @@
+"""stratum scatter on the command line: tables, reports, pictures, masks, threads, messages."""
+import ast
+import csv
+import io
+import json
+import math
+import os
+import struct
+import subprocess
+import sys
+import tempfile
+import zlib
+
+tool = os.path.abspath(sys.argv[1])
+failures = []
+os.chdir(tempfile.mkdtemp())
+
+
+def run(*arguments, stdin=None):
+    done = subprocess.run([tool, "scatter", *arguments], input=stdin, capture_output=True)
+    return done.returncode, done.stdout, done.stderr.decode()
+
+
+def check(condition, what):
+    if not condition:
+        failures.append(str(what))
+
+
+def answers(*arguments, stdin=None):
+    code, out, err = run(*arguments, stdin=stdin)
+    check((code, err) == (0, ""), f"{arguments}: {code} {err!r}")
+    return out
+
+
+def refuses(status, words, *arguments):
+    code, out, err = run(*arguments)
+    check((code, out) == (status, b"") and err.startswith("stratum: ") and err.count("\n") == 1
+          and words in err, f"{arguments}: {code} {out!r} {err!r}")
+
+
+def rows(*arguments):
+    """The locations as CSV, each a record of numbers."""
+    text = answers(*arguments, "--quiet").decode()
+    return [{key: float(value) for key, value in row.items()}
+            for row in csv.DictReader(io.StringIO(text))]
+
+
+def report(*arguments):
+    return json.loads(answers(*arguments, "--json"))
+
+
+# A roof: two bent quads and a triangle, with masks for points and faces.
+points = [(0, 0, 0), (2, 0, 1), (2, 1, 1), (0, 1, 0), (4, 0, 0), (4, 1, 0), (9, 9, 9)]
+faces = [(0, 1, 2, 3), (1, 4, 5, 2), (4, 6, 5)]
+with open("roof.ply", "w") as file:
+    file.write("ply\nformat ascii 1.0\nelement vertex 7\nproperty float x\nproperty float y\n"
+               "property float z\nproperty float wet\nelement face 3\n"
+               "property list uchar int vertex_indices\nproperty uchar tiled\nend_header\n")
+    for i, (x, y, z) in enumerate(points):
+        file.write(f"{x} {y} {z} {1 if i in (0, 3) else 0}\n")
+    for i, face in enumerate(faces):
+        file.write(f"{len(face)} {' '.join(map(str, face))} {i % 2}\n")
+with open("hair.obj", "w") as file:
+    file.write("v 0 0 0\nv 3 0 0\nv 3 4 0\nv 0 0 9\nv 0 0 10\nl 1 2 3\nl 4 5\n")
+with open("cloud.ply", "w") as file:
+    file.write("ply\nformat ascii 1.0\nelement vertex 3\nproperty float x\nproperty float y\n"
+               "property float z\nproperty double heavy\nend_header\n1 2 3 0\n4 5 6 1\n7 8 9 0\n")
+readsObj = "tinyobjloader" not in run("hair.obj", "--count", "1")[2]
+
+
+def minus(a, b):
+    return [p - q for p, q in zip(a, b)]
+
+
+def cross(a, b):
+    return [a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]]
+
+
+def near(a, b):
+    return all(abs(p - q) <= 1e-5 for p, q in zip(a, b))
+
+
+# On a mesh: the position is the weighted mean of the corners, the normal that of the triangle.
+onMesh = rows("roof.ply", "--count", "200", "--seed", "5")
+check(len(onMesh) == 200, len(onMesh))
+for row in onMesh:
+    face = faces[int(row["element"])]
+    corners = [points[face[int(row[f"corner{i}"])]] for i in range(3)]
+    weights = [row[f"weight{i}"] for i in range(3)]
+    mean = [sum(w * c[axis] for w, c in zip(weights, corners)) for axis in range(3)]
+    normal = cross(minus(corners[1], corners[0]), minus(corners[2], corners[0]))
+    normal = [n / math.hypot(*normal) for n in normal]
+    check(near(mean, (row["x"], row["y"], row["z"])), row)
+    check(near(normal, (row["nx"], row["ny"], row["nz"])), row)
+check({row["element"] for row in onMesh} == {0, 1, 2}, "all faces have some")
+
+# Reports: the area of two quads of sqrt(5) and a triangle of half |(5, 9, 9) x (0, 1, 0)|.
+area = 2 * math.sqrt(5) + 0.5 * math.hypot(9, 5)
+r = report("roof.ply", "--count", "200", "--seed", "3", "--seed-array", "3,1")
+check((r["on"], r["asked"], r["made"], r["rejected"], r["given_up"], r["nowhere"], r["seed"])
+      == ("faces", 200, 200, 0, 0, 0, 12 * 13 + 1), r)
+check(r["measure"] == "area" and abs(r["total"] - area) < 1e-12 and r["seconds"] >= 0, r)
+check(abs(r["density"] - 200 / area) < 1e-9, r)
+check(rows("roof.ply", "--count", "9", "--seed", "3", "--seed-array", "3,1")
+      == rows("roof.ply", "--count", "9", "--seed", "157"), "the folded seed is the seed")
+check(rows("roof.ply", "--count", "9", "--seed", "-1")
+      == rows("roof.ply", "--count", "9", "--seed", str(2**64 - 1)), "seeds are 64 bits")
+made = report("roof.ply", "--density", "1000")["made"]
+check(abs(made - 1000 * area) <= 5, made)  # each of five triangles rounds up or down
+check(report("roof.ply", "--density", "1000", "--max", "70")["made"] == 70, "--max")
+text = answers("roof.ply", "--count", "3", "-o", "three.csv").decode()
+check("3 locations on faces, of 3 asked for\n" in text and "total area" in text, text)
+code, out, err = run("roof.ply", "--count", "3")
+check(code == 0 and out == open("three.csv", "rb").read() and "3 locations on faces" in err,
+      "the report gives way to locations")
+
+# Masks: what is 0 never shows, dropping and drawing again count differently.
+tiled = ("roof.ply", "--count", "300", "--mask", "tiled")
+check({row["element"] for row in rows(*tiled)} == {1}, "a mask of faces")
+check({row["element"] for row in rows(*tiled, "--invert-mask")} == {0, 2}, "inverted")
+check(report(*tiled)["made"] == 300, "drawn again")
+dropped = report(*tiled, "--on-reject", "discard")
+check(dropped["asked"] == 300 and dropped["made"] + dropped["rejected"] == 300
+      and 30 < dropped["made"] < 150, dropped)
+byDensity = report("roof.ply", "--density", "100", "--mask", "tiled")
+check(byDensity["rejected"] > 0 and byDensity["given_up"] == 0
+      and byDensity["asked"] == byDensity["made"] + byDensity["rejected"], byDensity)
+wet = rows("roof.ply", "--count", "300", "--mask", "wet")
+check({row["element"] for row in wet} == {0} and sum(row["x"] for row in wet) / 300 < 0.8,
+      "a mask of points is interpolated: the mean of x is 2/3 where it falls from 1 to 0")
+none = report("cloud.ply", "--count", "5", "--mask", "heavy", "--invert-mask")
+check(none["made"] == 5, none)
+
+# On strands and points.
+if readsObj:
+    strands = report("hair.obj", "--density", "10")
+    check((strands["on"], strands["made"], strands["measure"], strands["total"])
+          == ("strands", 80, "length", 8), strands)
+    for row in rows("hair.obj", "--count", "100"):
+        if row["element"] == 1:
+            check((row["x"], row["y"]) == (0, 0) and 9 <= row["z"] <= 10, row)
+        elif row["point0"] == 0:
+            check(abs(row["x"] - 3 * row["weight1"]) < 1e-5 and row["y"] == row["z"] == 0, row)
+        else:
+            check(row["x"] == 3 and abs(row["y"] - 4 * row["weight1"]) < 1e-5, row)
+    check(report("hair.obj", "--count", "7", "--kind", "points")["total"] == 5, "points of strands")
+cloud = rows("cloud.ply", "--count", "50", "--mask", "heavy")
+check(len(cloud) == 50 and all(list(row.values()) == [4, 5, 6, 1] for row in cloud), cloud[:3])
+check(report("cloud.ply", "--count", "4")["on"] == "points", "points are all there is")
+
+# Formats: the same numbers in all of them, and where they come from.
+knot = ("formula:knot", "--count", "40", "--seed", "-9", "--quiet")
+expected = list(csv.reader(io.StringIO(answers(*knot).decode())))
+for name in ("a.ply", "b.ply", "c.ply", "a.npy", "a.csv"):
+    encoding = {"b.ply": ["--format", "ply-big"], "c.ply": ["--format", "ply-ascii"]}.get(name, [])
+    answers(*knot, "-o", name, *encoding)
+with open("a.npy", "rb") as file:
+    check(file.read(8) == b"\x93NUMPY\1\0", "npy")
+    header = ast.literal_eval(file.read(struct.unpack("<H", file.read(2))[0]).decode())
+    check(file.tell() % 64 == 0 and header["shape"] == (40,), header)
+    check([name for name, _ in header["descr"]] == expected[0], header)
+    form = "<" + "".join("I" if kind == "<u4" else "f" for _, kind in header["descr"])
+    npy = list(struct.iter_unpack(form, file.read()))
+single = [tuple(struct.unpack("<f", struct.pack("<f", float(v)))[0] for v in row)
+          for row in expected[1:]]
+check([tuple(map(float, row)) for row in npy] == single, "npy has the numbers of the CSV")
+for name, order in (("a.ply", "<"), ("b.ply", ">")):
+    content = open(name, "rb").read()
+    head, _, body = content.partition(b"end_header\n")
+    check(b"\ncomment command stratum scatter formula:knot" in head, head)
+    check(list(struct.iter_unpack(order + form[1:], body)) == npy, name)
+body = open("c.ply").read().partition("end_header\n")[2]
+check([line.split() for line in body.splitlines()] == expected[1:], "c.ply")
+check(open("a.csv").read() == answers(*knot).decode(), "a.csv")
+check(b"# command stratum scatter" in answers(*knot, "--provenance"), "--provenance")
+# A scattered mesh is a point cloud for the next call, and its columns are properties.
+check(report("a.ply", "--count", "6", "--mask", "weight0")["on"] == "points", "used again")
+with open("roof.ply", "rb") as file:
+    check(answers("-", "--count", "9", "-q", stdin=file.read())
+          == answers("roof.ply", "--count", "9", "-q"), "standard input")
+
+# The same bytes for any number of threads.
+calls = [("formula:knot", "--count", "30000"), ("formula:knot", "--density", "300"),
+         ("formula:knot", "--count", "30000", "--mask", "bands"),
+         ("formula:knot", "--count", "30000", "--kind", "points", "--mask", "along",
+          "--on-reject", "discard")]
+if readsObj:
+    calls.append(("hair.obj", "--count", "30000"))
+for call in calls:
+    check(answers(*call, "-q", "--threads", "1") == answers(*call, "-q", "--threads", "2"), call)
+
+# Pictures: the points are where they should be, seen from where it is asked for.
+def pixels(name):
+    """Rows of (r, g, b), for the one kind of PNG that is written."""
+    data, at, packed = open(name, "rb").read(), 8, b""
+    while at < len(data):
+        size, kind = struct.unpack(">I4s", data[at:at + 8])
+        if kind == b"IHDR":
+            width, height, depth, colour = struct.unpack(">IIBB", data[at + 8:at + 18])
+            check((depth, colour) == (8, 2), "eight bits, red, green and blue")
+        if kind == b"IDAT":
+            packed += data[at + 8:at + 8 + size]
+        at += size + 12
+    raw, stride, lines = zlib.decompress(packed), 3 * width, [bytes(3 * width)]
+    for y in range(height):
+        method, line = raw[y * (stride + 1)], bytearray(raw[y * (stride + 1) + 1:][:stride])
+        for x in range(stride):
+            left = line[x - 3] if x >= 3 else 0
+            up, corner = lines[-1][x], lines[-1][x - 3] if x >= 3 else 0
+            guess = left + up - corner
+            paeth = min((left, up, corner), key=lambda v: abs(guess - v))
+            line[x] = (line[x] + [0, left, up, (left + up) // 2, paeth][method]) % 256
+        lines.append(bytes(line))
+    return [[tuple(line[3 * x:3 * x + 3]) for x in range(width)] for line in lines[1:]]
+
+
+def coloured(name):
+    """Where points are: what is neither grey nor beside the scene, as shares of its width."""
+    lines = pixels(name)
+    width = len(lines[0])
+    return [x / width for line in lines[60:] for x in range(int(width * 0.68))
+            if max(line[x]) - min(line[x]) > 60]
+
+
+# Points near x = 0 lie at the left from the front, at the right from behind.
+for azimuth, left in (("0", True), ("180", False)):
+    answers("roof.ply", "--count", "40", "--mask", "wet", "--png", "p.png", "--size", "160",
+            "--view", azimuth, "20", "--json")
+    places = coloured("p.png")
+    check(len(places) > 20 and (sum(places) / max(1, len(places)) < 0.4) == left,
+          (azimuth, len(places), sum(places) / max(1, len(places))))
+answers("cloud.ply", "--count", "4", "--png", "p.png", "--colour", "heavy", "--size", "100", "-q")
+if readsObj:
+    answers("hair.obj", "--count", "9", "--png", "p.png", "--up", "y", "--size", "100", "-q")
+answers("roof.ply", "--count", "0", "--png", "p.png", "--size", "100", "-q")
+
+# Wrong calls and files.
+# Both outputs appear, or neither.
+refuses(1, "cannot write 'no/p.png'", "roof.ply", "--count", "2", "-o", "half.csv", "--png", "no/p.png")
+refuses(1, "cannot write 'no/half.csv'", "roof.ply", "--count", "2", "-o", "no/half.csv", "--png",
+        "half.png")
+check(not os.path.exists("half.csv") and not os.path.exists("half.png"), "half of the outputs")
+open("words.obj", "w").write("hello world\n")
+refuses(1, "it has no vertices", "words.obj", "--count", "2")
+refuses(2, "--count", "roof.ply")
+refuses(2, "at least 0 is wanted", "roof.ply", "--count", "nan")
+refuses(2, "at least 0 is wanted", "roof.ply", "--density", "-1")
+refuses(2, "from -2^63 to 2^64 - 1", "roof.ply", "--count", "1", "--seed", str(2**64))
+refuses(2, "from -2^63 to 2^64 - 1", "roof.ply", "--count", "1", "--seed-array", "1,x")
+refuses(2, "--invert-mask", "roof.ply", "--count", "1", "--invert-mask")
+refuses(2, "the standard output is for", "roof.ply", "--count", "1", "--json", "-o", "-")
+refuses(2, "a picture goes to a file", "roof.ply", "--count", "1", "--png", "-")
+refuses(2, "csv, npy or ply", "roof.ply", "--count", "1", "-o", "x.json")
+refuses(2, "need two files", "roof.ply", "--count", "1", "-o", "x", "--png", "x")
+refuses(1, "is what is read", "roof.ply", "--count", "1", "-o", "roof.ply")
+refuses(1, "is what is read", "roof.ply", "--count", "1", "--png", "./roof.ply")
+refuses(1, "no property 'moss'; there are: tiled, wet", "roof.ply", "--count", "1", "--mask", "moss")
+refuses(1, "no property 'moss'", "roof.ply", "--count", "1", "--png", "x.png", "--colour", "moss")
+refuses(1, "neither faces nor strands", "cloud.ply", "--count", "1", "--kind", "surface")
+refuses(1, "points are chosen by --count", "cloud.ply", "--density", "1")
+refuses(1, "No such file", "none.obj", "--count", "1")
+refuses(1, "from .obj and .ply files", "three.csv", "--count", "1")
+refuses(1, "there is no geometry 'formula:cube'", "formula:cube", "--count", "1")
+refuses(1, "out of memory", "roof.ply", "--count", "1e15")
+check(not os.path.exists("x.png") and not os.path.exists("x"), "nothing half-made")
+
+# Help, manual and completion know the command.
+page, script = (subprocess.run([tool, flag], capture_output=True, text=True).stdout
+                for flag in ("--help-man", "--help-bash-completion"))
+check(".SS stratum scatter\n" in page and "\\-\\-on\\-reject" in page, "manual")
+done = subprocess.run(["bash", "-c", script + """
+COMP_WORDS=(stratum sc) COMP_CWORD=1; _stratum; echo "${COMPREPLY[*]}"
+COMP_WORDS=(stratum scatter f --on-reject '') COMP_CWORD=4; _stratum; echo "${COMPREPLY[*]}"
+COMP_WORDS=(stratum scatter --se) COMP_CWORD=2; _stratum; echo "${COMPREPLY[*]}" """],
+                      capture_output=True, text=True)
+check(done.stdout == "scatter\nresample discard\n--seed --seed-array\n" and done.stderr == "", done)
+
+for failure in failures:
+    print(failure)
+sys.exit(bool(failures))
