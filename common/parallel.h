@@ -28,6 +28,7 @@
 #include <oneapi/tbb/parallel_for.h>
 #include <oneapi/tbb/parallel_reduce.h>
 #include <oneapi/tbb/parallel_sort.h>
+#include <oneapi/tbb/task_arena.h>
 #endif
 
 namespace Stratum {
@@ -124,7 +125,8 @@ void parallelFor(std::size_t count, std::size_t grain, const Body& body) {
 }
 
 /// The same in a context of its own: it covers every range, whatever becomes of the caller's task
-/// group. For work whose results would otherwise be left half made.
+/// group, and a thread that waits for it takes up no other work. For work whose results would
+/// otherwise be left half made, and work that a caller knows nothing of.
 template <class Body>
 void parallelForIsolated(std::size_t count, std::size_t grain, const Body& body) {
     if (count <= grain) {
@@ -132,8 +134,10 @@ void parallelForIsolated(std::size_t count, std::size_t grain, const Body& body)
         return;
     }
     tbb::task_group_context isolated(tbb::task_group_context::isolated);
-    tbb::parallel_for(tbb::blocked_range<std::size_t>(0, count, grain),
-                      detail::RangeAdapter<Body>{body}, isolated);
+    tbb::this_task_arena::isolate([&] {
+        tbb::parallel_for(tbb::blocked_range<std::size_t>(0, count, grain),
+                          detail::RangeAdapter<Body>{body}, isolated);
+    });
 }
 
 /// The sum, added up in an order that does not depend on the number of threads: runs of at most

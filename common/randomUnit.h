@@ -22,7 +22,12 @@ constexpr std::uint64_t randomHash(std::uint64_t index, std::uint64_t seed) {
 /// `double`; both come from the same hash.
 template <class Scalar>
 constexpr Scalar randomUnit(std::uint64_t index, std::uint64_t seed) {
-    return static_cast<Scalar>(randomHash(index, seed)) * static_cast<Scalar>(0x1p-64);
+    // Conversions of unsigned numbers branch on the highest bit, which no processor foresees here.
+    // Half the number, its last bit kept for the rounding, converts without.
+    const std::uint64_t h = randomHash(index, seed), large = h >> 63;
+    const auto half = static_cast<std::int64_t>(h >> large | (h & large));
+    constexpr Scalar kUnits[] = {static_cast<Scalar>(0x1p-64), static_cast<Scalar>(0x1p-63)};
+    return static_cast<Scalar>(half) * kUnits[large];
 }
 
 } // namespace Vantor::Sample

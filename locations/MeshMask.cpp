@@ -30,7 +30,7 @@ public:
     }
 
     bool rejectsAll(std::size_t face) const override {
-        const std::size_t count = mesh_.corners(face).size();
+        const std::size_t count = mesh_.faces[face].size();
         for (std::size_t corner = 0; corner < count; ++corner)
             if (!sampler_->hasValue(face, corner) || !isCertain(face, corner))
                 return false;
@@ -43,7 +43,7 @@ private:
     }
 
     const std::unique_ptr<const Sampler<T>> sampler_;
-    const MeshView mesh_;
+    const MeshView& mesh_;
     const std::uint64_t seed_;
     const bool invert_;
 };

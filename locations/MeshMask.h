@@ -41,7 +41,7 @@ public:
 };
 
 /// The mask that the options name; null, with a warning, when the property has an unsuitable target
-/// or type, and without one when there is no such property.
+/// or type, and without one when there is no such property. The mesh must outlive it.
 std::unique_ptr<const MeshMask> makeMeshMask(const Object& geometry, const MeshView& mesh,
                                              const GenerateLocationOptions& options,
                                              const Ostrum::RuntimeServices* services);
@@ -95,7 +95,7 @@ protected:
     Scalar at(std::size_t place) const { return maskScalar<T>((*values_)[place]); }
 
 private:
-    const MeshView mesh_;
+    const MeshView& mesh_;
     const Ostrum::Ptr<Ostrum::Array<T>> values_;
     const Interpolation mode_;
 };
@@ -122,7 +122,7 @@ public:
 
 protected:
     std::size_t place(std::size_t face, std::size_t corner) const override {
-        const IndexSpan corners = this->mesh().corners(face);
+        const IndexSpan corners = this->mesh().faces[face];
         return corner < corners.size() ? corners.begin + corner : Sampler<T>::kNowhere;
     }
 };
@@ -135,7 +135,7 @@ public:
 
 protected:
     std::size_t place(std::size_t face, std::size_t corner) const override {
-        const IndexSpan corners = this->mesh().corners(face);
+        const IndexSpan corners = this->mesh().faces[face];
         return corner < corners.size() ? this->mesh().faceVertex[corners.begin + corner]
                                        : Sampler<T>::kNowhere;
     }

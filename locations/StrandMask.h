@@ -73,7 +73,8 @@ public:
     bool reject(const Geometry::Common::GeoLocation& location, std::uint64_t draw,
                 const GenerateLocationOptions& options) const override {
         if (location.kind != Geometry::Common::kOnStrand ||
-            location.element >= this->strands().strandCount || !this->hasValue(location.element))
+            location.element >= this->strands().strands.count() ||
+            !this->hasValue(location.element))
             return false;
         return rejects(this->at(location.element), draw, static_cast<std::uint64_t>(options.seed),
                        options.invert_mask);
@@ -87,17 +88,17 @@ public:
     using StrandSamplerBaseTyped<T>::StrandSamplerBaseTyped;
 
     bool isFullyMasked(std::size_t strand, std::size_t s) const override {
-        if (strand >= this->strands().strandCount)
+        if (strand >= this->strands().strands.count())
             return false;
-        const std::size_t first = this->strands().begins[strand] + s;
+        const std::size_t first = this->strands().strands[strand].begin + s;
         return this->isCertain(first) && this->isCertain(first + 1);
     }
     bool reject(const Geometry::Common::GeoLocation& location, std::uint64_t draw,
                 const GenerateLocationOptions& options) const override {
         if (location.kind != Geometry::Common::kOnStrand ||
-            location.element >= this->strands().strandCount)
+            location.element >= this->strands().strands.count())
             return false;
-        const std::size_t begin = this->strands().begins[location.element],
+        const std::size_t begin = this->strands().strands[location.element].begin,
                           p0 = begin + location.indices[0], p1 = begin + location.indices[1];
         if (!this->hasValue(p0) || !this->hasValue(p1))
             return false;

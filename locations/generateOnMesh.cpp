@@ -10,8 +10,10 @@ Locations generateOnMesh(GenerateLocationOptions options, const Object& geometry
     const auto positions = geometry.propertyData<float3>(Geometry::sPointPosition);
     const auto faceOffset = geometry.propertyData<std::uint32_t>(Geometry::sFaceOffset);
     const auto faceVertex = geometry.propertyData<std::uint32_t>(Geometry::sFaceVertex);
-    const MeshView mesh{valuesOf(positions), valuesOf(faceOffset), valuesOf(faceVertex),
-                        Geometry::getElementCount(geometry, Geometry::sFaceComp)};
+    const MeshView mesh{valuesOf(positions), valuesOf(faceVertex),
+                        ElementRuns(valuesOf(faceOffset),
+                                    Geometry::getElementCount(geometry, Geometry::sFaceComp),
+                                    valuesOf(faceVertex).size())};
     const auto mask = options.use_mask ? makeMeshMask(geometry, mesh, options, services) : nullptr;
     return scatterOnMesh(mesh, mask.get(), options);
 }

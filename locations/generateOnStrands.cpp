@@ -9,8 +9,10 @@ Locations generateOnStrands(GenerateLocationOptions options, const Object& geome
     prepare(options, 0x3FFFFFFFFFFFFFFF);
     const auto positions = geometry.propertyData<float3>(Geometry::sPointPosition);
     const auto strandOffset = geometry.propertyData<std::uint32_t>(Geometry::sStrandOffset);
-    const StrandView strands(valuesOf(positions), valuesOf(strandOffset),
-                             Geometry::getElementCount(geometry, Geometry::sStrandComp));
+    const StrandView strands{valuesOf(positions),
+                             ElementRuns(valuesOf(strandOffset),
+                                         Geometry::getElementCount(geometry, Geometry::sStrandComp),
+                                         valuesOf(positions).size())};
     const auto mask =
         options.use_mask ? makeStrandMask(geometry, strands, options, services) : nullptr;
     if (strands.positions.empty() || valuesOf(strandOffset).empty())

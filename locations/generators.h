@@ -8,9 +8,7 @@
 #include "common/foldSeed.h"
 #include "locations/GenerateLocationOptions.h"
 
-#include <algorithm>
 #include <cstddef>
-#include <iterator>
 #include <span>
 
 namespace Vantor::Sample {
@@ -37,15 +35,7 @@ inline void prepare(GenerateLocationOptions& options, std::int64_t defaultMaximu
 }
 
 /// The locations without those of kind 0, in order.
-inline Locations keepValid(const Locations& all) {
-    const auto isValid = [](const Geometry::Common::GeoLocation& location) {
-        return location.kind != Geometry::Common::kNoLocation;
-    };
-    Locations valid;
-    valid.reserve(static_cast<std::size_t>(std::ranges::count_if(all, isValid)));
-    std::ranges::copy_if(all, std::back_inserter(valid), isValid);
-    return valid;
-}
+Locations keepValid(const Locations& all);
 
 /// A property's values; none when there is no such property of that type.
 template <class T>

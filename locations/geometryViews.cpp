@@ -5,14 +5,20 @@
 
 namespace Vantor::Sample {
 
-IndexSpan MeshView::corners(std::size_t face) const {
-    if (face >= faceOffset.size())
-        return {};
-    const std::size_t begin = faceOffset[face];
-    const std::size_t closing =
-        face + 1 < faceOffset.size() ? std::size_t{faceOffset[face + 1]} : faceVertex.size();
-    const std::size_t end = std::min(closing, faceVertex.size());
-    return begin < end ? IndexSpan{begin, end} : IndexSpan{};
+ElementRuns::ElementRuns(std::span<const std::uint32_t> offsets, std::size_t count,
+                         std::size_t size)
+    : offsets_(offsets), count_(std::min(count, offsets.size())), size_(size) {
+    if (std::ranges::is_sorted(offsets))
+        return;
+    usable_.resize(count_);
+    std::size_t reached = 0;
+    for (std::size_t element = 0; element < count_; ++element) {
+        const std::size_t begin = offset(element), end = offset(element + 1);
+        if (begin >= reached && begin < end) {
+            usable_[element] = {begin, end};
+            reached = end;
+        }
+    }
 }
 
 float MeshView::triangleArea(const IndexSpan& corners, std::size_t t) const {
@@ -26,19 +32,18 @@ float MeshView::triangleArea(const IndexSpan& corners, std::size_t t) const {
     return 0.5F * std::sqrt(cross.x * cross.x + cross.y * cross.y + cross.z * cross.z);
 }
 
-StrandView::StrandView(std::span<const float3> points, std::span<const std::uint32_t> strandOffset,
-                       std::size_t count)
-    : positions(points), strandCount(std::min(count, strandOffset.size())) {
-    begins.reserve(strandCount + 1);
-    std::size_t reached = 0;
-    for (std::size_t s = 0; s < strandCount; ++s) {
-        reached = std::clamp<std::size_t>(strandOffset[s], reached, points.size());
-        begins.push_back(reached);
+std::vector<float> triangleAreas(const MeshView& mesh) {
+    std::size_t count = 0;
+    for (std::size_t face = 0; face < mesh.faces.count(); ++face)
+        count += std::max<std::size_t>(mesh.faces[face].size(), 2) - 2;
+    std::vector<float> areas(count);
+    float* area = areas.data();
+    for (std::size_t face = 0; face < mesh.faces.count(); ++face) {
+        const IndexSpan corners = mesh.faces[face];
+        for (std::size_t t = 1; t + 1 < corners.size(); ++t)
+            *area++ = mesh.triangleArea(corners, t);
     }
-    begins.push_back(
-        strandCount < strandOffset.size()
-            ? std::clamp<std::size_t>(strandOffset[strandCount], reached, points.size())
-            : points.size());
+    return areas;
 }
 
 } // namespace Vantor::Sample

@@ -4,6 +4,8 @@
 #include "locations/amounts.h"
 #include "locations/cancellation.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <vector>
@@ -12,28 +14,43 @@ namespace Vantor::Sample {
 
 namespace {
 
-// What a call needs of its options, and the areas of the triangles in the order of
-// forEachTriangle().
+// What a call needs of its options, and the areas of the triangles.
 struct Scatter {
     const MeshView& mesh;
     const MeshMask* mask;
     std::uint64_t seed;
     std::uint64_t most;
     bool resample;
-    std::vector<float> areas{};
+    std::vector<float> areas = triangleAreas(mesh);
     float total = 0;
 
     void measure() {
-        forEachTriangle(mesh, [&](std::size_t, std::size_t, float area) {
-            areas.push_back(area);
-            total += area;
-        });
+        for (const float area : areas)
+            if (isTriangle(area))
+                total += area;
         Stratum::throwIfCancelled();
+    }
+
+    /// Calls visit(face, t, area) for the triangles that the mask does not reject for certain.
+    template <class Visit>
+    void forEachHopeful(const Visit& visit) const {
+        std::size_t judged = std::numeric_limits<std::size_t>::max();
+        bool hopeless = false;
+        forEachTriangle(mesh, areas, [&](std::size_t face, std::size_t t, float area) {
+            if (mask && face != judged) {
+                hopeless = mask->rejectsAll(face);
+                judged = face;
+            }
+            if (!hopeless)
+                visit(face, t, area);
+        });
     }
 };
 
-Geometry::Common::GeoLocation onFace(std::size_t face, std::size_t t, const Barycentric& weights) {
-    Geometry::Common::GeoLocation location;
+// Written where it stays: a copy of a record just put together would wait for its parts.
+void append(Locations& locations, std::size_t face, std::size_t t, const Barycentric& weights) {
+    locations.push_back({});
+    Geometry::Common::GeoLocation& location = locations[locations.size() - 1];
     location.kind = Geometry::Common::kOnFace;
     location.element = static_cast<std::uint32_t>(face);
     location.indices[0] = 0;
@@ -41,7 +58,6 @@ Geometry::Common::GeoLocation onFace(std::size_t face, std::size_t t, const Bary
     location.indices[2] = static_cast<std::uint32_t>(t + 1);
     for (std::size_t corner = 0; corner < 3; ++corner)
         location.weights[corner] = weights[corner];
-    return location;
 }
 
 float toFloat(double v) {
@@ -52,7 +68,7 @@ float toFloat(double v) {
 
 // A share of samples, rounded at random by the draw that all triangles of a face have in common.
 // None where the area overflowed.
-std::uint64_t roundShare(float share, std::size_t face, std::uint64_t seed) {
+std::uint32_t roundShare(float share, std::size_t face, std::uint64_t seed) {
     if (!(share > 0) || std::isinf(share))
         return 0;
     constexpr float kBeyond = 0x1p31F;
@@ -60,41 +76,71 @@ std::uint64_t roundShare(float share, std::size_t face, std::uint64_t seed) {
                                                 : static_cast<std::int32_t>(share);
     const float rest = share - static_cast<float>(whole);
     const float draw = randomUnit<float>(static_cast<std::uint64_t>(face) << 32, seed);
-    return static_cast<std::uint64_t>(whole) + (rest > draw ? 1 : 0);
+    return static_cast<std::uint32_t>(whole) + (rest > draw ? 1U : 0U);
 }
 
-// Calls visit(face, t, samples) for the triangles that get any, faces without hope left out.
-template <class Visit>
-void forEachShare(const Scatter& scatter, float density, const Visit& visit) {
-    std::size_t triangle = 0, judged = std::numeric_limits<std::size_t>::max();
-    bool hopeless = false;
-    forEachTriangle(scatter.mesh, [&](std::size_t face, std::size_t t, float) {
-        const float share = scatter.areas[triangle++] * density;
-        if (scatter.mask && face != judged) {
-            hopeless = scatter.mask->rejectsAll(face);
-            judged = face;
+// Samples of a triangle.
+struct Share {
+    std::uint32_t face = 0, t = 0, samples = 0;
+};
+
+class DensityWriter {
+public:
+    DensityWriter(const Scatter& scatter, Locations& locations)
+        : scatter_(scatter), locations_(locations) {}
+
+    /// Which triangles get samples cannot be foreseen: the shares are listed without asking, and
+    /// the list is then worked off.
+    void add(const Share& share) {
+        shares_[count_] = share;
+        count_ += share.samples != 0 ? 1 : 0;
+        if (count_ == shares_.size())
+            flush();
+    }
+
+    void flush() {
+        for (std::size_t i = 0; i < count_; ++i)
+            write(shares_[i]);
+        count_ = 0;
+    }
+
+private:
+    void write(const Share& share) {
+        std::uint64_t draw = (static_cast<std::uint64_t>(share.face) << 32) + 1;
+        for (std::uint32_t i = 0; i < share.samples && locations_.size() < scatter_.most;
+             ++i, draw += 3) {
+            const Barycentric weights = drawBarycentric(draw, scatter_.seed);
+            if (!scatter_.mask || !scatter_.mask->rejects(share.face, share.t, weights, draw + 2))
+                append(locations_, share.face, share.t, weights);
         }
-        if (hopeless)
-            return;
-        if (const std::uint64_t samples = roundShare(share, face, scatter.seed))
-            visit(face, t, samples);
+    }
+
+    const Scatter& scatter_;
+    Locations& locations_;
+    std::array<Share, 256> shares_{};
+    std::size_t count_ = 0;
+};
+
+// About so many samples, and some more than chance is likely to add.
+std::uint64_t expectedByDensity(const Scatter& scatter, float density) {
+    double area = 0;
+    scatter.forEachHopeful([&](std::size_t, std::size_t, float triangle) {
+        area += std::isfinite(triangle) ? static_cast<double>(triangle) : 0.0;
     });
+    return wholeCount(area * static_cast<double>(density) +
+                          4 * std::sqrt(static_cast<double>(scatter.areas.size())),
+                      scatter.most);
 }
 
 Locations byDensity(const Scatter& scatter, float density) {
-    std::uint64_t expected = 0;
-    forEachShare(scatter, density,
-                 [&](std::size_t, std::size_t, std::uint64_t samples) { expected += samples; });
     Locations locations;
-    locations.reserve(std::min(expected, scatter.most));
-    forEachShare(scatter, density, [&](std::size_t face, std::size_t t, std::uint64_t samples) {
-        std::uint64_t draw = (static_cast<std::uint64_t>(face) << 32) + 1;
-        for (std::uint64_t i = 0; i < samples && locations.size() < scatter.most; ++i, draw += 3) {
-            const Barycentric weights = drawBarycentric(draw, scatter.seed);
-            if (!scatter.mask || !scatter.mask->rejects(face, t, weights, draw + 2))
-                locations.push_back(onFace(face, t, weights));
-        }
+    locations.reserve(expectedByDensity(scatter, density));
+    DensityWriter writer(scatter, locations);
+    scatter.forEachHopeful([&](std::size_t face, std::size_t t, float area) {
+        writer.add({static_cast<std::uint32_t>(face), static_cast<std::uint32_t>(t),
+                    roundShare(area * density, face, scatter.seed)});
     });
+    writer.flush();
     Stratum::throwIfCancelled();
     return locations;
 }
@@ -103,9 +149,8 @@ bool isHopeless(const Scatter& scatter) {
     if (!scatter.mask)
         return false;
     bool hopeless = true;
-    forEachTriangle(scatter.mesh, [&](std::size_t face, std::size_t, float area) {
-        hopeless = hopeless && (area == 0 || scatter.mask->rejectsAll(face));
-    });
+    scatter.forEachHopeful(
+        [&](std::size_t, std::size_t, float area) { hopeless = hopeless && area == 0; });
     return hopeless;
 }
 
@@ -125,7 +170,7 @@ Locations byCount(const Scatter& scatter, std::uint64_t count) {
             draw += 3;
             if (scatter.mask && scatter.mask->rejects(face, t, weights, maskDraw))
                 continue;
-            locations.push_back(onFace(face, t, weights));
+            append(locations, face, t, weights);
             break;
         }
     Stratum::throwIfCancelled();
@@ -136,10 +181,10 @@ Locations byCount(const Scatter& scatter, std::uint64_t count) {
 
 Barycentric drawBarycentric(std::uint64_t index, std::uint64_t seed) {
     float r1 = randomUnit<float>(index, seed), r2 = randomUnit<float>(index + 1, seed);
-    if (r1 + r2 > 1) {
-        r1 = 1 - r1;
-        r2 = 1 - r2;
-    }
+    // 1 - r or r, without a branch that half of the draws would take.
+    const float turned = r1 + r2 > 1 ? 1.0F : 0.0F;
+    r1 = std::abs(turned - r1);
+    r2 = std::abs(turned - r2);
     return {r1, r2, 1 - r1 - r2};
 }
 

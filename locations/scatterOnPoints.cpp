@@ -17,11 +17,9 @@ using VantorExp::Geometry::MaskControl;
 
 constexpr std::uint64_t kAttempts = 32768, kDrawsPerSample = 65536;
 
-GeoLocation onPoint(std::size_t point) {
-    GeoLocation location;
+void setPoint(GeoLocation& location, std::size_t point) {
     location.kind = Geometry::Common::kOnPoint;
     location.element = static_cast<std::uint32_t>(point);
-    return location;
 }
 
 // The extra sample of the rounding comes after the limits, and may exceed them.
@@ -34,12 +32,12 @@ std::uint64_t countOf(const GenerateLocationOptions& options) {
     return amount - std::floor(amount) > draw ? base + 1 : base;
 }
 
-// Sets locations[i] = make(i) for all i, in parallel.
-template <class Make>
-void fill(Locations& locations, const Make& make) {
+// Calls set(i, locations[i]) for all i, in parallel.
+template <class Set>
+void fill(Locations& locations, const Set& set) {
     Stratum::parallelFor(locations.size(), 1000, [&](const Stratum::IndexRange& range) {
         for (std::size_t i = range.begin(); i < range.end(); ++i)
-            locations[i] = make(i);
+            set(i, locations[i]);
     });
     Stratum::throwIfCancelled();
 }
@@ -63,7 +61,7 @@ Locations scatterOnPoints(std::size_t pointCount, const PointMask* mask,
     const std::uint64_t count = countOf(options);
     if (!mask) {
         Locations locations(count);
-        fill(locations, [&](std::size_t i) { return onPoint(anyPoint(i)); });
+        fill(locations, [&](std::size_t i, GeoLocation& l) { setPoint(l, anyPoint(i)); });
         return locations;
     }
     if (options.mask_control != MaskControl::Resample &&
@@ -74,20 +72,19 @@ Locations scatterOnPoints(std::size_t pointCount, const PointMask* mask,
         return {};
     Locations locations(count);
     if (options.mask_control == MaskControl::Discard)
-        fill(locations, [&](std::size_t i) {
+        fill(locations, [&](std::size_t i, GeoLocation& location) {
             const std::size_t point = anyPoint(i);
-            return mask->rejects(point, (std::uint64_t{1} << 33) + i) ? GeoLocation()
-                                                                      : onPoint(point);
+            if (!mask->rejects(point, (std::uint64_t{1} << 33) + i))
+                setPoint(location, point);
         });
     else
-        fill(locations, [&](std::size_t i) {
+        fill(locations, [&](std::size_t i, GeoLocation& location) {
             std::uint64_t draw = i * kDrawsPerSample + 1;
             for (std::uint64_t attempt = 0; attempt < kAttempts; ++attempt, draw += 2) {
                 const std::size_t point = points[randomHash(draw, seed) % points.size()];
                 if (!mask->rejects(point, draw + 1))
-                    return onPoint(point);
+                    return setPoint(location, point);
             }
-            return GeoLocation();
         });
     return keepValid(locations);
 }

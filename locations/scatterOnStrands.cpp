@@ -6,6 +6,7 @@
 #include "locations/cancellation.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <vector>
 
@@ -33,85 +34,106 @@ float distance(const float3& a, const float3& b) {
 // and outside all strands.
 std::vector<float> segmentLengths(const StrandView& strands) {
     std::vector<float> lengths(strands.positions.size());
-    forEach(strands.strandCount, 100, [&](std::size_t strand) {
-        const IndexSpan points = strands.points(strand);
+    forEach(strands.strands.count(), 100, [&](std::size_t strand) {
+        const IndexSpan points = strands.strands[strand];
         for (std::size_t p = points.begin; p + 1 < points.end; ++p)
             lengths[p] = distance(strands.positions[p], strands.positions[p + 1]);
     });
     return lengths;
 }
 
-std::vector<std::uint32_t> strandsOfPoints(const StrandView& strands) {
-    std::vector<std::uint32_t> owners(strands.positions.size());
-    forEach(strands.strandCount, 1000, [&](std::size_t strand) {
-        const IndexSpan points = strands.points(strand);
-        std::fill(owners.begin() + static_cast<std::ptrdiff_t>(points.begin),
-                  owners.begin() + static_cast<std::ptrdiff_t>(points.end),
-                  static_cast<std::uint32_t>(strand));
-    });
-    return owners;
-}
-
 // Segments by their share of the length.
 class Segments {
 public:
-    Segments(const StrandView& strands, std::vector<float> lengths, float total)
-        : strands_(strands), shares_(std::move(lengths)), owners_(strandsOfPoints(strands)) {
-        forEach(shares_.size(), 1000, [&](std::size_t p) { shares_[p] /= total; });
-        sums_.reserve(shares_.size());
+    Segments(const StrandView& strands, std::span<const float> lengths, float total)
+        : entries_(lengths.size()) {
+        forEach(lengths.size(), 1000,
+                [&](std::size_t p) { entries_[p].share = lengths[p] / total; });
+        forEach(strands.strands.count(), 1000, [&](std::size_t strand) {
+            const IndexSpan points = strands.strands[strand];
+            for (std::size_t p = points.begin; p < points.end; ++p) {
+                entries_[p].strand = static_cast<std::uint32_t>(strand);
+                entries_[p].s = static_cast<std::uint32_t>(p - points.begin);
+            }
+        });
         float sum = 0;
-        for (const float share : shares_)
-            sums_.push_back(sum += share);
-        table_ = CumulativeTable<float>(sums_);
+        for (Entry& entry : entries_)
+            entry.sum = sum += entry.share;
+        table_ = CumulativeTable<Entry>(entries_);
     }
     Segments(const Segments&) = delete;
     Segments& operator=(const Segments&) = delete;
 
-    /// The location that a draw in [0, 1] falls on, of kind 0 past the last segment.
-    GeoLocation at(float draw) const {
-        GeoLocation location;
+    /// Sets the location, a default one, to what a draw in [0, 1] falls on; leaves it so past the
+    /// last segment.
+    void locate(float draw, GeoLocation& location) const {
         const std::size_t segment = table_.above(draw);
-        if (segment == sums_.size())
-            return location;
-        const std::uint32_t strand = owners_[segment];
-        const auto s = static_cast<std::uint32_t>(segment - strands_.begins[strand]);
-        const float u = (sums_[segment] - draw) / shares_[segment];
+        if (segment == entries_.size())
+            return;
+        const auto& [sum, share, strand, s] = entries_[segment];
+        const float u = (sum - draw) / share;
         location.kind = Geometry::Common::kOnStrand;
         location.element = strand;
         location.indices[0] = s;
         location.indices[1] = s + 1;
         location.weights[0] = u;
         location.weights[1] = 1 - u;
-        return location;
     }
+
+    const auto& table() const { return table_; }
 
     /// Whether a mask rejects all there is.
     bool areMasked(const StrandSamplerBase& mask) const {
-        for (std::size_t p = 0; p < shares_.size(); ++p)
-            if (shares_[p] != 0 && !mask.isFullyMasked(owners_[p], p - strands_.begins[owners_[p]]))
-                return false;
-        return true;
+        return std::ranges::all_of(entries_, [&](const Entry& entry) {
+            return entry.share == 0 || mask.isFullyMasked(entry.strand, entry.s);
+        });
     }
 
 private:
-    const StrandView& strands_;
-    std::vector<float> shares_, sums_;
-    std::vector<std::uint32_t> owners_;
-    CumulativeTable<float> table_;
+    struct Entry {
+        float sum, share;
+        std::uint32_t strand, s;
+    };
+    std::vector<Entry> entries_;
+    CumulativeTable<Entry> table_;
 };
 
-GeoLocation drawSample(std::uint64_t sample, const Segments& segments,
-                       const StrandSamplerBase* mask, const GenerateLocationOptions& options) {
-    const auto seed = static_cast<std::uint64_t>(options.seed);
+float positionDraw(std::uint64_t index, const GenerateLocationOptions& options) {
+    return randomUnit<float>(index, static_cast<std::uint64_t>(options.seed));
+}
+
+// Sets a location of kind 0.
+void drawSample(std::uint64_t sample, const Segments& segments, const StrandSamplerBase* mask,
+                const GenerateLocationOptions& options, GeoLocation& location) {
     const bool retry = options.mask_control == VantorExp::Geometry::MaskControl::Resample;
     std::uint64_t draw = sample * kDrawsPerSample;
     for (std::uint64_t attempt = 1;; ++attempt, draw += 2) {
-        const GeoLocation location = segments.at(randomUnit<float>(draw, seed));
+        segments.locate(positionDraw(draw, options), location);
         if (location.kind == Geometry::Common::kNoLocation || !mask ||
             !mask->reject(location, draw + 1, options))
-            return location;
+            return;
+        location = {};
         if (!retry || attempt == kStrandAttempts)
-            return {};
+            return;
+    }
+}
+
+// Some samples at a time, so that they wait for memory together.
+void drawSamples(const Stratum::IndexRange& range, const Segments& segments,
+                 const StrandSamplerBase* mask, const GenerateLocationOptions& options,
+                 Locations& locations) {
+    constexpr std::size_t kAhead = 16; // as many lines as a processor fetches at a time
+    for (std::size_t begin = range.begin(); begin < range.end(); begin += kAhead) {
+        const std::size_t end = std::min(begin + kAhead, range.end());
+        std::array<float, kAhead> draws;
+        for (std::size_t i = begin; i < end; ++i) {
+            draws[i - begin] = positionDraw(i * kDrawsPerSample, options);
+            segments.table().expectCell(draws[i - begin]);
+        }
+        for (std::size_t i = begin; i < end; ++i)
+            segments.table().expectEntry(draws[i - begin]);
+        for (std::size_t i = begin; i < end; ++i)
+            drawSample(i, segments, mask, options, locations[i]);
     }
 }
 
@@ -129,19 +151,20 @@ std::uint64_t countOf(const GenerateLocationOptions& options, float length) {
 
 Locations scatterOnStrands(const StrandView& strands, const StrandSamplerBase* mask,
                            const GenerateLocationOptions& options) {
-    std::vector<float> lengths = segmentLengths(strands);
+    const std::vector<float> lengths = segmentLengths(strands);
     const float total = Stratum::parallelSum(std::span<const float>(lengths), 1000);
     Stratum::throwIfCancelled();
     const std::uint64_t count = countOf(options, total);
     if (!(total > 0) || count == 0)
         return {};
-    const Segments segments(strands, std::move(lengths), total);
+    const Segments segments(strands, lengths, total);
     if (mask && segments.areMasked(*mask))
         return {};
     Locations locations(count);
-    forEach(count, 1000, [&](std::size_t sample) {
-        locations[sample] = drawSample(sample, segments, mask, options);
+    Stratum::parallelFor(count, 1000, [&](const Stratum::IndexRange& range) {
+        drawSamples(range, segments, mask, options, locations);
     });
+    Stratum::throwIfCancelled();
     if (mask)
         return keepValid(locations);
     return locations;

@@ -418,7 +418,7 @@ TEST(Locations, BrokenGeometryGivesOnlyIndicesThatExist) {
             } else if (l.kind == 4) {
                 ASSERT_LT(l.element, std::min(count, offsets.size()));
                 ASSERT_EQ(l.indices[1], l.indices[0] + 1);
-                ASSERT_LT(l.indices[1], points.size());
+                ASSERT_LT(std::size_t{offsets[l.element]} + l.indices[1], points.size());
             } else if (l.kind == 3) {
                 ASSERT_LT(l.element, std::min(count, offsets.size())) << round;
                 for (int c = 0; c < 3; ++c) {

@@ -8,6 +8,7 @@
 #include <initializer_list>
 #include <limits>
 #include <memory>
+#include <type_traits>
 #include <utility>
 
 namespace Ostrum {
@@ -30,7 +31,7 @@ public:
         Array fresh;
         fresh.data_ = Allocator<T>().allocate(count);
         fresh.capacity_ = count;
-        std::uninitialized_fill_n(fresh.data_, count, value);
+        construct(fresh.data_, count, value);
         fresh.size_ = count;
         swap(fresh);
     }
@@ -79,7 +80,7 @@ public:
         }
         if (count > capacity_)
             reserve(capacity_ == 0 ? count : std::max(count, grownCapacity()));
-        std::uninitialized_value_construct(data_ + size_, data_ + count);
+        construct(data_ + size_, count - size_, T());
         size_ = count;
     }
 
@@ -112,6 +113,13 @@ public:
     }
 
 private:
+    static void construct(T* place, std::size_t count, const T& value) {
+        if constexpr (std::is_trivially_copyable_v<T>)
+            Ostrum::fill(place, count, &value, sizeof(T));
+        else
+            std::uninitialized_fill_n(place, count, value);
+    }
+
     std::size_t grownCapacity() const {
         return capacity_ < 8 ? 8
                              : (capacity_ > std::numeric_limits<std::size_t>::max() / 2

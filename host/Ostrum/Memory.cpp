@@ -1,9 +1,13 @@
 #include "Ostrum/Memory.h"
 
+#include "common/parallel.h"
+
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
+#include <cstring>
 
 namespace Ostrum {
 
@@ -22,6 +26,18 @@ void* allocateLarge(std::size_t bytes) {
         return nullptr;
     ::madvise(memory, bytes, MADV_HUGEPAGE); // a wish: without it the block serves as well
     return memory;
+}
+
+// A run of copies grows by copying itself, up to what stays in the nearest cache.
+void fillRun(std::byte* memory, std::size_t count, const void* value, std::size_t size) {
+    constexpr std::size_t kBlockBytes = 4096;
+    const std::size_t block = std::max<std::size_t>(1, kBlockBytes / size);
+    std::memcpy(memory, value, size);
+    for (std::size_t done = 1; done < count;) {
+        const std::size_t more = std::min({done, block, count - done});
+        std::memcpy(memory + done * size, memory, more * size);
+        done += more;
+    }
 }
 } // namespace
 
@@ -43,6 +59,18 @@ void* allocate(std::size_t bytes) {
 
 void deallocate(void* memory) noexcept {
     std::free(memory);
+}
+
+void fill(void* memory, std::size_t count, const void* value, std::size_t size) {
+    const std::size_t share = std::max<std::size_t>(1, kLargePage / size);
+    auto* const bytes = static_cast<std::byte*>(memory);
+    Stratum::parallelForIsolated((count + share - 1) / share, 1,
+                                 [&](const Stratum::IndexRange& range) {
+                                     const std::size_t begin = range.begin() * share,
+                                                       end = std::min(range.end() * share, count);
+                                     if (begin < end)
+                                         fillRun(bytes + begin * size, end - begin, value, size);
+                                 });
 }
 
 void failAllocation(std::uint64_t n) {

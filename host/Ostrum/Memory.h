@@ -18,6 +18,10 @@ namespace Ostrum {
 /// Gives back what allocate() returned; null is allowed.
 OSTRUM_API void deallocate(void* memory) noexcept;
 
+/// Writes `count` copies of the `size` bytes at `value` one after the other; large amounts in
+/// parallel, because fresh memory costs more to touch than to write.
+OSTRUM_API void fill(void* memory, std::size_t count, const void* value, std::size_t size);
+
 /// Makes the n-th allocation from now on fail (1: the next one); 0 takes the wish back. Only that
 /// one fails. For tests.
 OSTRUM_API void failAllocation(std::uint64_t n);

@@ -53,7 +53,7 @@ ones = [[1] * 4] * 4
 wave = {"formula": "sine", "amplitude": ones, "wave": [1, 2, 3]}
 slow = {"nodes": {"v": {"type": "volume", "trees": [{
     "shape": 2, "tiles": [{"depth": 28, "box": [[0, 0, 0], [127, 127, 127]]}],
-    "channels": [{"name": "c", "value_type": "float4x4", "fill": [wave] * 40}]}]},
+    "channels": [{"name": "c", "value_type": "float4x4", "fill": [wave] * 400}]}]},
     "s": {"type": "sample_volume", "object": {"node": "v"}, "positions": [[0, 0, 0]],
           "default_value": ones, "property": "c"}},
     "outputs": {"s": {"node": "s", "file": "never.json"}}}
@@ -61,7 +61,7 @@ json.dump(slow, open("slow.json", "w"))
 many = {"nodes": {"v": {"type": "volume", "file": volume},
                   "p": {"type": "array", "value_type": "float3", "values": [[0, 0, 0]] * 300000}},
         "outputs": {}}
-for n in range(40):
+for n in range(2000):
     many["nodes"][f"s{n}"] = {"type": "sample_volume", "object": {"node": "v"},
                               "positions": {"node": "p"}, "default_value": 0, "property": "density",
                               "sampler": "kCubicC1", "settings": {"cancel_at_question": 2}}
