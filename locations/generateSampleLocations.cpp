@@ -5,7 +5,7 @@
 #include "locations/warn.h"
 
 #include <algorithm>
-#include <iostream>
+#include <utility>
 
 namespace Vantor::Sample {
 
@@ -42,8 +42,10 @@ void generateSampleLocations(const Object& geometry, const GenerateLocationOptio
         locations = generateOnStrands(valid, geometry, services);
     else if (onPoints && geometry.isA(*Geometry::getPointCloudPrototype()))
         locations = generateOnPoints(valid, geometry, services);
-    else if (geometry.isA(*Geometry::getVolumePrototype()))
-        std::cerr << "Unable to generate volume geo locations.\n";
+    else if (geometry.isA(*Geometry::getVolumePrototype())) {
+        if (auto found = generateInVolume(valid, geometry))
+            locations = std::move(*found);
+    }
 }
 
 } // namespace Vantor::Sample

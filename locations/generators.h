@@ -9,6 +9,7 @@
 #include "locations/GenerateLocationOptions.h"
 
 #include <cstddef>
+#include <optional>
 #include <span>
 
 namespace Vantor::Sample {
@@ -24,7 +25,10 @@ Locations generateOnStrands(GenerateLocationOptions options, const Object& geome
 Locations generateOnPoints(GenerateLocationOptions options, const Object& geometry,
                            const Ostrum::RuntimeServices* services);
 
-/// What every generator begins with: the seed array goes into the seed, and there is always a
+/// None, with a line on the standard error stream, when the volume has nothing to scatter in.
+std::optional<Locations> generateInVolume(GenerateLocationOptions options, const Object& geometry);
+
+/// What the other generators begin with: the seed array goes into the seed, and there is always a
 /// largest number.
 inline void prepare(GenerateLocationOptions& options, std::int64_t defaultMaximum) {
     if (const auto& more = options.seed_array)

@@ -51,9 +51,10 @@ private:
 // What a block is sorted by, and the index in it, in the upper and the lower half.
 using Entry = std::uint64_t;
 
-std::vector<Entry> makeEntries(std::span<const float3> positions) {
+std::vector<Entry> makeEntries(const PositionsView& positions) {
     Axis x, y, z;
-    for (const float3& p : positions) {
+    for (std::size_t i = 0; i < positions.size(); ++i) {
+        const float3 p = positions[i];
         x.extend(p.x);
         y.extend(p.y);
         z.extend(p.z);
@@ -63,7 +64,7 @@ std::vector<Entry> makeEntries(std::span<const float3> positions) {
     z.cut();
     std::vector<Entry> entries(positions.size());
     for (std::size_t i = 0; i < positions.size(); ++i) {
-        const float3& p = positions[i];
+        const float3 p = positions[i];
         const Entry key = x.bits(p.x) | y.bits(p.y) << 1 | z.bits(p.z) << 2;
         entries[i] = key << 32 | i;
     }
@@ -91,12 +92,12 @@ void sortEntries(const std::vector<Entry>& entries, std::uint32_t* order) {
 }
 
 // Whether most of some pairs of successive positions lie further apart.
-bool areScattered(std::span<const float3> positions, float nearby) {
+bool areScattered(const PositionsView& positions, float nearby) {
     constexpr std::size_t kPairs = 64;
     const std::size_t stride = positions.size() / kPairs;
     std::size_t far = 0;
     for (std::size_t pair = 0; pair < kPairs; ++pair) {
-        const float3 &a = positions[pair * stride], &b = positions[pair * stride + 1];
+        const float3 a = positions[pair * stride], b = positions[pair * stride + 1];
         far += std::abs(a.x - b.x) > nearby || std::abs(a.y - b.y) > nearby ||
                std::abs(a.z - b.z) > nearby;
     }
@@ -105,7 +106,7 @@ bool areScattered(std::span<const float3> positions, float nearby) {
 
 } // namespace
 
-VisitOrder::VisitOrder(std::span<const float3> positions, float nearby) {
+VisitOrder::VisitOrder(const PositionsView& positions, float nearby) {
     constexpr std::size_t kFewest = std::size_t{1} << 15;
     if (positions.size() < kFewest || !areScattered(positions, nearby))
         return;
@@ -115,8 +116,7 @@ VisitOrder::VisitOrder(std::span<const float3> positions, float nearby) {
         Stratum::parallelForIsolated(blocks, 1, [&](const Stratum::IndexRange& range) {
             for (std::size_t block = range.begin(); block < range.end(); ++block) {
                 const std::size_t begin = block * kBlock;
-                const auto part =
-                    positions.subspan(begin, std::min(kBlock, positions.size() - begin));
+                const auto part = positions.part(begin, std::min(kBlock, positions.size() - begin));
                 sortEntries(makeEntries(part), order_.data() + begin);
             }
         });

@@ -1,11 +1,10 @@
 // An order of visits that brings positions near to each other together.
 #pragma once
 
-#include "common/Math.h"
+#include "volume/PositionsView.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <span>
 #include <vector>
 
 namespace KDX::TileTree3D {
@@ -21,7 +20,7 @@ public:
     /// Orders positions, block by block, in parallel, unless most of them lie within `nearby` of
     /// the one before on every axis already, or they are few, or memory runs out: the order is then
     /// theirs. Positions may be anything, NaN too.
-    VisitOrder(std::span<const Vantor::Math::float3> positions, float nearby);
+    VisitOrder(const PositionsView& positions, float nearby);
 
     /// The index of the i-th position to visit.
     std::size_t operator[](std::size_t i) const {

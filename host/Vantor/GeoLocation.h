@@ -15,6 +15,7 @@ enum LocationKind : std::uint32_t {
     kOnFace = 3,
     kOnStrand = 4,
     kOnPoint = 5,
+    kVolume = 6,
 };
 
 /// A place on one element of a geometry: some of the element's vertices, by their local indices

@@ -33,7 +33,13 @@ expected |= {
     "VantorExp::Geometry::MaskControl, long, Ostrum::Ptr<Ostrum::Array<long long> > const&, bool, long, "
     f"bool, Ostrum::String const&, bool, Ostrum::Ptr<{LOCATIONS} >&, Ostrum::RuntimeServices const&)",
 }
-assert len(expected) == 19
+expected |= {
+    f"Geometry::Internal::sample_volume_property(Vantor::Object const&, {LOCATIONS} const&, "
+    f"Ostrum::String const&, {value} const&, VantorExp::SampleMethod, "
+    f"Ostrum::Ptr<Ostrum::Array<{value}> >&, Ostrum::Ptr<Ostrum::Array<bool> >&)"
+    for value in values
+}
+assert len(expected) == 28
 
 listing = subprocess.run(
     ["nm", "-D", "--defined-only", "-C", sys.argv[1]], check=True, capture_output=True, text=True

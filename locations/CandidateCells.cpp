@@ -1,0 +1,161 @@
+#include "locations/CandidateCells.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+namespace Vantor::Sample {
+
+namespace {
+
+constexpr std::uint64_t kMostUnits = std::uint64_t{1} << 56;
+
+// a * b + c, or more than kMostUnits where that is more. a and c must not exceed kMostUnits.
+std::uint64_t saturated(std::uint64_t a, std::uint64_t b, std::uint64_t c) {
+    constexpr std::uint64_t kTooMany = kMostUnits + 1;
+    if (b != 0 && a > kMostUnits / b)
+        return kTooMany;
+    return std::min(a * b + c, kTooMany);
+}
+
+// Cells of a finer depth in one of a depth so many steps coarser, saturated.
+template <class Traits>
+std::uint64_t cellsIn(int steps) {
+    constexpr auto B = static_cast<std::uint64_t>(Traits::kChildrenPerAxis);
+    std::uint64_t cells = 1;
+    for (int step = 0; step < steps; ++step)
+        cells = saturated(cells, B * B * B, 0);
+    return cells;
+}
+
+// A cell before it is rounded to float.
+struct WholeCell {
+    std::int64_t x, y, z, width;
+
+    CandidateCell rounded() const {
+        return {{static_cast<float>(x), static_cast<float>(y), static_cast<float>(z)},
+                static_cast<float>(width)};
+    }
+};
+
+template <class Traits>
+WholeCell voxelCell(const CandidateTile<Traits>& tile, std::uint64_t rank) {
+    constexpr int W = Traits::kVoxelsPerAxis;
+    const int voxel = tile.voxels.select(static_cast<int>(rank));
+    const std::int64_t width = Traits::voxelWidth(tile.depth);
+    return {tile.tijk.x + voxel % W * width, tile.tijk.y + voxel / W % W * width,
+            tile.tijk.z + voxel / (W * W) * width, width};
+}
+
+// The part-th of the cells of that width in a cell, x fastest.
+WholeCell partOf(const WholeCell& cell, std::uint64_t part, std::int64_t width) {
+    const auto perAxis = static_cast<std::uint64_t>(cell.width / width);
+    const auto offset = [&](std::uint64_t p) {
+        return static_cast<std::int64_t>(p % perAxis) * width;
+    };
+    return {cell.x + offset(part), cell.y + offset(part / perAxis),
+            cell.z + offset(part / perAxis / perAxis), width};
+}
+
+} // namespace
+
+template <class Traits>
+CandidateCells<Traits>::CandidateCells(std::vector<CandidateTile<Traits>> tiles, int finestDepth)
+    : tiles_(std::move(tiles)) {
+    std::erase_if(tiles_, [](const auto& tile) { return tile.voxels.empty(); });
+    chooseUnit(finestDepth);
+    sumUp();
+    makeGuide();
+}
+
+template <class Traits>
+void CandidateCells<Traits>::chooseUnit(int finestDepth) {
+    std::array<std::uint64_t, Traits::kDepthCount> voxels{};
+    for (const auto& tile : tiles_)
+        voxels[static_cast<std::size_t>(tile.depth)] +=
+            static_cast<std::uint64_t>(tile.voxels.count());
+    for (unitDepth_ = std::max(finestDepth, 0);; --unitDepth_) {
+        std::uint64_t total = 0;
+        for (int depth = 0; depth < Traits::kDepthCount; ++depth) {
+            const auto d = static_cast<std::size_t>(depth);
+            unitsPerVoxel_[d] = cellsIn<Traits>(unitDepth_ - depth);
+            total = saturated(voxels[d], unitsPerVoxel_[d], total);
+        }
+        if (total <= kMostUnits || unitDepth_ == 0)
+            return;
+    }
+}
+
+template <class Traits>
+void CandidateCells<Traits>::sumUp() {
+    for (auto& tile : tiles_) {
+        tile.begin = total_;
+        total_ += static_cast<std::uint64_t>(tile.voxels.count()) *
+                  unitsPerVoxel_[static_cast<std::size_t>(tile.depth)];
+    }
+}
+
+template <class Traits>
+void CandidateCells<Traits>::makeGuide() {
+    // About as many entries as there are tiles.
+    while (total_ >> shift_ > tiles_.size())
+        ++shift_;
+    guide_.reserve((total_ >> shift_) + 2);
+    std::uint32_t tile = 0;
+    for (std::uint64_t entry = 0; entry <= total_ >> shift_; ++entry) {
+        while (tile + 1 < tiles_.size() && tiles_[tile + 1].begin <= entry << shift_)
+            ++tile;
+        guide_.push_back(tile);
+    }
+    guide_.push_back(static_cast<std::uint32_t>(tiles_.size()));
+}
+
+template <class Traits>
+CandidateCell CandidateCells<Traits>::operator[](std::uint64_t unit) const {
+    const auto* const first = tiles_.data() + guide_[unit >> shift_];
+    const auto* const last =
+        std::min(tiles_.data() + guide_[(unit >> shift_) + 1] + 1, tiles_.data() + tiles_.size());
+    const auto& tile =
+        *(std::partition_point(first + 1, last, [unit](const auto& t) { return t.begin <= unit; }) -
+          1);
+    const std::uint64_t rank = unit - tile.begin,
+                        perVoxel = unitsPerVoxel_[static_cast<std::size_t>(tile.depth)];
+    const WholeCell cell = perVoxel == 1 ? voxelCell(tile, rank)
+                                         : partOf(voxelCell(tile, rank / perVoxel), rank % perVoxel,
+                                                  Traits::voxelWidth(unitDepth_));
+    return cell.rounded();
+}
+
+template <class Traits>
+typename CandidateCells<Traits>::Box CandidateCells<Traits>::bounds() const {
+    constexpr int W = Traits::kVoxelsPerAxis;
+    Box box;
+    box.min.fill(std::numeric_limits<std::int64_t>::max());
+    box.max.fill(std::numeric_limits<std::int64_t>::min());
+    for (const auto& tile : tiles_) {
+        const std::array<std::int64_t, 3> origin{tile.tijk.x, tile.tijk.y, tile.tijk.z};
+        const std::int64_t width = Traits::voxelWidth(tile.depth);
+        bool inside = true;
+        for (std::size_t axis = 0; axis < 3; ++axis)
+            inside = inside && box.min[axis] <= origin[axis] &&
+                     origin[axis] + W * width <= box.max[axis];
+        if (inside)
+            continue;
+        for (int voxel = 0; voxel < Traits::kVoxelCount; ++voxel) {
+            if (!tile.voxels.contains(voxel))
+                continue;
+            const std::array<int, 3> n{voxel % W, voxel / W % W, voxel / (W * W)};
+            for (std::size_t axis = 0; axis < 3; ++axis) {
+                const std::int64_t lower = origin[axis] + n[axis] * width;
+                box.min[axis] = std::min(box.min[axis], lower);
+                box.max[axis] = std::max(box.max[axis], lower + width);
+            }
+        }
+    }
+    return box;
+}
+
+template class CandidateCells<KDX::TileTree3D::Traits<2, 4, 1>>;
+template class CandidateCells<KDX::TileTree3D::Traits<5, 5, 1>>;
+
+} // namespace Vantor::Sample

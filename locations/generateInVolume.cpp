@@ -1,0 +1,30 @@
+#include "KDX/Traits.h"
+#include "Vantor/Geometry.h"
+#include "locations/generators.h"
+#include "locations/scatterInVolume.h"
+
+#include <iostream>
+#include <optional>
+#include <utility>
+
+namespace Vantor::Sample {
+
+using KDX::TileTree3D::Traits;
+
+std::optional<Locations> generateInVolume(GenerateLocationOptions options, const Object& geometry) {
+    if (const auto& more = options.seed_array)
+        options.seed = foldSeed(options.seed, {more->data(), more->size()});
+    const auto volume = Geometry::shallow_copy_object_to_kdx_volume(geometry);
+    Locations locations;
+    bool recognised = false;
+    // Both are tried, whatever becomes of the first.
+#define STRATUM_TREE_SHAPE(B, W)                                                                   \
+    if (volume && scatterInVolume<KDX::TileTree3D::Traits<B, W, 1>>(*volume, options, locations))  \
+        recognised = true;
+#include "common/rows.def"
+    if (!recognised)
+        std::cerr << "Unable to generate volume geo locations.\n";
+    return locations;
+}
+
+} // namespace Vantor::Sample

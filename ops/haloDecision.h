@@ -1,0 +1,44 @@
+// Whether so many samples are worth a halo channel.
+#pragma once
+
+#include "Kelvane/Logger.h"
+#include "ops/registeredProperty.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <iostream>
+
+namespace Stratum {
+
+/// Locations per stored voxel above which a halo channel pays: its building passes over all voxels
+/// once, and spares every sample the look at neighbouring tiles.
+inline constexpr float kHaloSamplingThreshold = 0.2F;
+
+/// That ratio, or what a test registered in its place.
+inline float haloSamplingThreshold() {
+    if (!Kelvane::Logger::getEnableTestMode())
+        return kHaloSamplingThreshold;
+    const auto registered = registeredProperty("sample_volume_property_halo_sampling_threshold");
+    if (Kelvane::Logger::verboseLevel() > 1) {
+        if (registered)
+            std::cout << "Found registered threshold = " << *registered << std::endl;
+        else
+            std::cout << "Unable to find registered threshold, using default" << std::endl;
+    }
+    return registered.value_or(kHaloSamplingThreshold);
+}
+
+inline bool isHaloWorthwhile(std::size_t samples, std::int64_t voxels, float threshold) {
+    const float ratio =
+        static_cast<float>(samples) / static_cast<float>(std::max<std::int64_t>(1, voxels));
+    const bool enabled = ratio > threshold;
+    if (Kelvane::Logger::verboseLevel() > 1)
+        std::cout << "#Samples = " << samples << "\n#Voxels = " << voxels
+                  << "\nkHaloSamplingThreshold = " << threshold
+                  << "\nhaloSamplingThreshold = " << ratio << "\nenableHaloChannel = " << enabled
+                  << std::endl;
+    return enabled;
+}
+
+} // namespace Stratum

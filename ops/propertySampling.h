@@ -1,0 +1,143 @@
+// Linear sampling of a channel at geo locations.
+#pragma once
+
+#include "KDX/halo.h"
+#include "Kelvane/Logger.h"
+#include "Vantor/GeoLocation.h"
+#include "common/parallel.h"
+#include "locations/cancellation.h"
+#include "ops/haloChannel.h"
+#include "ops/haloDecision.h"
+#include "ops/sample_volume_property.h"
+#include "ops/visitOrder.h"
+#include "ops/volumeParts.h"
+#include "volume/VoxelSamplerLinear.h"
+
+#include <iostream>
+#include <utility>
+
+namespace Stratum {
+
+using Vantor::Geometry::Common::GeoLocation;
+
+inline constexpr std::size_t kLocationGrain = 1000;
+
+/// One call, and what it has found so far.
+template <class T>
+struct PropertySampling {
+    const Vantor::Object& object;
+    const Ostrum::Array<GeoLocation>& locations;
+    const Ostrum::String& property;
+    const T& defaultValue;
+    VantorExp::SampleMethod method;
+    Ostrum::Array<T> values;
+    Ostrum::Array<bool> valid;
+
+    KDX::TileTree3D::PositionsView positions() const {
+        return {locations.empty() ? nullptr : locations[0].weights.data(), sizeof(GeoLocation),
+                locations.size()};
+    }
+};
+
+/// A part of the loop, with the sampler of one task.
+template <class Sampler, class T>
+struct PropertyLoopBody {
+    mutable Sampler sampler;
+    const KDX::TileTree3D::VisitOrder& order;
+    PropertySampling<T>& call;
+
+    void operator()(const IndexRange& range) const {
+        using PositionT = typename Sampler::PositionType;
+        const auto positions = call.positions();
+        for (std::size_t visit = range.begin(); visit < range.end(); ++visit) {
+            const std::size_t i = order[visit];
+            const auto p = positions[i];
+            call.values[i] = sampler.sample(PositionT{p.x, p.y, p.z}, Sampler::kFinestDepth,
+                                            KDX::TileTree3D::kWorld);
+            call.valid[i] = true;
+        }
+    }
+};
+
+template <class Traits, class T>
+void samplePropertyOf(const VolumeParts<Traits, T>& volume,
+                      const KDX::TileTree3D::LinearSampler<Traits, T>& sampler,
+                      PropertySampling<T>& call, const Kelvane::Logger::timer& parent) {
+    const Kelvane::Logger::timer timer("Geometry::sample_volume_property.sample", &parent);
+    const auto order = visitOrder(volume, call.positions());
+    parallelFor(
+        call.locations.size(), kLocationGrain,
+        PropertyLoopBody<KDX::TileTree3D::LinearSampler<Traits, T>, T>{sampler, order, call});
+    throwIfCancelled();
+}
+
+/// Fills the call from the tree of one shape; false where the volume has no such channel there.
+template <class Traits, class T>
+bool samplePropertyIn(const KDX::Object& object, PropertySampling<T>& call,
+                      const Kelvane::Logger::timer& parent) {
+    using namespace KDX::TileTree3D;
+    if (!object.component<Container<Traits>>(Vantor::Geometry::sVoxelTileTree) ||
+        !object.component<VoxelTopology<Traits>>(Vantor::Geometry::sVoxelComp))
+        return false;
+    const float threshold = haloSamplingThreshold();
+    const auto volume = findVolumeParts<Traits, T>(object, call.property);
+    if (!volume)
+        return false;
+    call.values = Ostrum::Array<T>(call.locations.size());
+    call.valid = Ostrum::Array<bool>(call.locations.size());
+    const bool enabled =
+        isHaloWorthwhile(call.locations.size(), volume.container->voxelDataCount(-1), threshold);
+    using Sampler = LinearSampler<Traits, T>;
+    if (!enabled || volume.topology->offsetType() != VoxelOffsetType::kCorner) {
+        samplePropertyOf(volume, Sampler(*volume.container, *volume.topology, *volume.channel),
+                         call, parent);
+        return true;
+    }
+    const auto halo = createHaloChannel<Traits, T>(*volume.topology, call.defaultValue,
+                                                   {.finestDepth = Traits::kFinestDepth});
+    {
+        const Kelvane::Logger::timer timer("Geometry::sample_volume_property.build_halo", &parent);
+        computeHalo<Traits, T, 0, 0, 1, 0>(*volume.channel, *volume.container, *halo, -1, -1);
+    }
+    samplePropertyOf(volume, Sampler(*volume.container, *volume.topology, *halo), call, parent);
+    return true;
+}
+
+/// The voxel positions as a property: those of the locations, for float3.
+template <class T>
+void copyPositions(PropertySampling<T>& call) {
+    const std::size_t count = call.locations.size();
+    call.values = Ostrum::Array<T>(count);
+    call.valid = Ostrum::Array<bool>(count, std::is_same_v<T, Vantor::Math::float3>);
+    if constexpr (std::is_same_v<T, Vantor::Math::float3>) {
+        parallelFor(count, kLocationGrain, [&](const IndexRange& range) {
+            const auto positions = call.positions();
+            for (std::size_t i = range.begin(); i < range.end(); ++i)
+                call.values[i] = positions[i];
+        });
+        throwIfCancelled();
+    }
+}
+
+/// Whether the call could be filled.
+template <class T>
+bool sampleProperty(PropertySampling<T>& call, const Kelvane::Logger::timer& parent) {
+    if (call.property == Vantor::Geometry::sVoxelPosition) {
+        copyPositions(call);
+        return true;
+    }
+    const auto volume = Vantor::Geometry::shallow_copy_object_to_kdx_volume(call.object);
+    if (!volume) {
+        std::cerr << "Unable to convert to KDX volume for sampling.\n";
+        return false;
+    }
+    bool sampled = false;
+#define STRATUM_TREE_SHAPE(B, W)                                                                   \
+    sampled = samplePropertyIn<KDX::TileTree3D::Traits<B, W, 1>>(*volume, call, parent) || sampled;
+#include "common/rows.def"
+    if (!sampled)
+        std::cerr << "Unable to sample property: " << call.property << std::endl;
+    return sampled;
+}
+
+} // namespace Stratum
