@@ -76,6 +76,23 @@ TEST(Locations, NoAmountIsTooStrange) {
     EXPECT_EQ(scatter(strands, odd), scatter(strands, byCount(4)));
 }
 
+// Finite points may be too far apart for single precision.
+TEST(Locations, InfiniteMeasuresPlaceNothing) {
+    SlowStrands strands{{{0, 0, 0}, {1, 0, 0}, {1e30F, 0, 0}, {1, 0, 0}, {0, 0, 0}}, {0, 2, 5}};
+    EXPECT_EQ(scatter(strands.object(), byCount(50)), Locations(50));
+    const auto object = withMask(strands.object(), sStrandComp, std::vector{true, true});
+    EXPECT_TRUE(scatter(object, masked(byCount(50))).empty());
+    // Of three triangles one has no area that is a number and one an infinite one; a density that
+    // is too large for a float is as any other that the cap limits.
+    const SlowMesh mesh{{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {kNan, 0, 0}, {1e30F, 0, 0}},
+                        {{0, 1, 3}, {0, 4, 2}, {0, 1, 2}}};
+    for (const double huge : {1e9, 1e38, 1e39, std::numeric_limits<double>::infinity()}) {
+        const auto locations = scatter(mesh.object(), capped(byDensity(huge), 5));
+        ASSERT_EQ(locations.size(), 5U) << huge;
+        EXPECT_EQ(locations[4].element, 2U);
+    }
+}
+
 TEST(Locations, TheTrianglesOfAFaceShareTheirDraws) {
     const SlowMesh quad{{{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}}, {{0, 1, 2, 3}}};
     const auto locations = scatter(quad.object(), byDensity(40));
