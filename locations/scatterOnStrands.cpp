@@ -60,6 +60,7 @@ public:
         for (Entry& entry : entries_)
             entry.sum = sum += entry.share;
         table_ = CumulativeTable<Entry>(entries_);
+        Stratum::throwIfCancelled();
     }
     Segments(const Segments&) = delete;
     Segments& operator=(const Segments&) = delete;

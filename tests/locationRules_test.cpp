@@ -320,9 +320,11 @@ TEST(Locations, WarnOnceEachAndGoOnWithoutTheMask) {
 
 TEST(Locations, CancellingReachesTheHostAndChangesNothing) {
     const auto mesh = kSmallMesh.object(), strands = kSmallStrands.object();
-    for (const auto& [object, options, questions] : {std::tuple(mesh, byCount(9), 2U),
+    const auto maskedStrands = withMask(strands, sStrandComp, std::vector{true, true});
+    for (const auto& [object, options, questions] : {std::tuple(mesh, byCount(9), 3U),
                                                      {mesh, byDensity(9), 2U},
-                                                     {strands, byCount(9), 5U},
+                                                     {strands, byCount(9), 6U},
+                                                     {maskedStrands, masked(byCount(9)), 8U},
                                                      {mesh, onPoints(byCount(9)), 1U}})
         for (unsigned question = 1; question <= questions + 1; ++question) {
             const auto before = makePtr<Locations>(4U);
@@ -333,7 +335,7 @@ TEST(Locations, CancellingReachesTheHostAndChangesNothing) {
                 Geometry::Query::generate_sample_locations(
                     makePtr<Vantor::Object>(object), options.sample_type, options.amount,
                     options.amount_type, options.mask_control, options.seed, nullptr, false, 0,
-                    false, "", false, out, Ostrum::RuntimeServices());
+                    options.use_mask, options.mask_property, false, out, Ostrum::RuntimeServices());
             } catch (const std::runtime_error& error) {
                 text = error.what();
             }
