@@ -18,7 +18,8 @@ namespace Stratum::tools {
 
 namespace {
 
-using Vantor::Geometry::Common::GeoLocation;
+namespace Common = Vantor::Geometry::Common;
+using Common::GeoLocation;
 using Vantor::Math::float3;
 using Vantor::Sample::GenerateLocationOptions;
 using VantorExp::Geometry::AmountType;
@@ -87,14 +88,21 @@ double lengthOf(const Vantor::Object& geometry, const Ostrum::Array<float3>& poi
     return sum;
 }
 
-void measure(ScatterReport& report, const Vantor::Object& geometry, SampleType type) {
+Common::LocationKind kindOf(const Vantor::Object& geometry, SampleType type) {
+    using namespace Vantor::Geometry;
+    if (type == SampleType::Points)
+        return Common::kOnPoint;
+    return geometry.isA(*getMeshPrototype()) ? Common::kOnFace : Common::kOnStrand;
+}
+
+void measure(ScatterReport& report, const Vantor::Object& geometry, Common::LocationKind kind) {
     using namespace Vantor::Geometry;
     const auto points = geometry.propertyData<float3>(sPointPosition);
-    if (type == SampleType::Points) {
+    if (kind == Common::kOnPoint) {
         report.kind = "points";
         report.measureName = "points";
         report.measure = static_cast<double>(points->size());
-    } else if (geometry.isA(*getMeshPrototype())) {
+    } else if (kind == Common::kOnFace) {
         report.kind = "faces";
         report.measureName = "area";
         report.measure = areaOf(geometry, *points);
@@ -112,6 +120,7 @@ Scattered scatter(const Ostrum::Ptr<Vantor::Object>& geometry,
     constexpr int kWarning = 2;
     const Kelvane::Logger::timer timer("scatter");
     Scattered scattered;
+    scattered.kind = kindOf(*geometry, options.sample_type);
     const Ostrum::RuntimeServices services(kWarning, [&](int, const Ostrum::String& message) {
         scattered.warnings.push_back(message.str());
     });
@@ -120,7 +129,7 @@ Scattered scatter(const Ostrum::Ptr<Vantor::Object>& geometry,
     scattered.seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     const auto isNowhere = [](const GeoLocation& location) {
-        return location.kind == Vantor::Geometry::Common::kNoLocation;
+        return location.kind == Common::kNoLocation;
     };
     scattered.nowhere = static_cast<std::uint64_t>(std::ranges::count_if(*locations, isNowhere));
     const auto* rest = std::remove_if(locations->begin(), locations->end(), isNowhere);
@@ -140,7 +149,7 @@ ScatterReport reportOn(const Scattered& scattered, const Ostrum::Ptr<Vantor::Obj
     report.foldedSeed = options.seed;
     if (const auto& more = options.seed_array)
         report.foldedSeed = Vantor::Sample::foldSeed(options.seed, {more->data(), more->size()});
-    measure(report, *geometry, options.sample_type);
+    measure(report, *geometry, scattered.kind);
     if (!options.use_mask)
         return report;
     GenerateLocationOptions unmasked = options;

@@ -148,6 +148,11 @@ cloud = rows("cloud.ply", "--count", "50", "--mask", "heavy")
 check(len(cloud) == 50 and all(list(row.values()) == [4, 5, 6, 1] for row in cloud), cloud[:3])
 check(report("cloud.ply", "--count", "4")["on"] == "points", "points are all there is")
 
+# What nothing lies on has the same columns.
+for file in ["roof.ply", "cloud.ply"] + ["hair.obj"] * readsObj:
+    check(answers(file, "--count", "0", "-q").splitlines()
+          == answers(file, "--count", "1", "-q").splitlines()[:1], f"the columns of {file}")
+
 # Formats: the same numbers in all of them, and where they come from.
 knot = ("formula:knot", "--count", "40", "--seed", "-9", "--quiet")
 expected = list(csv.reader(io.StringIO(answers(*knot).decode())))
