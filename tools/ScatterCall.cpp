@@ -113,6 +113,18 @@ void measure(ScatterReport& report, const Vantor::Object& geometry, Common::Loca
     }
 }
 
+// What a count asks for at least, also of a geometry that can have none.
+std::uint64_t wholeCountOf(const GenerateLocationOptions& options) {
+    if (options.amount_type == AmountType::Density)
+        return 0;
+    constexpr double kMost = 0x1p62;
+    const auto count = static_cast<std::uint64_t>(std::clamp(options.amount, 0.0, kMost));
+    return options.use_max_number
+               ? std::min(count,
+                          static_cast<std::uint64_t>(std::max<std::int64_t>(options.max_number, 0)))
+               : count;
+}
+
 } // namespace
 
 Scattered scatter(const Ostrum::Ptr<Vantor::Object>& geometry,
@@ -143,7 +155,7 @@ ScatterReport reportOn(const Scattered& scattered, const Ostrum::Ptr<Vantor::Obj
     ScatterReport report;
     report.made = scattered.locations.size();
     report.nowhere = scattered.nowhere;
-    report.asked = report.made + report.nowhere;
+    report.asked = std::max(report.made + report.nowhere, wholeCountOf(options));
     report.seconds = scattered.seconds;
     report.warnings = scattered.warnings;
     report.foldedSeed = options.seed;
@@ -154,14 +166,16 @@ ScatterReport reportOn(const Scattered& scattered, const Ostrum::Ptr<Vantor::Obj
         return report;
     GenerateLocationOptions unmasked = options;
     unmasked.use_mask = false;
-    report.asked = callOperator(geometry, unmasked, Ostrum::RuntimeServices(0, {}))->size();
-    const std::uint64_t missing = report.asked - std::min(report.asked, report.made);
+    const std::uint64_t tried =
+        callOperator(geometry, unmasked, Ostrum::RuntimeServices(0, {}))->size();
+    report.asked = std::max(tried, wholeCountOf(options));
+    const std::uint64_t missing = tried - std::min(tried, report.made);
     // A density on a mesh tries each location once, unless the largest number made a count of it.
-    const bool onceEach = options.mask_control != MaskControl::Resample ||
-                          (report.kind == "faces" && options.amount_type == AmountType::Density &&
-                           !(options.use_max_number &&
-                             report.asked == static_cast<std::uint64_t>(
-                                                 std::max<std::int64_t>(options.max_number, 0))));
+    const bool onceEach =
+        options.mask_control != MaskControl::Resample ||
+        (report.kind == "faces" && options.amount_type == AmountType::Density &&
+         !(options.use_max_number &&
+           tried == static_cast<std::uint64_t>(std::max<std::int64_t>(options.max_number, 0))));
     (onceEach ? report.rejected : report.givenUp) = missing;
     return report;
 }
