@@ -93,6 +93,22 @@ TEST(Locations, InfiniteMeasuresPlaceNothing) {
     }
 }
 
+// The bound of a density that a mesh takes for a count without a cap of the caller's: seen where
+// the mask leaves of a large face and a small one the small one, whose few samples fit.
+TEST(Locations, AMeshHasACapOfItsOwn) {
+    const SlowMesh mesh{
+        {{0, 0, 0}, {0x1p15F, 0, 0}, {0, 0x1p15F, 0}, {0x1p-15F, 0, 0}, {0, 0x1p-14F, 0}},
+        {{0, 1, 2}, {0, 3, 4}}};
+    const auto object = withMask(mesh.object(), sFaceComp, std::vector{false, true});
+    float density = 0x1p-29F * static_cast<float>(0x2AAAAAAAAAAAAAAA); // the area being 2^29
+    while (double(density) * 0x1p29 > double(0x2AAAAAAAAAAAAAAA))
+        density = std::nextafter(density, 0.0F);
+    const std::size_t few = scatter(object, masked(byDensity(double(density)))).size();
+    EXPECT_TRUE(few == 5 || few == 6) << few;
+    EXPECT_THROW(scatter(object, masked(byDensity(double(std::nextafter(density, 1e38F))))).size(),
+                 std::bad_alloc);
+}
+
 TEST(Locations, TheTrianglesOfAFaceShareTheirDraws) {
     const SlowMesh quad{{{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}}, {{0, 1, 2, 3}}};
     const auto locations = scatter(quad.object(), byDensity(40));
