@@ -18,7 +18,8 @@ namespace Stratum::tools {
 
 namespace {
 
-using Vantor::Geometry::Common::GeoLocation;
+namespace Common = Vantor::Geometry::Common;
+using Common::GeoLocation;
 using Vantor::Math::float3;
 using Vantor::Sample::GenerateLocationOptions;
 using VantorExp::Geometry::AmountType;
@@ -87,14 +88,21 @@ double lengthOf(const Vantor::Object& geometry, const Ostrum::Array<float3>& poi
     return sum;
 }
 
-void measure(ScatterReport& report, const Vantor::Object& geometry, SampleType type) {
+Common::LocationKind kindOf(const Vantor::Object& geometry, SampleType type) {
+    using namespace Vantor::Geometry;
+    if (type == SampleType::Points)
+        return Common::kOnPoint;
+    return geometry.isA(*getMeshPrototype()) ? Common::kOnFace : Common::kOnStrand;
+}
+
+void measure(ScatterReport& report, const Vantor::Object& geometry, Common::LocationKind kind) {
     using namespace Vantor::Geometry;
     const auto points = geometry.propertyData<float3>(sPointPosition);
-    if (type == SampleType::Points) {
+    if (kind == Common::kOnPoint) {
         report.kind = "points";
         report.measureName = "points";
         report.measure = static_cast<double>(points->size());
-    } else if (geometry.isA(*getMeshPrototype())) {
+    } else if (kind == Common::kOnFace) {
         report.kind = "faces";
         report.measureName = "area";
         report.measure = areaOf(geometry, *points);
@@ -105,6 +113,18 @@ void measure(ScatterReport& report, const Vantor::Object& geometry, SampleType t
     }
 }
 
+// What a count asks for at least, also of a geometry that can have none.
+std::uint64_t wholeCountOf(const GenerateLocationOptions& options) {
+    if (options.amount_type == AmountType::Density)
+        return 0;
+    constexpr double kMost = 0x1p62;
+    const auto count = static_cast<std::uint64_t>(std::clamp(options.amount, 0.0, kMost));
+    return options.use_max_number
+               ? std::min(count,
+                          static_cast<std::uint64_t>(std::max<std::int64_t>(options.max_number, 0)))
+               : count;
+}
+
 } // namespace
 
 Scattered scatter(const Ostrum::Ptr<Vantor::Object>& geometry,
@@ -112,6 +132,7 @@ Scattered scatter(const Ostrum::Ptr<Vantor::Object>& geometry,
     constexpr int kWarning = 2;
     const Kelvane::Logger::timer timer("scatter");
     Scattered scattered;
+    scattered.kind = kindOf(*geometry, options.sample_type);
     const Ostrum::RuntimeServices services(kWarning, [&](int, const Ostrum::String& message) {
         scattered.warnings.push_back(message.str());
     });
@@ -120,7 +141,7 @@ Scattered scatter(const Ostrum::Ptr<Vantor::Object>& geometry,
     scattered.seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     const auto isNowhere = [](const GeoLocation& location) {
-        return location.kind == Vantor::Geometry::Common::kNoLocation;
+        return location.kind == Common::kNoLocation;
     };
     scattered.nowhere = static_cast<std::uint64_t>(std::ranges::count_if(*locations, isNowhere));
     const auto* rest = std::remove_if(locations->begin(), locations->end(), isNowhere);
@@ -134,25 +155,27 @@ ScatterReport reportOn(const Scattered& scattered, const Ostrum::Ptr<Vantor::Obj
     ScatterReport report;
     report.made = scattered.locations.size();
     report.nowhere = scattered.nowhere;
-    report.asked = report.made + report.nowhere;
+    report.asked = std::max(report.made + report.nowhere, wholeCountOf(options));
     report.seconds = scattered.seconds;
     report.warnings = scattered.warnings;
     report.foldedSeed = options.seed;
     if (const auto& more = options.seed_array)
         report.foldedSeed = Vantor::Sample::foldSeed(options.seed, {more->data(), more->size()});
-    measure(report, *geometry, options.sample_type);
+    measure(report, *geometry, scattered.kind);
     if (!options.use_mask)
         return report;
     GenerateLocationOptions unmasked = options;
     unmasked.use_mask = false;
-    report.asked = callOperator(geometry, unmasked, Ostrum::RuntimeServices(0, {}))->size();
-    const std::uint64_t missing = report.asked - std::min(report.asked, report.made);
+    const std::uint64_t tried =
+        callOperator(geometry, unmasked, Ostrum::RuntimeServices(0, {}))->size();
+    report.asked = std::max(tried, wholeCountOf(options));
+    const std::uint64_t missing = tried - std::min(tried, report.made);
     // A density on a mesh tries each location once, unless the largest number made a count of it.
-    const bool onceEach = options.mask_control != MaskControl::Resample ||
-                          (report.kind == "faces" && options.amount_type == AmountType::Density &&
-                           !(options.use_max_number &&
-                             report.asked == static_cast<std::uint64_t>(
-                                                 std::max<std::int64_t>(options.max_number, 0))));
+    const bool onceEach =
+        options.mask_control != MaskControl::Resample ||
+        (report.kind == "faces" && options.amount_type == AmountType::Density &&
+         !(options.use_max_number &&
+           tried == static_cast<std::uint64_t>(std::max<std::int64_t>(options.max_number, 0))));
     (onceEach ? report.rejected : report.givenUp) = missing;
     return report;
 }
