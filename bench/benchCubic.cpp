@@ -48,7 +48,7 @@ void cubicLoop(benchmark::State& state, InterpolationMode mode, Content content,
     for (auto _ : state) {
         const auto order = visitOrder(parts, positions);
         parallelFor(positions.size(), 1,
-                    CubicLoopBody<CubicSampler<Traits, T>, T>{sampler, positions, results, order});
+                    BlockLoopBody<CubicSampler<Traits, T>, T>{sampler, positions, results, order});
     }
     state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * kPositions));
 }

@@ -55,14 +55,10 @@ void loopAlone(benchmark::State& state, const Sampler& sampler, Content content,
     const VolumeParts<Traits, float> parts{volume.container, volume.topology, volume.channel};
     const auto& positions = benchPositions(content, access);
     Ostrum::Array<float> results(positions.size());
-    const auto evaluate = [](auto& linear, const float3& p) {
-        return linear.sample(p, Traits::kFinestDepth, kWorld);
-    };
     for (auto _ : state) {
         const auto order = visitOrder(parts, positions);
         parallelFor(positions.size(), 1,
-                    SampleLoopBody<Sampler, float, decltype(evaluate)>{sampler, positions, results,
-                                                                       order, evaluate});
+                    BlockLoopBody<Sampler, float>{sampler, positions, results, order});
     }
     countSamples(state);
 }

@@ -10,18 +10,15 @@
 
 namespace Stratum {
 
-/// Calls `evaluate(sampler, position)` for all positions with a linear sampler on a halo channel
-/// that is built first and released afterwards. The halo's default is the channel's.
-template <class Traits, class T, class R, class Evaluate>
-void sampleLinear(const VolumeParts<Traits, T>& volume,
-                  const Ostrum::Array<Vantor::Math::float3>& positions, Ostrum::Array<R>& results,
-                  const Evaluate& evaluate) {
+/// Calls `loop(sampler)` with a linear sampler on a halo channel that is built first and released
+/// afterwards. The halo's default is the channel's.
+template <class Traits, class T, class Loop>
+void sampleLinear(const VolumeParts<Traits, T>& volume, const Loop& loop) {
     using namespace KDX::TileTree3D;
     const auto halo = createHaloChannel<Traits, T>(*volume.topology, volume.channel->defaultValue(),
                                                    {.finestDepth = Traits::kFinestDepth});
     computeHalo<Traits, T, 0, 0, 1, 0>(*volume.channel, *volume.container, *halo, -1, -1);
-    sampleAll(LinearSampler<Traits, T>(*volume.container, *volume.topology, *halo), positions,
-              results, visitOrder(volume, positions), evaluate);
+    loop(LinearSampler<Traits, T>(*volume.container, *volume.topology, *halo));
 }
 
 } // namespace Stratum

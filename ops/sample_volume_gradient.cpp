@@ -15,12 +15,16 @@ void sampleGradients(const Vantor::Object& object, const Ostrum::Array<float3>& 
         Stratum::forEachVolume<T>(object, property, [&](const auto& volume) {
             if (sampler != SamplerType::kLinear)
                 return;
-            Stratum::sampleLinear(volume, positions, results, [](auto& linear, const float3& p) {
+            const auto gradientAt = [](auto& linear, const float3& p) {
                 using Sampler = std::remove_reference_t<decltype(linear)>;
                 R gradient;
                 linear.sampleGradient(Stratum::toPosition<R>(p), Sampler::kFinestDepth,
                                       KDX::TileTree3D::kWorld, gradient);
                 return gradient;
+            };
+            Stratum::sampleLinear(volume, [&](const auto& linear) {
+                Stratum::sampleAll(linear, positions, results,
+                                   Stratum::visitOrder(volume, positions), gradientAt);
             });
         });
     };

@@ -22,6 +22,16 @@ struct Cell {
           stepY(layout.stride), stepZ(layout.stride * layout.stride) {}
 
     const ValueT& at(int x, int y, int z) const { return lower[x + y * stepY + z * stepZ]; }
+
+    /// Asks for the values, which will be read soon.
+    void expect() const {
+        __builtin_prefetch(&at(0, 0, 0));
+        __builtin_prefetch(&at(1, 1, 1));
+        if constexpr (sizeof(ValueT) > sizeof(double)) {
+            __builtin_prefetch(&at(0, 1, 0));
+            __builtin_prefetch(&at(0, 0, 1));
+        }
+    }
 };
 
 /// Trilinear interpolation in a cell: along x first, then y, then z.

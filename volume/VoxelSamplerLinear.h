@@ -6,6 +6,9 @@
 #include "volume/VoxelSampler.h"
 #include "volume/haloLayout.h"
 
+#include <array>
+#include <cstddef>
+
 namespace KDX::TileTree3D {
 
 /// Interpolates a channel at the deepest tile that holds the position. With a halo channel every
@@ -29,6 +32,7 @@ public:
     using HaloChannel = Channel<Traits, ValueT, W + 1, 0, 0>;
     /// What a sampler of the operators passes as depth limit.
     static constexpr int kFinestDepth = Traits::kFinestDepth;
+    static constexpr int kAnyDepth = kFinestDepth;
 
     /// Both throw std::invalid_argument when the parts do not belong to one tree.
     VoxelSamplerLinear(const Container<Traits>& container, const VoxelTopology<Traits>& topology,
@@ -51,6 +55,29 @@ public:
     }
     /// The value at a world position, at any depth.
     ValueT sample(const PositionT& position) { return sample(position, kFinestDepth, kWorld); }
+
+    /// The same for `count` positions, bit for bit; faster when they lie far from each other.
+    void sample(const PositionT* positions, std::size_t count, int maxDepthArg, int space,
+                ValueT* values) {
+        if (!haloChannel) { // whose cells stay where they are; others may lie in a cache
+            for (std::size_t i = 0; i < count; ++i)
+                values[i] = sample(positions[i], maxDepthArg, space);
+            return;
+        }
+        // Each cell's two lines or so are on their way while those before it are blended; a
+        // processor fetches some 16 lines at a time.
+        constexpr std::size_t kAhead = 8;
+        std::array<Corners, kAhead> ahead;
+        std::array<bool, kAhead> found{};
+        for (std::size_t i = 0; i < count + kAhead; ++i) {
+            Corners& corners = ahead[i % kAhead];
+            bool& isFound = found[i % kAhead];
+            if (i >= kAhead)
+                values[i - kAhead] = isFound ? trilinear(corners.cell, corners.f) : defaultValue;
+            if (i < count && (isFound = gather(positions[i], maxDepthArg, space, corners)))
+                corners.cell.expect();
+        }
+    }
 
     /// As sample(), and writes the gradient per world unit: the derivative of the interpolation in
     /// the cell that holds the position, which jumps where cells meet. Where sample() gives the
