@@ -100,10 +100,15 @@ Volume makeSunflower(int voxelsPerUnit) {
     addChannel(object, distance);
     addChannel(object, distance, Vantor::Geometry::sVoxelSignedDistance);
     addChannel(object, velocity);
-    volume.channels = {
-        {"density", "formula, a fog", {Vantor::Geometry::sVoxelFogDensity.str()}},
-        {"distance", "formula, a level set", {Vantor::Geometry::sVoxelSignedDistance.str()}},
-        {"velocity", "formula", {}}};
+    volume.channels = {{"density",
+                        "formula, a fog",
+                        {Vantor::Geometry::sVoxelFogDensity.str()},
+                        ChannelKind::kFog},
+                       {"distance",
+                        "formula, a level set",
+                        {Vantor::Geometry::sVoxelSignedDistance.str()},
+                        ChannelKind::kLevelSet},
+                       {"velocity", "formula", {}}};
     return volume;
 }
 

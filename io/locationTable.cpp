@@ -50,7 +50,7 @@ ColumnTable locationTable(const Vantor::Object& geometry, Locations locations) {
     const auto kind = locations.empty() ? 0U : locations.front().kind;
     ColumnTable table;
     addColumns<float>(table, Names3{"x", "y", "z"}, locations, [&](const GeoLocation& location) {
-        return components(vertices.position(vertices.of(location)));
+        return components(vertices.position(location));
     });
     if (kind == Vantor::Geometry::Common::kOnFace)
         addColumns<float>(table, Names3{"nx", "ny", "nz"}, locations,

@@ -12,7 +12,8 @@ namespace Stratum::io {
 
 /// The columns are x, y, z in world units and element; on faces also nx, ny, nz, the unit normal of
 /// the triangle, corner0 to corner2 and weight0 to weight2; on strands point0, point1 and weight0,
-/// weight1. All locations must be of one kind, and on that geometry.
+/// weight1; in a volume the element is the cell. All locations must be of one kind, and on that
+/// geometry.
 ColumnTable locationTable(const Vantor::Object& geometry,
                           std::span<const Vantor::Geometry::Common::GeoLocation> locations);
 

@@ -1,0 +1,23 @@
+// How much of a geometry there is to scatter on.
+#pragma once
+
+#include "Vantor/Object.h"
+#include "locations/GenerateLocationOptions.h"
+
+#include <optional>
+#include <string>
+
+namespace Stratum::tools {
+
+/// What locations lie on, and how much of it there is.
+struct ScatterMeasure {
+    std::string kind, name; ///< "faces" and "area", for people
+    double total = 0;
+    std::optional<double> boxVolume = {}; ///< of volumes: of the box around their cells
+};
+
+/// The area of a mesh, the length of strands or the number of points, in double precision.
+ScatterMeasure measureGeometry(const Vantor::Object& geometry,
+                               VantorExp::Geometry::SampleType type);
+
+} // namespace Stratum::tools
