@@ -62,8 +62,8 @@ struct PropertyLoopBody {
 template <class Traits, class T>
 void samplePropertyOf(const VolumeParts<Traits, T>& volume,
                       const KDX::TileTree3D::LinearSampler<Traits, T>& sampler,
-                      PropertySampling<T>& call, const Kelvane::Logger::timer& parent) {
-    const Kelvane::Logger::timer timer("Geometry::sample_volume_property.sample", &parent);
+                      PropertySampling<T>& call) {
+    const Kelvane::Logger::timer timer("Geometry::sample_volume_property.sample");
     const auto order = visitOrder(volume, call.positions());
     parallelFor(
         call.locations.size(), kLocationGrain,
@@ -73,8 +73,7 @@ void samplePropertyOf(const VolumeParts<Traits, T>& volume,
 
 /// Fills the call from the tree of one shape; false where the volume has no such channel there.
 template <class Traits, class T>
-bool samplePropertyIn(const KDX::Object& object, PropertySampling<T>& call,
-                      const Kelvane::Logger::timer& parent) {
+bool samplePropertyIn(const KDX::Object& object, PropertySampling<T>& call) {
     using namespace KDX::TileTree3D;
     if (!object.component<Container<Traits>>(Vantor::Geometry::sVoxelTileTree) ||
         !object.component<VoxelTopology<Traits>>(Vantor::Geometry::sVoxelComp))
@@ -90,16 +89,16 @@ bool samplePropertyIn(const KDX::Object& object, PropertySampling<T>& call,
     using Sampler = LinearSampler<Traits, T>;
     if (!enabled || volume.topology->offsetType() != VoxelOffsetType::kCorner) {
         samplePropertyOf(volume, Sampler(*volume.container, *volume.topology, *volume.channel),
-                         call, parent);
+                         call);
         return true;
     }
     const auto halo = createHaloChannel<Traits, T>(*volume.topology, call.defaultValue,
                                                    {.finestDepth = Traits::kFinestDepth});
     {
-        const Kelvane::Logger::timer timer("Geometry::sample_volume_property.build_halo", &parent);
+        const Kelvane::Logger::timer timer("Geometry::sample_volume_property.build_halo");
         computeHalo<Traits, T, 0, 0, 1, 0>(*volume.channel, *volume.container, *halo, -1, -1);
     }
-    samplePropertyOf(volume, Sampler(*volume.container, *volume.topology, *halo), call, parent);
+    samplePropertyOf(volume, Sampler(*volume.container, *volume.topology, *halo), call);
     return true;
 }
 
@@ -121,7 +120,7 @@ void copyPositions(PropertySampling<T>& call) {
 
 /// Whether the call could be filled.
 template <class T>
-bool sampleProperty(PropertySampling<T>& call, const Kelvane::Logger::timer& parent) {
+bool sampleProperty(PropertySampling<T>& call) {
     if (call.property == Vantor::Geometry::sVoxelPosition) {
         copyPositions(call);
         return true;
@@ -133,7 +132,7 @@ bool sampleProperty(PropertySampling<T>& call, const Kelvane::Logger::timer& par
     }
     bool sampled = false;
 #define STRATUM_TREE_SHAPE(B, W)                                                                   \
-    sampled = samplePropertyIn<KDX::TileTree3D::Traits<B, W, 1>>(*volume, call, parent) || sampled;
+    sampled = samplePropertyIn<KDX::TileTree3D::Traits<B, W, 1>>(*volume, call) || sampled;
 #include "common/rows.def"
     if (!sampled)
         std::cerr << "Unable to sample property: " << call.property << std::endl;

@@ -11,21 +11,6 @@ using namespace Vantor::Geometry;
 
 namespace {
 
-// Chi-square against expected shares, at a chance of one in ten thousand (the Wilson-Hilferty
-// approximation); every bin should expect ten or more.
-void expectShares(const std::vector<double>& counts, const std::vector<double>& shares) {
-    const double total = std::accumulate(counts.begin(), counts.end(), 0.0),
-                 all = std::accumulate(shares.begin(), shares.end(), 0.0);
-    double chi = 0;
-    for (std::size_t i = 0; i < counts.size(); ++i) {
-        const double expected = total * shares[i] / all;
-        ASSERT_GE(expected, 10);
-        chi += (counts[i] - expected) * (counts[i] - expected) / expected;
-    }
-    const double k = double(counts.size()) - 1, a = 2 / (9 * k);
-    EXPECT_LT(chi, k * std::pow(1 - a + 3.719 * std::sqrt(a), 3)) << counts.size() << " bins";
-}
-
 // The numbers come from a separate program in another language, working in single precision and
 // unbounded integers.
 TEST(Locations, SmallCasesAreFrozen) {

@@ -266,10 +266,10 @@ TEST(VisitOrder, BringsNeighboursTogetherAndLeavesNobodyOut) {
         return length;
     };
     const Array<float3> positions = somePositions(300'000, 60);
-    const VisitOrder order({positions.data(), positions.size()}, 4);
+    const VisitOrder order(std::span(positions.data(), positions.size()), 4);
     EXPECT_LT(stepsOf(positions, order), stepsOf(positions, {}) / 10);
-    for (const auto& same : {VisitOrder({positions.data(), positions.size()}, 200),
-                             VisitOrder({positions.data(), 1000}, 4), VisitOrder()})
+    for (const auto& same : {VisitOrder(std::span(positions.data(), positions.size()), 200),
+                             VisitOrder(std::span(positions.data(), 1000), 4), VisitOrder()})
         EXPECT_TRUE(same[0] == 0 && same[999] == 999);
 }
 

@@ -1,0 +1,267 @@
+// Sampling at geo locations: values and flags, the decision for a halo channel, and every way in
+// which a call ends.
+#include "KDX/exceptionMessage.h"
+#include "Kelvane/Logger.h"
+#include "Ostrum/Job.h"
+#include "ops/sample_volume_property.h"
+#include "support/operators.h"
+
+using namespace StratumTest;
+using Geometry::Internal::sample_volume_property;
+using Vantor::Geometry::Common::GeoLocation;
+
+namespace {
+
+using Two = Traits<2, 4, 1>;
+using Five = Traits<5, 5, 1>;
+using Locations = Array<GeoLocation>;
+
+Locations at(const Array<float3>& positions) {
+    Locations locations(positions.size());
+    for (std::size_t i = 0; i < positions.size(); ++i) {
+        locations[i].kind = static_cast<std::uint32_t>(i % 7); // which makes no difference
+        locations[i].weights = {positions[i].x, positions[i].y, positions[i].z, 9};
+    }
+    return locations;
+}
+
+template <class T>
+struct Sampled {
+    Ptr<Array<T>> values;
+    Ptr<Array<bool>> valid;
+    std::string out, error;
+};
+
+template <class T = float>
+Sampled<T> propertyAt(const Vantor::Object& object, const Locations& locations,
+                      const String& property = "value") {
+    Sampled<T> result;
+    ::testing::internal::CaptureStdout();
+    ::testing::internal::CaptureStderr();
+    sample_volume_property(object, locations, property, valueFrom<T>(kOperatorDefault),
+                           VantorExp::SampleMethod{5}, result.values, result.valid);
+    result.out = ::testing::internal::GetCapturedStdout();
+    result.error = ::testing::internal::GetCapturedStderr();
+    return result;
+}
+
+class PropertyTest : public ::testing::Test {
+protected:
+    ~PropertyTest() override {
+        Kelvane::Logger::setVerboseLevel(0);
+        Kelvane::Logger::setEnableTestMode(false);
+        Kelvane::Logger::clearProperties();
+        Ostrum::cancelJob(false);
+        Ostrum::failAllocation(0);
+    }
+};
+
+// One tile of 64 voxels, whose channel is -2 outside.
+Vantor::Object oneTile(VoxelOffsetType type) {
+    TreeBuilder<Two> builder;
+    builder.addTile(28, {0, 0, 0});
+    const auto tree = builder.build(1, type);
+    Vantor::Object object;
+    Vantor::Geometry::addTree<Two>(object, tree);
+    Vantor::Geometry::addChannel(
+        object,
+        makeChannel<Two, float>(tree, kChannelDefault, [](const double3&, int) { return 4; }));
+    return object;
+}
+
+bool hasTimer(const char* name) {
+    for (const auto& entry : Kelvane::Logger::takeTimerReport())
+        if (entry.name == name)
+            return true;
+    return false;
+}
+
+template <class T>
+void expectSampledLikePositions() {
+    for (const auto type : {VoxelOffsetType::kCellCentre, VoxelOffsetType::kCorner}) {
+        Vantor::Object object;
+        const auto tree = build<Two>({.seed = 6, .type = type});
+        Vantor::Geometry::addTree<Two>(object, tree);
+        // The operator's default stands for the channel's, and so both ways to sample agree.
+        Vantor::Geometry::addChannel(
+            object, makeChannel<Two, T>(tree, valueFrom<T>(kOperatorDefault), noise(6)));
+        const auto positions = somePositions(40'000, 60);
+        const auto expected = sampled<T>(object, positions);
+        const auto ours = propertyAt<T>(object, at(positions));
+        ASSERT_EQ(ours.values->size(), positions.size());
+        ASSERT_EQ(ours.valid->size(), positions.size());
+        for (std::size_t i = 0; i < positions.size(); ++i) {
+            ASSERT_EQ((*ours.values)[i], (*expected)[i]);
+            ASSERT_TRUE((*ours.valid)[i]);
+        }
+    }
+}
+
+TEST_F(PropertyTest, SamplesEveryTypeAsPositionsAreSampled) {
+#define STRATUM_VALUE_TYPE(T) expectSampledLikePositions<T>();
+#include "common/rows.def"
+}
+
+TEST_F(PropertyTest, BuildsAHaloAboveTheThresholdOnCornersOnly) {
+    using namespace Kelvane::Logger;
+    struct Case {
+        std::size_t locations;
+        const char *registered, *first, *threshold, *ratio;
+        bool enabled;
+    };
+    const char *found = "Found registered threshold = 0.25\n",
+               *lost = "Unable to find registered threshold, using default\n";
+    setVerboseLevel(2);
+    for (const Case& c :
+         {Case{12, nullptr, "", "0.2", "0.1875", false},
+          Case{13, nullptr, "", "0.2", "0.203125", true},
+          Case{16, "0.25", found, "0.25", "0.25", false},
+          Case{17, "0.25", found, "0.25", "0.265625", true},
+          Case{13, "no number", lost, "0.2", "0.203125", true},
+          Case{12, "", lost, "0.2", "0.1875", false}, Case{0, nullptr, "", "0.2", "0", false}})
+        for (const auto type : {VoxelOffsetType::kCellCentre, VoxelOffsetType::kCorner}) {
+            setEnableTestMode(c.registered != nullptr);
+            clearProperties();
+            if (c.registered && *c.registered)
+                registerProperty("sample_volume_property_halo_sampling_threshold", c.registered);
+            takeTimerReport();
+            const auto object = oneTile(type);
+            const auto outside = at(Array<float3>(c.locations, float3{-9, 0, 0}));
+            const auto result = propertyAt(object, outside);
+            EXPECT_EQ(result.out, std::string(c.first) +
+                                      "#Samples = " + std::to_string(c.locations) +
+                                      "\n#Voxels = 64\nkHaloSamplingThreshold = " + c.threshold +
+                                      "\nhaloSamplingThreshold = " + c.ratio +
+                                      "\nenableHaloChannel = " + (c.enabled ? "1\n" : "0\n"));
+            const bool halo = c.enabled && type == VoxelOffsetType::kCorner;
+            EXPECT_EQ(hasTimer("Geometry::sample_volume_property.build_halo"), halo);
+            EXPECT_EQ(result.error, "");
+            ASSERT_EQ(result.values->size(), c.locations);
+            for (const float value : *result.values)
+                EXPECT_EQ(value, halo ? kOperatorDefault : kChannelDefault);
+        }
+    setVerboseLevel(1);
+    EXPECT_EQ(propertyAt(oneTile(VoxelOffsetType::kCorner), Locations(20)).out, "");
+    // Outside test mode nothing is overridden.
+    registerProperty("sample_volume_property_halo_sampling_threshold", "100");
+    setEnableTestMode(false);
+    takeTimerReport();
+    propertyAt(oneTile(VoxelOffsetType::kCorner), Locations(20));
+    const auto report = takeTimerReport();
+    std::vector<std::string> names;
+    for (const auto& entry : report)
+        names.push_back(entry.name.str());
+    EXPECT_EQ(names, (std::vector<std::string>{"Geometry::sample_volume_property",
+                                               "Geometry::sample_volume_property.build_halo",
+                                               "Geometry::sample_volume_property.sample"}));
+}
+
+TEST_F(PropertyTest, AnEmptyTreeCountsAsOneVoxel) {
+    TreeBuilder<Two> builder;
+    builder.addTile(28, {0, 0, 0}, false);
+    const auto tree = builder.build(1, VoxelOffsetType::kCorner);
+    Vantor::Object object;
+    Vantor::Geometry::addTree<Two>(object, tree);
+    Vantor::Geometry::addChannel(object, makeChannel<Two, float>(tree, kChannelDefault, noise(1)));
+    Kelvane::Logger::setVerboseLevel(2);
+    const auto result = propertyAt(object, Locations(3));
+    EXPECT_NE(result.out.find("#Voxels = 0\n"), std::string::npos);
+    EXPECT_NE(result.out.find("\nhaloSamplingThreshold = 3\n"), std::string::npos);
+    EXPECT_EQ(*result.values, Array<float>(3, kOperatorDefault));
+}
+
+TEST_F(PropertyTest, TheVoxelPositionIsTheLocations) {
+    const auto positions = somePositions(5000, 50);
+    const Vantor::Object nothing;
+    const auto ours = propertyAt<float3>(nothing, at(positions), Vantor::Geometry::sVoxelPosition);
+    EXPECT_EQ(*ours.values, positions);
+    EXPECT_EQ(*ours.valid, Array<bool>(5000, true));
+    const auto others = [&]<class T>(T) {
+        const auto none = propertyAt<T>(nothing, at(positions), Vantor::Geometry::sVoxelPosition);
+        EXPECT_EQ(*none.values, Array<T>(5000)) << typeid(T).name();
+        EXPECT_EQ(*none.valid, Array<bool>(5000, false));
+        EXPECT_EQ(none.error, "");
+    };
+    others(float{});
+    others(double3{});
+    others(float4x4{});
+}
+
+TEST_F(PropertyTest, FailuresAreEmptyWithALine) {
+    const auto expectEmpty = [](const auto& result, const char* error) {
+        EXPECT_EQ(result.values->size(), 0U);
+        EXPECT_EQ(result.valid->size(), 0U);
+        EXPECT_EQ(result.error, error);
+    };
+    const Locations locations(3);
+    expectEmpty(propertyAt({}, locations), "Unable to convert to KDX volume for sampling.\n");
+    auto object = oneTile(VoxelOffsetType::kCorner);
+    expectEmpty(propertyAt(object, locations, "other"), "Unable to sample property: other\n");
+    expectEmpty(propertyAt<double>(object, locations), "Unable to sample property: value\n");
+    Vantor::Object bare;
+    bare.addComponent(Vantor::Geometry::sVoxelTileTree,
+                      Ostrum::makePtr<Container<Two>>(build<Two>({.seed = 1})));
+    EXPECT_NE(propertyAt(bare, locations).error, "") << "no topology";
+
+    // The second shape's values remain; its lack of the channel does not matter.
+    addVolume<Five, double>(object, {.seed = 2});
+    EXPECT_EQ(propertyAt(object, at({float3{1, 1, 1}})).values->data()[0], 4);
+    Vantor::Object both;
+    addVolume<Two, float>(both, {.seed = 3});
+    Vantor::Object five;
+    addVolume<Five, float>(five, {.seed = 4});
+    const auto inside = at(somePositions(500, 20));
+    const auto alone = propertyAt(five, inside);
+    addVolume<Five, float>(both, {.seed = 4});
+    EXPECT_EQ(*propertyAt(both, inside).values, *alone.values);
+}
+
+TEST_F(PropertyTest, ExceptionsLeaveEmptyArraysBehind) {
+    const auto object = oneTile(VoxelOffsetType::kCorner);
+    const Locations locations(5000);
+    const auto former = makePtr<Array<float>>(std::size_t{2}, 7.0F);
+    const auto expectThrow = [&]<class T, class E>(const T& defaultValue, const String& property,
+                                                   const E&) {
+        Ptr<Array<T>> values = makePtr<Array<T>>(std::size_t{2});
+        Ptr<Array<bool>> valid;
+        EXPECT_THROW(
+            sample_volume_property(object, locations, property, defaultValue, {}, values, valid),
+            E);
+        ASSERT_TRUE(values && valid);
+        EXPECT_EQ(values->size() + valid->size(), 0U);
+    };
+    Ostrum::cancelJob();
+    expectThrow(0.0F, "value", std::runtime_error(""));
+    expectThrow(float3{}, Vantor::Geometry::sVoxelPosition, std::runtime_error(""));
+    try {
+        propertyAt(object, locations);
+        FAIL();
+    } catch (const std::runtime_error& error) {
+        ::testing::internal::GetCapturedStdout();
+        ::testing::internal::GetCapturedStderr();
+        EXPECT_STREQ(error.what(), KDX::exceptionMessage.c_str());
+    }
+    Ostrum::cancelJob(false);
+    for (std::uint64_t n = 1;; ++n) {
+        Ptr<Array<float>> values;
+        Ptr<Array<bool>> valid;
+        Ostrum::failAllocation(n);
+        try {
+            sample_volume_property(object, locations, "value", 0.0F, {}, values, valid);
+            Ostrum::failAllocation(0);
+            EXPECT_GT(n, 3U);
+            break;
+        } catch (const std::bad_alloc&) {
+            ASSERT_EQ(static_cast<bool>(values), static_cast<bool>(valid)) << n;
+        }
+    }
+
+    // A default that lies in the former output outlives it.
+    Ptr<Array<float>> values = makePtr<Array<float>>(std::size_t{1}, 7.0F);
+    Ptr<Array<bool>> valid;
+    sample_volume_property(object, at(Array<float3>(50, float3{-9, 0, 0})), "value", (*values)[0],
+                           {}, values, valid);
+    EXPECT_EQ(*values, Array<float>(50, 7.0F));
+}
+
+} // namespace
