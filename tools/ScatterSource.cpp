@@ -28,7 +28,7 @@ bool isVolumeFile(const std::string& file) {
         const std::string name = formulaName(file);
         if (name == io::formulaGeometryNames())
             return false;
-        if (name == io::formulaNames())
+        if (io::isFormulaVolume(name))
             return true;
         throw std::runtime_error("there is no geometry 'formula:" + name + "'; there are: " +
                                  io::formulaGeometryNames() + ", " + io::formulaNames());
