@@ -14,6 +14,10 @@
 
 namespace Stratum::tools {
 
+/// The operator's options for a source that was read with the same ones.
+Vantor::Sample::GenerateLocationOptions generateOptions(const ScatterOptions& options,
+                                                        const ScatterSource& source);
+
 struct Scattered {
     /// All on one kind of element; those that lie nowhere are left out.
     Ostrum::Array<Vantor::Geometry::Common::GeoLocation> locations;

@@ -18,31 +18,6 @@ namespace Stratum::tools {
 namespace {
 
 using Vantor::Sample::GenerateLocationOptions;
-using VantorExp::Geometry::AmountType;
-using VantorExp::Geometry::MaskControl;
-
-GenerateLocationOptions generateOptions(const ScatterOptions& options,
-                                        const ScatterSource& source) {
-    GenerateLocationOptions generate;
-    generate.sample_type = source.type;
-    generate.amount = options.density.value_or(options.count.value_or(0));
-    generate.amount_type = options.density ? AmountType::Density : AmountType::Count;
-    generate.mask_control =
-        options.onReject == "discard" ? MaskControl::Discard : MaskControl::Resample;
-    generate.seed = *parseSeed(options.seed);
-    if (!options.seedArray.empty())
-        generate.seed_array = Ostrum::makePtr<Ostrum::Array<long long>>();
-    for (const auto& seed : options.seedArray)
-        generate.seed_array->push_back(*parseSeed(seed));
-    generate.use_max_number = options.most.has_value();
-    generate.max_number = options.most.value_or(0);
-    if (!source.mask.empty()) {
-        generate.use_mask = true;
-        generate.mask_property = source.mask;
-        generate.invert_mask = options.invertMask;
-    }
-    return generate;
-}
 
 void writeLocations(const ScatterOptions& options, const Vantor::Object& geometry,
                     const Scattered& scattered, Results& results) {
