@@ -164,8 +164,9 @@ std::string reportText(const ScatterReport& report) {
         add("of their bounding box  %.9g\n", *measure.boxVolume);
     if (report.askedDensity)
         add("density asked for      %.9g%s\n", *report.askedDensity,
-            measure.boxVolume ? ", of the bounding box" : "");
-    add("locations per unit     %.9g\n", report.density());
+            measure.boxVolume ? ", in the bounding box" : "");
+    add("%s %.9g\n", report.askedDensity ? "density reached       " : "locations per unit    ",
+        report.density());
     add("folded seed            %lld\n", static_cast<long long>(report.foldedSeed));
     add("time                   %.3f s\n", report.seconds);
     return text;

@@ -81,7 +81,7 @@ check(code == 0 and err.count("\n") == 1 and "--max has no effect" in err, err)
 check(report["on"] == "fog 'density'" and report["measure"] == "volume"
       and report["warnings"] and report["given_up"] == 0, report)
 code, out, err = run("scatter", volume, "--density", "2", "-o", "x.csv")
-check(code == 0 and b"in fog 'density'" in out and b"density asked for      2, of the bounding box" in out, out)
+check(code == 0 and b"in fog 'density'" in out and b"density asked for      2, in the bounding box\ndensity reached" in out, out)
 
 # A mask as dense as the fog, (1 - s^2)^2 at the share s of the radius: there the mean density is
 # 3/5 and not 1/3. What lies outside of the mask is left out.
