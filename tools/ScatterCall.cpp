@@ -127,7 +127,10 @@ ScatterReport reportOn(const Scattered& scattered, const ScatterSource& source,
         options.amount_type == AmountType::Density && source.measure.name != "points";
     if (density)
         report.askedDensity = options.amount;
-    if (!options.use_mask)
+    if (source.measure.boxVolume == 0 && !density) // without cells nothing is drawn at all
+        report.asked =
+            static_cast<std::uint64_t>(std::min(expectedCount(source.measure, options), 0x1p63));
+    if (!options.use_mask || source.measure.boxVolume == 0)
         return report;
     GenerateLocationOptions unmasked = options;
     unmasked.use_mask = false;
