@@ -86,8 +86,12 @@ std::string formulaGeometryNames() {
     return "knot";
 }
 
+bool isFormulaGeometry(const std::string& name) {
+    return name == "knot";
+}
+
 LoadedGeometry formulaGeometry(const std::string& name) {
-    if (name != "knot")
+    if (!isFormulaGeometry(name))
         throw std::invalid_argument("there is no geometry 'formula:" + name +
                                     "'; there is: " + formulaGeometryNames());
     return makeKnot();

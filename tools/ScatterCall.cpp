@@ -156,8 +156,11 @@ std::string reportText(const ScatterReport& report) {
     };
     const auto number = [](std::uint64_t n) { return static_cast<unsigned long long>(n); };
     const ScatterMeasure& measure = report.measure;
-    add("%llu locations %s %s, of %llu asked for\n", number(report.made),
-        measure.boxVolume ? "in" : "on", measure.kind.c_str(), number(report.asked));
+    const std::string where = measure.boxVolume
+                                  ? "in " + measure.kind + " '" + measure.channel + "'"
+                                  : "on " + measure.kind;
+    add("%llu locations %s, of %llu asked for\n", number(report.made), where.c_str(),
+        number(report.asked));
     add("rejected by the mask   %llu\n", number(report.rejected));
     add("given up               %llu\n", number(report.givenUp));
     if (report.nowhere > 0)
@@ -184,7 +187,8 @@ std::string reportJson(const ScatterReport& report, const io::Provenance& proven
     };
     std::string text("{");
     text += io::provenanceJson(provenance);
-    return text + ",\n \"on\": " + io::jsonText(report.measure.kind) +
+    return text + ",\n \"on\": " + io::jsonText(report.measure.kind) + ", \"channel\": " +
+           (report.measure.boxVolume ? io::jsonText(report.measure.channel) : "null") +
            ",\n \"asked\": " + std::to_string(report.asked) +
            ", \"made\": " + std::to_string(report.made) +
            ", \"rejected\": " + std::to_string(report.rejected) +

@@ -26,7 +26,7 @@ std::string listed(const std::vector<std::string>& names) {
 bool isVolumeFile(const std::string& file) {
     if (isFormula(file)) {
         const std::string name = formulaName(file);
-        if (name == io::formulaGeometryNames())
+        if (io::isFormulaGeometry(name))
             return false;
         if (io::isFormulaVolume(name))
             return true;
@@ -170,8 +170,8 @@ ScatterSource volumeSource(const ScatterOptions& options) {
     if (!options.picture.colour.empty())
         require(volume, options.picture.colour);
     const CandidateSpace space = candidateSpace(*volume.object, channel.name, fog);
-    source.measure = {std::string(fog ? "fog" : "level set") + " '" + channel.name + "'", "volume",
-                      space.volume, space.boxVolume()};
+    source.measure = {fog ? "fog" : "level set", "volume", space.volume, space.boxVolume(),
+                      channel.name};
     source.bounds = space.box;
     if (space.box.empty())
         visitChannel(*volume.object, channel.name,

@@ -13,7 +13,9 @@ namespace Stratum::tools {
 struct ScatterMeasure {
     std::string kind, name; ///< "faces" and "area", for people
     double total = 0;
-    std::optional<double> boxVolume = {}; ///< of volumes: of the box around their cells
+    /// Of volumes only: of the box around their cells.
+    std::optional<double> boxVolume = {};
+    std::string channel = {}; ///< of volumes only
 };
 
 /// The area of a mesh, the length of strands or the number of points, in double precision.

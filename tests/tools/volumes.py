@@ -78,7 +78,7 @@ check(abs(report["box"] / box - 1) < 0.03, (report["box"], box))
 check(abs(report["made"] - 2 * report["box"]) <= 1 and report["asked_density"] == 2
       and abs(report["density"] - report["made"] / report["total"]) < 1e-9, report)
 check(code == 0 and err.count("\n") == 1 and "--max has no effect" in err, err)
-check(report["on"] == "fog 'density'" and report["measure"] == "volume"
+check((report["on"], report["channel"]) == ("fog", "density") and report["measure"] == "volume"
       and report["warnings"] and report["given_up"] == 0, report)
 code, out, err = run("scatter", volume, "--density", "2", "-o", "x.csv")
 check(code == 0 and b"in fog 'density'" in out and b"density asked for      2, in the bounding box\ndensity reached" in out, out)
