@@ -42,12 +42,12 @@ void addVertices(ColumnTable& table, const std::array<const char*, kCount>& inde
 
 } // namespace
 
-ColumnTable locationTable(const Vantor::Object& geometry, Locations locations) {
+ColumnTable locationTable(const Vantor::Object& geometry,
+                          Vantor::Geometry::Common::LocationKind kind, Locations locations) {
     using Names3 = std::array<const char*, 3>;
     using Names2 = std::array<const char*, 2>;
     const LocationVertices vertices(geometry);
     const auto components = [](const float3& v) { return std::array{v.x, v.y, v.z}; };
-    const auto kind = locations.empty() ? 0U : locations.front().kind;
     ColumnTable table;
     addColumns<float>(table, Names3{"x", "y", "z"}, locations, [&](const GeoLocation& location) {
         return components(vertices.position(location));

@@ -28,35 +28,6 @@ std::uint64_t cellsIn(int steps) {
     return cells;
 }
 
-// A cell before it is rounded to float.
-struct WholeCell {
-    std::int64_t x, y, z, width;
-
-    CandidateCell rounded() const {
-        return {{static_cast<float>(x), static_cast<float>(y), static_cast<float>(z)},
-                static_cast<float>(width)};
-    }
-};
-
-template <class Traits>
-WholeCell voxelCell(const CandidateTile<Traits>& tile, std::uint64_t rank) {
-    constexpr int W = Traits::kVoxelsPerAxis;
-    const int voxel = tile.voxels.select(static_cast<int>(rank));
-    const std::int64_t width = Traits::voxelWidth(tile.depth);
-    return {tile.tijk.x + voxel % W * width, tile.tijk.y + voxel / W % W * width,
-            tile.tijk.z + voxel / (W * W) * width, width};
-}
-
-// The part-th of the cells of that width in a cell, x fastest.
-WholeCell partOf(const WholeCell& cell, std::uint64_t part, std::int64_t width) {
-    const auto perAxis = static_cast<std::uint64_t>(cell.width / width);
-    const auto offset = [&](std::uint64_t p) {
-        return static_cast<std::int64_t>(p % perAxis) * width;
-    };
-    return {cell.x + offset(part), cell.y + offset(part / perAxis),
-            cell.z + offset(part / perAxis / perAxis), width};
-}
-
 } // namespace
 
 template <class Traits>
@@ -90,15 +61,14 @@ template <class Traits>
 void CandidateCells<Traits>::sumUp() {
     for (auto& tile : tiles_) {
         tile.begin = total_;
-        total_ += static_cast<std::uint64_t>(tile.voxels.count()) *
-                  unitsPerVoxel_[static_cast<std::size_t>(tile.depth)];
+        total_ += unitsOf(tile);
     }
 }
 
 template <class Traits>
 void CandidateCells<Traits>::makeGuide() {
-    // About as many entries as there are tiles.
-    while (total_ >> shift_ > tiles_.size())
+    // Some entries a tile, so that most of them meet but one.
+    while (total_ >> shift_ > 4 * tiles_.size())
         ++shift_;
     guide_.reserve((total_ >> shift_) + 2);
     std::uint32_t tile = 0;
@@ -107,23 +77,19 @@ void CandidateCells<Traits>::makeGuide() {
             ++tile;
         guide_.push_back(tile);
     }
-    guide_.push_back(static_cast<std::uint32_t>(tiles_.size()));
+    guide_.push_back(static_cast<std::uint32_t>(tiles_.empty() ? 0 : tiles_.size() - 1));
 }
 
 template <class Traits>
-CandidateCell CandidateCells<Traits>::operator[](std::uint64_t unit) const {
-    const auto* const first = tiles_.data() + guide_[unit >> shift_];
-    const auto* const last =
-        std::min(tiles_.data() + guide_[(unit >> shift_) + 1] + 1, tiles_.data() + tiles_.size());
-    const auto& tile =
-        *(std::partition_point(first + 1, last, [unit](const auto& t) { return t.begin <= unit; }) -
-          1);
-    const std::uint64_t rank = unit - tile.begin,
-                        perVoxel = unitsPerVoxel_[static_cast<std::size_t>(tile.depth)];
-    const WholeCell cell = perVoxel == 1 ? voxelCell(tile, rank)
-                                         : partOf(voxelCell(tile, rank / perVoxel), rank % perVoxel,
-                                                  Traits::voxelWidth(unitDepth_));
-    return cell.rounded();
+CandidateCell CandidateCells<Traits>::partOf(const WholeCell& cell, std::uint64_t part,
+                                             std::int64_t width) {
+    const auto perAxis = static_cast<std::uint64_t>(cell.width / width);
+    const auto offset = [&](std::uint64_t p) {
+        return static_cast<std::int64_t>(p % perAxis) * width;
+    };
+    return WholeCell{cell.x + offset(part), cell.y + offset(part / perAxis),
+                     cell.z + offset(part / perAxis / perAxis), width}
+        .rounded();
 }
 
 template <class Traits>

@@ -4,6 +4,7 @@
 #include "KDX/Traits.h"
 #include "common/Math.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstddef>
@@ -14,6 +15,30 @@ namespace Vantor::Sample {
 
 using Math::float3;
 using Math::int3;
+
+/// The place of each bit set in a byte, by rank.
+inline constexpr auto kBitsInByte = [] {
+    std::array<std::array<std::uint8_t, 8>, 256> places{};
+    for (std::size_t byte = 0; byte < 256; ++byte)
+        for (std::size_t bit = 0, rank = 0; bit < 8; ++bit)
+            if (byte >> bit & 1U)
+                places[byte][rank++] = static_cast<std::uint8_t>(bit);
+    return places;
+}();
+
+/// The place of the rank-th bit set, which must be there: sums of bits up to each byte find the
+/// byte (Vigna 2008, "Broadword implementation of rank/select queries"), a table the bit in it.
+inline int selectBit(std::uint64_t bits, int rank) {
+    constexpr std::uint64_t kOnes = 0x0101010101010101, kTops = kOnes << 7;
+    std::uint64_t sums = bits - (bits >> 1 & 0x5555555555555555);
+    sums = (sums & 0x3333333333333333) + (sums >> 2 & 0x3333333333333333);
+    sums = ((sums + (sums >> 4)) & 0x0F0F0F0F0F0F0F0F) * kOnes;
+    const std::uint64_t reached =
+        (sums + (kTops - static_cast<std::uint64_t>(rank + 1) * kOnes)) & kTops;
+    const int byte = std::countr_zero(reached) - 7;
+    const auto before = static_cast<int>(sums << 8 >> byte & 0xFF);
+    return byte + kBitsInByte[bits >> byte & 0xFF][static_cast<std::size_t>(rank - before)];
+}
 
 /// A subset of a tile's voxels, in the order of their values (x fastest).
 template <class Traits>
@@ -34,6 +59,8 @@ public:
 
     /// The voxel of a rank, which must be below count().
     int select(int rank) const {
+        if (isFull())
+            return rank;
         std::size_t word = 0;
         for (int voxels; word + 1 < kWords && rank >= (voxels = std::popcount(words_[word]));
              ++word)
@@ -42,20 +69,16 @@ public:
     }
 
 private:
-    static constexpr std::size_t wordOf(int voxel) { return static_cast<std::size_t>(voxel / 64); }
-
-    // By halves: is the bit among the lower ones?
-    static int selectBit(std::uint64_t bits, int rank) {
-        int place = 0;
-        for (int half = 32; half > 0; half /= 2) {
-            const int below = std::popcount(bits & ((std::uint64_t{1} << half) - 1));
-            const bool above = rank >= below;
-            rank -= above ? below : 0;
-            place += above ? half : 0;
-            bits = above ? bits >> half : bits;
-        }
-        return place;
+    bool isFull() const {
+        constexpr int kLast = Traits::kVoxelCount % 64;
+        std::uint64_t missing =
+            kLast == 0 ? ~words_.back() : words_.back() ^ ((std::uint64_t{1} << kLast) - 1);
+        for (std::size_t word = 0; word + 1 < kWords; ++word)
+            missing |= ~words_[word];
+        return missing == 0;
     }
+
+    static constexpr std::size_t wordOf(int voxel) { return static_cast<std::size_t>(voxel / 64); }
 
     std::array<std::uint64_t, kWords> words_{};
 };
@@ -91,9 +114,21 @@ public:
 
     std::uint64_t total() const { return total_; }
     const std::vector<CandidateTile<Traits>>& tiles() const { return tiles_; }
+    std::size_t memoryUsage() const {
+        return tiles_.capacity() * sizeof(CandidateTile<Traits>) +
+               guide_.capacity() * sizeof(std::uint32_t);
+    }
 
     /// The cell that a unit below total() lies in: the unit itself in a coarser voxel, or a voxel.
-    CandidateCell operator[](std::uint64_t unit) const;
+    CandidateCell operator[](std::uint64_t unit) const {
+        const auto& tile = tileOf(unit);
+        const std::uint64_t rank = unit - tile.begin,
+                            perVoxel = unitsPerVoxel_[static_cast<std::size_t>(tile.depth)];
+        if (perVoxel > 1) [[unlikely]]
+            return partOf(voxelCell(tile, rank / perVoxel), rank % perVoxel,
+                          Traits::voxelWidth(unitDepth_));
+        return voxelCell(tile, rank).rounded();
+    }
 
     /// Searches wait for memory. Who has several to make calls these for each of them first, in
     /// this order.
@@ -109,6 +144,44 @@ public:
     Box bounds() const;
 
 private:
+    // A cell before it is rounded to float.
+    struct WholeCell {
+        std::int64_t x, y, z, width;
+
+        CandidateCell rounded() const {
+            return {{static_cast<float>(x), static_cast<float>(y), static_cast<float>(z)},
+                    static_cast<float>(width)};
+        }
+    };
+
+    const CandidateTile<Traits>& tileOf(std::uint64_t unit) const {
+        const std::uint64_t entry = unit >> shift_;
+        const auto* const first = tiles_.data() + guide_[entry];
+        const auto* const last = tiles_.data() + guide_[entry + 1];
+        // Most often it is the first; its own size says so without a look at the next.
+        if (unit - first->begin < unitsOf(*first))
+            return *first;
+        return *(std::partition_point(first + 1, last + 1,
+                                      [unit](const auto& tile) { return tile.begin <= unit; }) -
+                 1);
+    }
+
+    std::uint64_t unitsOf(const CandidateTile<Traits>& tile) const {
+        return static_cast<std::uint64_t>(tile.voxels.count()) *
+               unitsPerVoxel_[static_cast<std::size_t>(tile.depth)];
+    }
+
+    static WholeCell voxelCell(const CandidateTile<Traits>& tile, std::uint64_t rank) {
+        constexpr int W = Traits::kVoxelsPerAxis;
+        const int voxel = tile.voxels.select(static_cast<int>(rank));
+        const std::int64_t width = Traits::voxelWidth(tile.depth);
+        return {tile.tijk.x + voxel % W * width, tile.tijk.y + voxel / W % W * width,
+                tile.tijk.z + voxel / (W * W) * width, width};
+    }
+
+    // The part-th of the cells of that width in a cell, x fastest.
+    static CandidateCell partOf(const WholeCell& cell, std::uint64_t part, std::int64_t width);
+
     void chooseUnit(int finestDepth);
     void sumUp();
     void makeGuide();
@@ -117,7 +190,7 @@ private:
     int unitDepth_ = 0;
     std::array<std::uint64_t, Traits::kDepthCount> unitsPerVoxel_{};
     std::uint64_t total_ = 0;
-    /// The tile that holds the first unit of each 2^shift_, and one past the last tile.
+    /// The tile that holds the first unit of each 2^shift_, and the last tile.
     std::vector<std::uint32_t> guide_;
     int shift_ = 0;
 };

@@ -1,5 +1,7 @@
 #include "locations/TrianglePicker.h"
 
+#include "locations/cancellation.h"
+
 namespace Vantor::Sample {
 
 TrianglePicker::TrianglePicker(const MeshView& mesh, std::span<const float> areas,
@@ -17,6 +19,7 @@ TrianglePicker::TrianglePicker(const MeshView& mesh, std::span<const float> area
     });
     entries_.back().sum = 1;
     table_ = CumulativeTable<Entry>(entries_);
+    Stratum::throwIfCancelled();
 }
 
 void TrianglePicker::drawAhead() {

@@ -1,4 +1,5 @@
 #include "common/parallel.h"
+#include "locations/cancellation.h"
 #include "locations/generators.h"
 
 #include <algorithm>
@@ -17,7 +18,7 @@ bool isValid(const GeoLocation& location) {
     return location.kind != Geometry::Common::kNoLocation;
 }
 
-// Calls visit(block, begin, end) for all runs of [0, count), in parallel.
+// Calls visit(block, begin, end) for all runs of [0, count), in parallel, and asks the host.
 template <class Visit>
 void forEachBlock(std::size_t count, const Visit& visit) {
     Stratum::parallelForIsolated(
@@ -25,6 +26,7 @@ void forEachBlock(std::size_t count, const Visit& visit) {
             for (std::size_t block = range.begin(); block < range.end(); ++block)
                 visit(block, block * kBlock, std::min((block + 1) * kBlock, count));
         });
+    Stratum::throwIfCancelled();
 }
 
 } // namespace

@@ -56,8 +56,10 @@ void append(Locations& locations, std::size_t face, std::size_t t, const Barycen
     location.indices[0] = 0;
     location.indices[1] = static_cast<std::uint32_t>(t);
     location.indices[2] = static_cast<std::uint32_t>(t + 1);
+    location.indices[3] = Geometry::kInvalidIndex;
     for (std::size_t corner = 0; corner < 3; ++corner)
         location.weights[corner] = weights[corner];
+    location.weights[3] = 0;
 }
 
 float toFloat(double v) {
@@ -67,9 +69,8 @@ float toFloat(double v) {
 }
 
 // A share of samples, rounded at random by the draw that all triangles of a face have in common.
-// None where the area overflowed.
 std::uint32_t roundShare(float share, std::size_t face, std::uint64_t seed) {
-    if (!(share > 0) || std::isinf(share))
+    if (!(share > 0))
         return 0;
     constexpr float kBeyond = 0x1p31F;
     const std::int32_t whole = share >= kBeyond ? std::numeric_limits<std::int32_t>::max()
@@ -137,8 +138,9 @@ Locations byDensity(const Scatter& scatter, float density) {
     locations.reserve(expectedByDensity(scatter, density));
     DensityWriter writer(scatter, locations);
     scatter.forEachHopeful([&](std::size_t face, std::size_t t, float area) {
+        const float share = std::isinf(area) ? 0 : area * density; // the area overflowed
         writer.add({static_cast<std::uint32_t>(face), static_cast<std::uint32_t>(t),
-                    roundShare(area * density, face, scatter.seed)});
+                    roundShare(share, face, scatter.seed)});
     });
     writer.flush();
     Stratum::throwIfCancelled();

@@ -60,22 +60,26 @@ public:
         for (Entry& entry : entries_)
             entry.sum = sum += entry.share;
         table_ = CumulativeTable<Entry>(entries_);
+        Stratum::throwIfCancelled();
     }
     Segments(const Segments&) = delete;
     Segments& operator=(const Segments&) = delete;
 
     /// Sets the location, a default one, to what a draw in [0, 1] falls on; leaves it so past the
-    /// last segment.
+    /// last segment, and where the total is infinite, which leaves no sum that is a number above 0.
     void locate(float draw, GeoLocation& location) const {
         const std::size_t segment = table_.above(draw);
         if (segment == entries_.size())
             return;
         const auto& [sum, share, strand, s] = entries_[segment];
+        if (!(sum > draw))
+            return;
         const float u = (sum - draw) / share;
         location.kind = Geometry::Common::kOnStrand;
         location.element = strand;
         location.indices[0] = s;
         location.indices[1] = s + 1;
+        location.indices[2] = location.indices[3] = Geometry::kInvalidIndex;
         location.weights[0] = u;
         location.weights[1] = 1 - u;
     }

@@ -48,8 +48,14 @@ struct PropertyLoopBody {
 
     void operator()(const IndexRange& range) const {
         using PositionT = typename Sampler::PositionType;
+        constexpr std::size_t kAhead = 16; // as many lines as a processor fetches at a time
         const auto positions = call.positions();
         for (std::size_t visit = range.begin(); visit < range.end(); ++visit) {
+            if (visit + kAhead < range.end()) {
+                const std::size_t next = order[visit + kAhead];
+                __builtin_prefetch(&call.locations[next].weights);
+                __builtin_prefetch(&call.values[next], 1);
+            }
             const std::size_t i = order[visit];
             const auto p = positions[i];
             call.values[i] = sampler.sample(PositionT{p.x, p.y, p.z}, Sampler::kFinestDepth,

@@ -28,6 +28,10 @@ TEST(RandomUnit, StreamIsFrozen) {
     }
     EXPECT_EQ(randomUnit<float>(19635760, 1), 1.0F);
     EXPECT_LT(randomUnit<double>(19635760, 1), 1.0);
+    // The hashes 0x8000008000000001 and 0x4000004000000001, a little more than halfway between two
+    // floats: as doubles they would be halfway, and go down from there.
+    EXPECT_EQ(randomUnit<float>(15817163808930874543ULL, 3), 0x1.000002p-1F);
+    EXPECT_EQ(randomUnit<float>(14212030101119858885ULL, 3), 0x1.000002p-2F);
 }
 
 TEST(FoldSeed, PairsInOrderAndWraps) {

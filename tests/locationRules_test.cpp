@@ -76,6 +76,39 @@ TEST(Locations, NoAmountIsTooStrange) {
     EXPECT_EQ(scatter(strands, odd), scatter(strands, byCount(4)));
 }
 
+// Finite points may be too far apart for single precision.
+TEST(Locations, InfiniteMeasuresPlaceNothing) {
+    SlowStrands strands{{{0, 0, 0}, {1, 0, 0}, {1e30F, 0, 0}, {1, 0, 0}, {0, 0, 0}}, {0, 2, 5}};
+    EXPECT_EQ(scatter(strands.object(), byCount(50)), Locations(50));
+    const auto object = withMask(strands.object(), sStrandComp, std::vector{true, true});
+    EXPECT_TRUE(scatter(object, masked(byCount(50))).empty());
+    // Of three triangles one has no area that is a number and one an infinite one; a density that
+    // is too large for a float is as any other that the cap limits.
+    const SlowMesh mesh{{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {kNan, 0, 0}, {1e30F, 0, 0}},
+                        {{0, 1, 3}, {0, 4, 2}, {0, 1, 2}}};
+    for (const double huge : {1e9, 1e38, 1e39, std::numeric_limits<double>::infinity()}) {
+        const auto locations = scatter(mesh.object(), capped(byDensity(huge), 5));
+        ASSERT_EQ(locations.size(), 5U) << huge;
+        EXPECT_EQ(locations[4].element, 2U);
+    }
+}
+
+// The bound of a density that a mesh takes for a count without a cap of the caller's: seen where
+// the mask leaves of a large face and a small one the small one, whose few samples fit.
+TEST(Locations, AMeshHasACapOfItsOwn) {
+    const SlowMesh mesh{
+        {{0, 0, 0}, {0x1p15F, 0, 0}, {0, 0x1p15F, 0}, {0x1p-15F, 0, 0}, {0, 0x1p-14F, 0}},
+        {{0, 1, 2}, {0, 3, 4}}};
+    const auto object = withMask(mesh.object(), sFaceComp, std::vector{false, true});
+    float density = 0x1p-29F * static_cast<float>(0x2AAAAAAAAAAAAAAA); // the area being 2^29
+    while (double(density) * 0x1p29 > double(0x2AAAAAAAAAAAAAAA))
+        density = std::nextafter(density, 0.0F);
+    const std::size_t few = scatter(object, masked(byDensity(double(density)))).size();
+    EXPECT_TRUE(few == 5 || few == 6) << few;
+    EXPECT_THROW(scatter(object, masked(byDensity(double(std::nextafter(density, 1e38F))))).size(),
+                 std::bad_alloc);
+}
+
 TEST(Locations, TheTrianglesOfAFaceShareTheirDraws) {
     const SlowMesh quad{{{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}}, {{0, 1, 2, 3}}};
     const auto locations = scatter(quad.object(), byDensity(40));
@@ -303,9 +336,11 @@ TEST(Locations, WarnOnceEachAndGoOnWithoutTheMask) {
 
 TEST(Locations, CancellingReachesTheHostAndChangesNothing) {
     const auto mesh = kSmallMesh.object(), strands = kSmallStrands.object();
-    for (const auto& [object, options, questions] : {std::tuple(mesh, byCount(9), 2U),
+    const auto maskedStrands = withMask(strands, sStrandComp, std::vector{true, true});
+    for (const auto& [object, options, questions] : {std::tuple(mesh, byCount(9), 3U),
                                                      {mesh, byDensity(9), 2U},
-                                                     {strands, byCount(9), 5U},
+                                                     {strands, byCount(9), 6U},
+                                                     {maskedStrands, masked(byCount(9)), 8U},
                                                      {mesh, onPoints(byCount(9)), 1U}})
         for (unsigned question = 1; question <= questions + 1; ++question) {
             const auto before = makePtr<Locations>(4U);
@@ -316,7 +351,7 @@ TEST(Locations, CancellingReachesTheHostAndChangesNothing) {
                 Geometry::Query::generate_sample_locations(
                     makePtr<Vantor::Object>(object), options.sample_type, options.amount,
                     options.amount_type, options.mask_control, options.seed, nullptr, false, 0,
-                    false, "", false, out, Ostrum::RuntimeServices());
+                    options.use_mask, options.mask_property, false, out, Ostrum::RuntimeServices());
             } catch (const std::runtime_error& error) {
                 text = error.what();
             }

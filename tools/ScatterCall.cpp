@@ -19,7 +19,8 @@ namespace Stratum::tools {
 
 namespace {
 
-using Vantor::Geometry::Common::GeoLocation;
+namespace Common = Vantor::Geometry::Common;
+using Common::GeoLocation;
 using Vantor::Sample::GenerateLocationOptions;
 using VantorExp::Geometry::AmountType;
 using VantorExp::Geometry::MaskControl;
@@ -62,6 +63,18 @@ void requireMemoryFor(const ScatterMeasure& measure, const GenerateLocationOptio
                                  " are to be had");
 }
 
+// What a count asks for at least, also of a geometry that can have none.
+std::uint64_t wholeCountOf(const GenerateLocationOptions& options) {
+    if (options.amount_type == AmountType::Density)
+        return 0;
+    constexpr double kMost = 0x1p62;
+    const auto count = static_cast<std::uint64_t>(std::clamp(options.amount, 0.0, kMost));
+    return options.use_max_number
+               ? std::min(count,
+                          static_cast<std::uint64_t>(std::max<std::int64_t>(options.max_number, 0)))
+               : count;
+}
+
 } // namespace
 
 GenerateLocationOptions generateOptions(const ScatterOptions& options,
@@ -92,6 +105,7 @@ Scattered scatter(const ScatterSource& source, const GenerateLocationOptions& op
     constexpr int kWarning = 2;
     const Kelvane::Logger::timer timer("scatter");
     Scattered scattered;
+    scattered.kind = source.measure.location;
     const Ostrum::RuntimeServices services(kWarning, [&](int, const Ostrum::String& message) {
         scattered.warnings.push_back(message.str());
     });
@@ -100,7 +114,7 @@ Scattered scatter(const ScatterSource& source, const GenerateLocationOptions& op
     scattered.seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     const auto isNowhere = [](const GeoLocation& location) {
-        return location.kind == Vantor::Geometry::Common::kNoLocation;
+        return location.kind == Common::kNoLocation;
     };
     scattered.nowhere = static_cast<std::uint64_t>(std::ranges::count_if(*locations, isNowhere));
     const auto* rest = std::remove_if(locations->begin(), locations->end(), isNowhere);
@@ -115,7 +129,7 @@ ScatterReport reportOn(const Scattered& scattered, const ScatterSource& source,
     report.measure = source.measure;
     report.made = scattered.locations.size();
     report.nowhere = scattered.nowhere;
-    report.asked = report.made + report.nowhere;
+    report.asked = std::max(report.made + report.nowhere, wholeCountOf(options));
     report.seconds = scattered.seconds;
     report.warnings = source.warnings;
     report.warnings.insert(report.warnings.end(), scattered.warnings.begin(),
@@ -127,22 +141,21 @@ ScatterReport reportOn(const Scattered& scattered, const ScatterSource& source,
         options.amount_type == AmountType::Density && source.measure.name != "points";
     if (density)
         report.askedDensity = options.amount;
-    if (source.measure.boxVolume == 0 && !density) // without cells nothing is drawn at all
-        report.asked =
-            static_cast<std::uint64_t>(std::min(expectedCount(source.measure, options), 0x1p63));
-    if (!options.use_mask || source.measure.boxVolume == 0)
+    if (!options.use_mask)
         return report;
     GenerateLocationOptions unmasked = options;
     unmasked.use_mask = false;
-    report.asked = callOperator(source.object, unmasked, Ostrum::RuntimeServices(0, {}))->size();
-    const std::uint64_t missing = report.asked - std::min(report.asked, report.made);
+    const std::uint64_t tried =
+        callOperator(source.object, unmasked, Ostrum::RuntimeServices(0, {}))->size();
+    report.asked = std::max(tried, wholeCountOf(options));
+    const std::uint64_t missing = tried - std::min(tried, report.made);
     // A density on a mesh tries each location once, unless the largest number made a count of it.
-    const bool onceEach = !source.isVolume() &&
-                          (options.mask_control != MaskControl::Resample ||
-                           (source.measure.kind == "faces" && density &&
-                            !(options.use_max_number &&
-                              report.asked == static_cast<std::uint64_t>(
-                                                  std::max<std::int64_t>(options.max_number, 0)))));
+    const bool onceEach =
+        !source.isVolume() &&
+        (options.mask_control != MaskControl::Resample ||
+         (source.measure.location == Common::kOnFace && density &&
+          !(options.use_max_number &&
+            tried == static_cast<std::uint64_t>(std::max<std::int64_t>(options.max_number, 0)))));
     (onceEach ? report.rejected : report.givenUp) = missing;
     return report;
 }

@@ -19,7 +19,9 @@ Vantor::Sample::GenerateLocationOptions generateOptions(const ScatterOptions& op
                                                         const ScatterSource& source);
 
 struct Scattered {
-    /// All on one kind of element; those that lie nowhere are left out.
+    /// What all locations lie on, also when there are none.
+    Vantor::Geometry::Common::LocationKind kind = Vantor::Geometry::Common::kNoLocation;
+    /// Those that lie nowhere are left out.
     Ostrum::Array<Vantor::Geometry::Common::GeoLocation> locations;
     std::vector<std::string> warnings;
     double seconds = 0;

@@ -170,8 +170,8 @@ ScatterSource volumeSource(const ScatterOptions& options) {
     if (!options.picture.colour.empty())
         require(volume, options.picture.colour);
     const CandidateSpace space = candidateSpace(*volume.object, channel.name, fog);
-    source.measure = {fog ? "fog" : "level set", "volume", space.volume, space.boxVolume(),
-                      channel.name};
+    source.measure = {Common::kVolume, fog ? "fog" : "level set", "volume",
+                      space.volume,    space.boxVolume(),         channel.name};
     source.bounds = space.box;
     if (space.box.empty())
         visitChannel(*volume.object, channel.name,

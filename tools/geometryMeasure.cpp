@@ -64,10 +64,10 @@ ScatterMeasure measureGeometry(const Vantor::Object& geometry, SampleType type) 
     using namespace Vantor::Geometry;
     const auto points = geometry.propertyData<float3>(sPointPosition);
     if (type == SampleType::Points)
-        return {"points", "points", static_cast<double>(points->size())};
+        return {Common::kOnPoint, "points", "points", static_cast<double>(points->size())};
     if (geometry.isA(*getMeshPrototype()))
-        return {"faces", "area", areaOf(geometry, *points)};
-    return {"strands", "length", lengthOf(geometry, *points)};
+        return {Common::kOnFace, "faces", "area", areaOf(geometry, *points)};
+    return {Common::kOnStrand, "strands", "length", lengthOf(geometry, *points)};
 }
 
 } // namespace Stratum::tools

@@ -1,6 +1,7 @@
 // How much of a geometry there is to scatter on.
 #pragma once
 
+#include "Vantor/GeoLocation.h"
 #include "Vantor/Object.h"
 #include "locations/GenerateLocationOptions.h"
 
@@ -11,6 +12,7 @@ namespace Stratum::tools {
 
 /// What locations lie on, and how much of it there is.
 struct ScatterMeasure {
+    Vantor::Geometry::Common::LocationKind location = Vantor::Geometry::Common::kNoLocation;
     std::string kind, name; ///< "faces" and "area", for people
     double total = 0;
     /// Of volumes only: of the box around their cells.

@@ -27,10 +27,10 @@ void writeLocations(const ScatterOptions& options, const Vantor::Object& geometr
     io::Provenance provenance = options.origin();
     if (format == io::SampleFormat::kCsv && !options.withProvenance)
         provenance = {};
-    io::writeTable(
-        results.out(), format,
-        io::locationTable(geometry, {scattered.locations.data(), scattered.locations.size()}),
-        provenance);
+    io::writeTable(results.out(), format,
+                   io::locationTable(geometry, scattered.kind,
+                                     {scattered.locations.data(), scattered.locations.size()}),
+                   provenance);
 }
 
 // Both files appear, or neither.

@@ -302,7 +302,8 @@ TEST(LocationTable, ComesBackFromPlyBitForBit) {
     const Object object = readPlyGeometry(mesh("ascii"), "f").object;
     const Locations locations = scattered(object, false, 40);
     ASSERT_EQ(locations.size(), 40U);
-    const ColumnTable table = locationTable(*object, {locations.data(), locations.size()});
+    const ColumnTable table = locationTable(*object, Vantor::Geometry::Common::kOnFace,
+                                            {locations.data(), locations.size()});
     for (const auto format :
          {SampleFormat::kPly, SampleFormat::kPlyBigEndian, SampleFormat::kPlyAscii}) {
         const std::string path =

@@ -151,6 +151,21 @@ code, out, err = run("cloud.ply", "--density", "4", "--channel", "x", "--json")
 check(code == 0 and json.loads(out)["made"] == 4 and "--density has no effect" in err
       and "--channel has no effect" in err, err)
 
+# What nothing lies on has the same columns.
+for file in ["roof.ply", "cloud.ply"] + ["hair.obj"] * readsObj:
+    check(answers(file, "--count", "0", "-q").splitlines()
+          == answers(file, "--count", "1", "-q").splitlines()[:1], f"the columns of {file}")
+
+# A count may ask for what there can be none of.
+open("line.ply", "w").write("ply\nformat ascii 1.0\nelement vertex 3\nproperty float x\n"
+                            "property float y\nproperty float z\nelement face 1\n"
+                            "property list uchar int vertex_indices\nproperty float m\nend_header\n"
+                            "0 0 0\n1 0 0\n2 0 0\n3 0 1 2 1\n")
+for more in [], ["--mask", "m"]:
+    flat = report("line.ply", "--count", "4.5", *more)
+    check((flat["asked"], flat["made"], flat["rejected"], flat["given_up"]) == (4, 0, 0, 0), flat)
+    check(report("line.ply", "--count", "4", "--max", "3", *more)["asked"] == 3, more)
+
 # Formats: the same numbers in all of them, and where they come from.
 knot = ("formula:knot", "--count", "40", "--seed", "-9", "--quiet")
 expected = list(csv.reader(io.StringIO(answers(*knot).decode())))
