@@ -14,7 +14,7 @@ POSITIONS = 1_000_000
 
 
 def medians(binary, repetitions, part):
-    chosen = {"sampling": "-^locations/", "locations": "^locations/"}.get(part, ".")
+    chosen = {"sampling": "-^(volume-)?locations/", "locations": "^(volume-)?locations/"}.get(part, ".")
     output = subprocess.run(
         [binary, f"--benchmark_filter={chosen}", f"--benchmark_repetitions={repetitions}", "--benchmark_min_time=0.05",
          "--benchmark_report_aggregates_only=true", "--benchmark_enable_random_interleaving=true",
@@ -87,18 +87,69 @@ def plain_table(runs, prefix, unit):
             print(f"| {name.removeprefix(prefix + '/')} | {run['real_time']:.1f} |")
 
 
-def locations_table(runs):
-    print("\n| scattered | nanoseconds a location |")
-    print("|---|---|")
-    for name, run in runs.items():
-        print(f"| {name.removeprefix('locations/')} | {1e9 / run['items_per_second']:.1f} |")
+def row(*cells):
+    print("| " + " | ".join(cells) + " |")
+
+
+def scattered(runs):
+    """What a location costs: nanoseconds of a run, with the peer's time over ours in brackets."""
+    def nanoseconds(name):
+        return 1e9 / runs[name]["items_per_second"] if name in runs else None
+
+    def cell(name, *peers):
+        ours = nanoseconds(name)
+        if ours is None:
+            return "-"
+        ratios = [f"{nanoseconds(peer) / ours:.1f}x" for peer in peers if nanoseconds(peer)]
+        return f"{ours:.1f}" + (f" ({', '.join(ratios)})" if ratios else "")
+
+    return cell
+
+
+def geometry_table(runs):
+    cell = scattered(runs)
+    row("locations", "on", "threads", "ours", "plain loop", "CGAL", "writing records", "copying records")
+    print("|---" * 8 + "|")
+    for end in ("1M", "10M"):
+        written = cell(f"locations/write-records/{end}")
+        for areas in ("equal", "unequal"):
+            plain, cgal = f"locations/plain-loop/{areas}/{end}", f"locations/cgal/{areas}/{end}"
+            row(end, f"mesh, {areas}, by count", "1", cell(f"locations/mesh-count/{areas}/{end}", plain, cgal),
+                cell(plain), cell(cgal), written, "-")
+            row(end, f"mesh, {areas}, by density", "1", cell(f"locations/mesh-density/{areas}/{end}"),
+                "-", "-", written, "-")
+        for kind in ("strands", "points"):
+            for threads in (1, 2):
+                end_of = f"{end}/threads/{threads}"
+                row(end, kind, str(threads), cell(f"locations/{kind}/{end_of}"), "-", "-", written,
+                    cell(f"locations/copy-records/{end_of}"))
+
+
+def volume_table(runs):
+    cell = scattered(runs)
+    names = sorted({name.split("/")[2] for name in runs if name.startswith("volume-locations/")})
+    print()
+    row("volume", "samples in voxels at", "threads", "scattering", "uniform peer", "dense peer", "sampling there",
+        "sampling peer")
+    print("|---" * 8 + "|")
+    for volume in names:
+        uniform, dense = (f"volume-locations/{peer}/{volume}/centres/threads/1"
+                          for peer in ("uniform-scatter", "dense-scatter"))
+        for samples in ("centres", "corners"):
+            for threads in (1, 2):
+                end = f"{volume}/{samples}/threads/{threads}"
+                box = f"volume-locations/box-sampler/{end}"
+                peers = (uniform, dense) if threads == 1 else ()
+                row(volume, samples, str(threads), cell(f"volume-locations/scatter/{end}", *peers), cell(uniform),
+                    cell(dense), cell(f"volume-locations/property/{end}", box), cell(box))
 
 
 def main():
     part = sys.argv[3] if len(sys.argv) > 3 else "sampling"
     runs = medians(sys.argv[1], sys.argv[2] if len(sys.argv) > 2 else "5", part)
     if part == "locations":
-        return locations_table(runs)
+        geometry_table(runs)
+        return volume_table(runs)
     print("Nanoseconds a sample; in brackets the peer's time over ours.\n")
     sampling_table(runs)
     cubic_table(runs)

@@ -37,6 +37,7 @@ struct STRATUM_API GenerateLocationOptions {
     GenerateLocationOptions();
     GenerateLocationOptions(const GenerateLocationOptions& other);
     /// Takes the seed array over, which `other` then lacks, and copies all else.
+    // NOLINTNEXTLINE(performance-noexcept-move-constructor): copying may fail
     GenerateLocationOptions(GenerateLocationOptions&& other);
     ~GenerateLocationOptions();
     GenerateLocationOptions& operator=(const GenerateLocationOptions& other);

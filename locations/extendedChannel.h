@@ -15,7 +15,7 @@ extendedChannel(const KDX::TileTree3D::Channel<Traits, T, Traits::kVoxelsPerAxis
                 const KDX::TileTree3D::Container<Traits>& container,
                 const KDX::TileTree3D::VoxelTopology<Traits>& topology, const T& defaultValue) {
     using namespace KDX::TileTree3D;
-    const auto extended = Ostrum::makePtr<Channel<Traits, T, Traits::kVoxelsPerAxis + 1, 0, 0>>(
+    auto extended = Ostrum::makePtr<Channel<Traits, T, Traits::kVoxelsPerAxis + 1, 0, 0>>(
         Ostrum::String(std::string(channel.name().c_str()) + "Extended"), defaultValue, false, true,
         0, Traits::kFinestDepth);
     if (channel.depth() < 0) // without data there is nothing around it

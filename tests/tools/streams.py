@@ -77,7 +77,7 @@ for graph in "slow.json", "many.json":
         out, err = running.communicate(timeout=300)
         check((running.returncode, out, err) == (130, "", "stratum: interrupted\n"),
               f"{graph}: {running.returncode} {out[:80]!r} {err!r}")
-        check(time.monotonic() - start < 5, f"{graph}: {time.monotonic() - start} s to end")
+        check(time.monotonic() - start < 10, f"{graph}: {time.monotonic() - start} s to end")
 check(not [name for name in os.listdir(".") if name.startswith("never")], os.listdir("."))
 
 # Common options of run. A graph's inputs and outputs are kept apart.
