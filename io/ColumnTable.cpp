@@ -3,17 +3,27 @@
 #include "io/Cancelled.h"
 #include "io/byteOrder.h"
 #include "io/csvValues.h"
+#include "io/jsonText.h"
+#include "io/provenanceJson.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
-#include <stdexcept>
 
 namespace Stratum::io {
 
 namespace {
 
-bool isWhole(const ColumnTable::Column& column) {
-    return std::holds_alternative<std::vector<std::uint32_t>>(column.cells);
+// What files call the type of a column's numbers.
+struct TypeNames {
+    const char *ply, *npy;
+};
+
+TypeNames typeNames(const ColumnTable::Column& column) {
+    constexpr std::array<TypeNames, 5> kNames{
+        {{"float", "<f4"}, {"double", "<f8"}, {"uint", "<u4"}, {"int", "<i4"}, {"uchar", "|b1"}}};
+    static_assert(std::variant_size_v<ColumnTable::Cells> == kNames.size());
+    return kNames[column.cells.index()];
 }
 
 // Calls number(n) for the cells of each row and then endRow().
@@ -31,7 +41,9 @@ void forEachRow(const ColumnTable& table, const Number& number, const EndRow& en
 void writeText(OutputFile& out, const ColumnTable& table, char separator) {
     std::string line;
     const auto add = [&]<class T>(T number) {
-        if constexpr (std::is_integral_v<T>)
+        if constexpr (std::is_enum_v<T>)
+            line += number == Flag::kYes ? '1' : '0';
+        else if constexpr (std::is_integral_v<T>)
             line += std::to_string(number);
         else
             appendNumber(line, number);
@@ -72,15 +84,18 @@ void writePly(OutputFile& out, const char* encoding, const ColumnTable& table,
         for (const auto& line : provenance.lines())
             header += "comment " + line.substr(0, 4000) + "\n";
     header += "element vertex " + std::to_string(table.rows()) + "\n";
-    for (const auto& column : table.columns())
-        header += (isWhole(column) ? "property uint " : "property float ") + column.name + "\n";
+    for (const auto& column : table.columns()) {
+        std::string name = column.name;
+        std::ranges::replace(name, '.', '_'); // many readers know letters and digits only
+        header += std::string("property ") + typeNames(column).ply + " " + name + "\n";
+    }
     out.write(header + "end_header\n");
 }
 
 void writeNpy(OutputFile& out, const ColumnTable& table) {
     std::string text = "{'descr': [";
     for (const auto& column : table.columns())
-        text += "('" + column.name + "', '" + (isWhole(column) ? "<u4" : "<f4") + "'), ";
+        text += "('" + column.name + "', '" + typeNames(column).npy + "'), ";
     text += "], 'fortran_order': False, 'shape': (" + std::to_string(table.rows()) + ",), }";
     std::string start("\x93NUMPY\1\0", 8);
     // The data begin at a multiple of 64 bytes.
@@ -89,6 +104,30 @@ void writeNpy(OutputFile& out, const ColumnTable& table) {
     appendAs(start, static_cast<std::uint16_t>(text.size()), std::endian::little);
     out.write(start + text);
     writeBinary(out, table, std::endian::little);
+}
+
+void writeJson(OutputFile& out, const ColumnTable& table, const Provenance& provenance) {
+    std::string text("{");
+    text += provenanceJson(provenance) + ",\n \"columns\": [";
+    for (const auto& column : table.columns())
+        text += (text.back() == '[' ? "" : ", ") + jsonText(column.name);
+    out.write(text + "],\n \"rows\": [");
+    text = "\n  [";
+    const auto add = [&]<class T>(T number) {
+        if constexpr (std::is_enum_v<T>)
+            text += number == Flag::kYes ? "true" : "false";
+        else if constexpr (std::is_integral_v<T>)
+            text += std::to_string(number);
+        else
+            text += jsonNumber(number);
+        text += ", ";
+    };
+    forEachRow(table, add, [&] {
+        text.resize(text.size() - 2);
+        out.write(text + "]");
+        text = ",\n  [";
+    });
+    out.write("]}\n");
 }
 
 } // namespace
@@ -110,9 +149,8 @@ void writeTable(OutputFile& out, SampleFormat format, const ColumnTable& table,
         writePly(out, "ascii", table, provenance);
         return writeText(out, table, ' ');
     case SampleFormat::kJson:
-        break;
+        return writeJson(out, table, provenance);
     }
-    throw std::invalid_argument("there is no JSON of a table");
 }
 
 } // namespace Stratum::io

@@ -14,12 +14,16 @@
 
 namespace Stratum::io {
 
-/// Columns of one length, each of numbers of single precision or of unsigned whole numbers.
+/// A truth value, 0 or 1, in files a number of one byte.
+enum class Flag : std::uint8_t { kNo, kYes };
+
+/// Columns of one length, each of floating-point or of whole numbers, or of flags.
 class ColumnTable {
 public:
-    using Cells = std::variant<std::vector<float>, std::vector<std::uint32_t>>;
+    using Cells = std::variant<std::vector<float>, std::vector<double>, std::vector<std::uint32_t>,
+                               std::vector<std::int32_t>, std::vector<Flag>>;
     struct Column {
-        std::string name; ///< of letters, digits and underscores
+        std::string name; ///< of letters, digits, underscores and points
         Cells cells;
     };
 
@@ -35,9 +39,9 @@ private:
     std::size_t rows_ = 0;
 };
 
-/// Writes a table as CSV, as PLY with the rows as elements "vertex", or as an .npy array of records
-/// with a field a column. CSV and PLY carry their provenance when there is one. There is no JSON of
-/// it.
+/// Writes a table as CSV; as PLY with the rows as elements "vertex", and underscores for points in
+/// names; as an .npy array of records with a field a column; or as JSON with a list a row. All but
+/// .npy carry their provenance when there is one.
 void writeTable(OutputFile& out, SampleFormat format, const ColumnTable& table,
                 const Provenance& provenance);
 

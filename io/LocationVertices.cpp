@@ -112,6 +112,12 @@ float3 LocationVertices::position(const Vertices& vertices) const {
     return {static_cast<float>(sum.x), static_cast<float>(sum.y), static_cast<float>(sum.z)};
 }
 
+float3 LocationVertices::position(const GeoLocation& location) const {
+    if (location.kind == Common::kVolume)
+        return {location.weights[0], location.weights[1], location.weights[2]};
+    return position(of(location));
+}
+
 float3 LocationVertices::triangleNormal(const Vertices& vertices) const {
     if (vertices.count != 3)
         return {};

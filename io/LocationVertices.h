@@ -34,6 +34,9 @@ public:
     /// The weighted mean of the vertices.
     float3 position(const Vertices& vertices) const;
 
+    /// That of a location's vertices; a location inside a volume has its position itself.
+    float3 position(const GeoLocation& location) const;
+
     /// The unit normal of a triangle by the order of its corners, no vector for one without area.
     float3 triangleNormal(const Vertices& vertices) const;
 

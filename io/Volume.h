@@ -14,10 +14,14 @@ namespace Stratum::io {
 /// The tree shapes, by the number of children an axis.
 enum class TreeShape : int { kTwo = 2, kFive = 5 };
 
+/// What the values of a channel stand for.
+enum class ChannelKind { kLevelSet, kFog, kOther };
+
 struct ChannelInfo {
     std::string name;
-    std::string origin;                 ///< what the values were made from, for people to read
-    std::vector<std::string> alsoNamed; ///< further names of the same channel
+    std::string origin;                     ///< what the values were made from, for people to read
+    std::vector<std::string> alsoNamed;     ///< further names of the same channel
+    ChannelKind kind = ChannelKind::kOther; ///< as far as the source says
 };
 
 /// What a volume held before and after it was coarsened.

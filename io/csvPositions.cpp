@@ -3,6 +3,7 @@
 #include "io/Cancelled.h"
 #include "io/quoted.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <charconv>
@@ -30,10 +31,21 @@ std::string_view trimmed(std::string_view text) {
     return text.substr(first, text.find_last_not_of(kBlank) - first + 1);
 }
 
+// The end of the first field: the first comma that is not between quotation marks.
+std::size_t endOfField(std::string_view line) {
+    bool quotes = false;
+    for (std::size_t i = 0; i < line.size(); ++i) {
+        quotes = quotes != (line[i] == '"');
+        if (line[i] == ',' && !quotes)
+            return i;
+    }
+    return std::string_view::npos;
+}
+
 std::vector<std::string_view> split(std::string_view line) {
     std::vector<std::string_view> fields;
     for (;;) {
-        const auto comma = line.find(',');
+        const auto comma = endOfField(line);
         fields.push_back(trimmed(line.substr(0, comma)));
         if (comma == std::string_view::npos)
             return fields;
@@ -59,8 +71,7 @@ std::optional<float> parse(std::string_view field) {
     return static_cast<float>(wide);
 }
 
-// Three names. What begins like a number is meant as one, also when it is none, and must not
-// vanish.
+// Names. What begins like a number is meant as one, also when it is none, and must not vanish.
 bool isHeader(const std::vector<std::string_view>& fields) {
     for (auto field : fields) {
         if (field.starts_with('"') || field.starts_with('\''))
@@ -69,7 +80,43 @@ bool isHeader(const std::vector<std::string_view>& fields) {
             std::string_view("0123456789+-.").find(field.front()) != std::string_view::npos)
             return false;
     }
-    return fields.size() == 3;
+    return fields.size() >= 3;
+}
+
+std::string plainName(std::string_view field) {
+    std::string name;
+    for (const char c : field)
+        if (c != '"' && c != '\'')
+            name += c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    return name;
+}
+
+// Which of a line's fields are the coordinates.
+struct Columns {
+    std::array<std::size_t, 3> places{0, 1, 2};
+    std::size_t count = 3;
+};
+
+// The columns x, y and z of a header, or px, py and pz. Three columns of other names are taken as
+// they stand, more are not.
+std::optional<Columns> columnsOf(const std::vector<std::string_view>& header) {
+    std::vector<std::string> names;
+    for (const auto field : header)
+        names.push_back(plainName(field));
+    for (const std::string prefix : {"", "p"}) {
+        Columns columns{{}, names.size()};
+        std::size_t found = 0;
+        for (const char axis : {'x', 'y', 'z'}) {
+            const auto place = std::ranges::find(names, prefix + axis);
+            if (place != names.end())
+                columns.places[found++] = static_cast<std::size_t>(place - names.begin());
+        }
+        if (found == 3)
+            return columns;
+    }
+    if (names.size() == 3)
+        return Columns{};
+    return {};
 }
 
 } // namespace
@@ -78,6 +125,7 @@ Ostrum::Array<float3> readCsvPositions(std::istream& in, const std::string& sour
     Ostrum::Array<float3> positions;
     std::string text;
     bool headerAllowed = true;
+    Columns columns;
     for (std::size_t number = 1; std::getline(in, text); ++number) {
         throwIfCancelled();
         std::string_view line = text;
@@ -87,19 +135,27 @@ Ostrum::Array<float3> readCsvPositions(std::istream& in, const std::string& sour
         if (line.empty() || line.starts_with('#'))
             continue;
         const auto fields = split(line);
-        if (std::exchange(headerAllowed, false) && isHeader(fields))
-            continue;
         const auto fail = [&](const std::string& what) {
             throw std::runtime_error(source + ", line " + std::to_string(number) + ": " + what);
         };
-        if (fields.size() != 3)
-            fail("a position has 3 numbers, x,y,z, and this line has " +
+        if (std::exchange(headerAllowed, false) && isHeader(fields)) {
+            const auto named = columnsOf(fields);
+            if (!named)
+                fail("the header names no columns x, y, z (or px, py, pz)");
+            columns = *named;
+            continue;
+        }
+        if (fields.size() != columns.count)
+            fail((columns.count == 3 ? "a position has 3 numbers, x,y,z, and this line has "
+                                     : "the header has " + std::to_string(columns.count) +
+                                           " columns, and this line has ") +
                  std::to_string(fields.size()) + (fields.size() == 1 ? " field" : " fields"));
         std::array<float, 3> p{};
         for (std::size_t axis = 0; axis < 3; ++axis) {
-            const auto value = parse(fields[axis]);
+            const auto field = fields[columns.places[axis]];
+            const auto value = parse(field);
             if (!value)
-                fail(quoted(fields[axis]) + " is not a number of single precision");
+                fail(quoted(field) + " is not a number of single precision");
             p[axis] = *value;
         }
         positions.push_back({p[0], p[1], p[2]});

@@ -9,8 +9,10 @@
 
 namespace Stratum::io {
 
-/// Reads one position a line: x, y and z with commas between them. The first line may be a header;
-/// empty lines and lines that begin with '#' are passed over; lines may end in CR LF. NaN and
+/// Reads one position a line: x, y and z with commas between them. The first line may be a header
+/// that names columns x, y and z, or px, py and pz, wherever they stand; the others are passed
+/// over. Without a header, or with one of three other names, there are three columns in that order.
+/// Empty lines and lines that begin with '#' are passed over; lines may end in CR LF. NaN and
 /// infinities are allowed. Throws std::runtime_error naming `source` and the line for anything
 /// else, Cancelled when the job is cancelled meanwhile.
 Ostrum::Array<Vantor::Math::float3> readCsvPositions(std::istream& in, const std::string& source);

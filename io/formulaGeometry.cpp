@@ -1,6 +1,7 @@
 #include "io/formulaGeometry.h"
 
 #include "Vantor/Geometry.h"
+#include "io/Tube.h"
 
 #include <cmath>
 #include <numbers>
@@ -15,7 +16,7 @@ using Vantor::Math::float3;
 using Floats = Ostrum::Array<float>;
 
 constexpr std::uint32_t kAlong = 720, kAround = 48; // quads
-constexpr double kTubeRadius = 0.42, kTau = 2 * std::numbers::pi;
+constexpr double kTau = 2 * std::numbers::pi;
 
 double3 plus(const double3& a, const double3& b, double factor) {
     return {a.x + b.x * factor, a.y + b.y * factor, a.z + b.z * factor};
@@ -25,12 +26,6 @@ double3 cross(const double3& a, const double3& b) {
 }
 double3 unit(const double3& a) {
     return plus({}, a, 1 / std::sqrt(a.x * a.x + a.y * a.y + a.z * a.z));
-}
-
-// Twice round the axis of a torus of radii 2 and 1, three times round its core.
-double3 knot(double t) {
-    const double r = 2 + std::cos(3 * t);
-    return {r * std::cos(2 * t), r * std::sin(2 * t), -std::sin(3 * t)};
 }
 
 // The core of the torus nearest to the knot at t, which the tube's cross-sections are turned to.
@@ -91,8 +86,12 @@ std::string formulaGeometryNames() {
     return "knot";
 }
 
+bool isFormulaGeometry(const std::string& name) {
+    return name == "knot";
+}
+
 LoadedGeometry formulaGeometry(const std::string& name) {
-    if (name != "knot")
+    if (!isFormulaGeometry(name))
         throw std::invalid_argument("there is no geometry 'formula:" + name +
                                     "'; there is: " + formulaGeometryNames());
     return makeKnot();

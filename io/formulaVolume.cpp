@@ -5,8 +5,10 @@
 #include "Vantor/Volume.h"
 #include "io/Cancelled.h"
 #include "io/Sunflower.h"
+#include "io/Tube.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <stdexcept>
 
@@ -51,17 +53,34 @@ auto refineAround(const Sunflower& field, double voxelSize) {
     };
 }
 
-template <class Traits, class T, class Value>
+// The same about the surface of a tube, whose inside is coarse.
+template <class Traits>
+auto refineAround(const Tube& field, double voxelSize) {
+    return [&field, voxelSize](const int3& tijk, int depth) {
+        const auto [lower, upper] = worldBox<Traits>(tijk, depth, voxelSize);
+        const double width = Traits::voxelWidth(depth) * voxelSize;
+        const double3 centre{(lower.x + upper.x) / 2, (lower.y + upper.y) / 2,
+                             (lower.z + upper.z) / 2};
+        const double radius = std::sqrt(3.0) / 2 * (upper.x - lower.x);
+        const double distance = field.surfaceDistance(centre);
+        const bool reached = distance - radius < Tube::kBand;
+        const double gap = std::max(0.0, std::abs(distance) - radius);
+        const bool refine = reached && depth < Traits::kFinestDepth && width > gap;
+        return typename TreeBuilder<Traits>::Wish{reached && !refine, refine};
+    };
+}
+
+template <class Traits, class Field, class T, class Value>
 Ostrum::Ptr<typename ChannelBuilder<Traits, T>::Plain>
-makeChannel(const Ostrum::Ptr<const TileTree<Traits>>& tree, const Sunflower& field,
-            const char* name, const T& outside, const Value& value) {
+makeChannel(const Ostrum::Ptr<const TileTree<Traits>>& tree, const Field& field, const char* name,
+            const T& outside, const Value& value) {
     ChannelBuilder<Traits, T> builder(tree, name, outside);
     const double voxelSize = tree->voxelSize();
     builder.fillTiles([&](const auto& tile, const TreeIndex&, auto values) {
         if (Ostrum::isJobCancelled())
             return;
         const auto [lower, upper] = worldBox<Traits>(tile.tijk(), tile.depth(), voxelSize);
-        const Sunflower local = field.near(lower, upper);
+        const Field local = field.near(lower, upper);
         builder.forEachSample(tile, [&](std::size_t flat, const double3& index) {
             values[flat] = value(local, index * voxelSize);
         });
@@ -70,10 +89,11 @@ makeChannel(const Ostrum::Ptr<const TileTree<Traits>>& tree, const Sunflower& fi
     return builder.finish();
 }
 
-template <class Traits>
-Volume makeSunflower(int voxelsPerUnit) {
-    const Sunflower field;
-    const int half = voxelsPerUnit + voxelsPerUnit / 8;
+// All of the field lies in a cube from -halfWidth to halfWidth.
+template <class Traits, class Field>
+Volume makeVolume(int voxelsPerUnit, double halfWidth) {
+    const Field field;
+    const int half = static_cast<int>(voxelsPerUnit * halfWidth);
     TreeBuilder<Traits> builder;
     builder.addRefined({{-half, -half, -half}, {half, half, half}},
                        refineAround<Traits>(field, 1.0 / voxelsPerUnit));
@@ -84,15 +104,15 @@ Volume makeSunflower(int voxelsPerUnit) {
     Vantor::Object& object = *volume.object;
     Vantor::Geometry::addTree<Traits>(object, tree);
     const auto density =
-        makeChannel<Traits>(tree, field, "density", 0.0F, [](const Sunflower& f, const double3& p) {
+        makeChannel<Traits>(tree, field, "density", 0.0F, [](const Field& f, const double3& p) {
             return static_cast<float>(f.density(p));
         });
     const auto distance = makeChannel<Traits>(
-        tree, field, "distance", static_cast<float>(Sunflower::kBand),
-        [](const Sunflower& f, const double3& p) { return static_cast<float>(f.distance(p)); });
-    const auto velocity = makeChannel<Traits>(
-        tree, field, "velocity", float3{0, 0, 0},
-        [](const Sunflower&, const double3& p) { return Sunflower::velocity(p); });
+        tree, field, "distance", static_cast<float>(Field::kBand),
+        [](const Field& f, const double3& p) { return static_cast<float>(f.distance(p)); });
+    const auto velocity =
+        makeChannel<Traits>(tree, field, "velocity", float3{0, 0, 0},
+                            [](const Field& f, const double3& p) { return f.velocity(p); });
 
     using Vantor::Geometry::addChannel;
     addChannel(object, density);
@@ -100,25 +120,39 @@ Volume makeSunflower(int voxelsPerUnit) {
     addChannel(object, distance);
     addChannel(object, distance, Vantor::Geometry::sVoxelSignedDistance);
     addChannel(object, velocity);
-    volume.channels = {
-        {"density", "formula, a fog", {Vantor::Geometry::sVoxelFogDensity.str()}},
-        {"distance", "formula, a level set", {Vantor::Geometry::sVoxelSignedDistance.str()}},
-        {"velocity", "formula", {}}};
+    volume.channels = {{"density",
+                        "formula, a fog",
+                        {Vantor::Geometry::sVoxelFogDensity.str()},
+                        ChannelKind::kFog},
+                       {"distance",
+                        "formula, a level set",
+                        {Vantor::Geometry::sVoxelSignedDistance.str()},
+                        ChannelKind::kLevelSet},
+                       {"velocity", "formula", {}}};
     return volume;
 }
 
 } // namespace
 
 std::string formulaNames() {
-    return "sunflower";
+    return "sunflower, tube";
+}
+
+bool isFormulaVolume(const std::string& name) {
+    return name == "sunflower" || name == "tube";
 }
 
 Volume formulaVolume(const std::string& name, TreeShape shape) {
-    if (name != "sunflower")
+    using Two = Traits<2, 4, 1>;
+    using Five = Traits<5, 5, 1>;
+    if (!isFormulaVolume(name))
         throw std::invalid_argument("there is no formula '" + name +
                                     "'; there are: " + formulaNames());
-    return shape == TreeShape::kTwo ? makeSunflower<Traits<2, 4, 1>>(512)
-                                    : makeSunflower<Traits<5, 5, 1>>(256);
+    const bool two = shape == TreeShape::kTwo;
+    if (name == "sunflower")
+        return two ? makeVolume<Two, Sunflower>(512, 1.125)
+                   : makeVolume<Five, Sunflower>(256, 1.125);
+    return two ? makeVolume<Two, Tube>(24, 3.75) : makeVolume<Five, Tube>(24, 3.75);
 }
 
 } // namespace Stratum::io

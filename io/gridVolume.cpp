@@ -9,16 +9,16 @@ namespace Stratum::io {
 namespace {
 
 // The host's name for what a grid is, or none.
-std::string hostName(GridKind kind) {
-    return kind == GridKind::kLevelSet ? Vantor::Geometry::sVoxelSignedDistance.str()
-           : kind == GridKind::kFog    ? Vantor::Geometry::sVoxelFogDensity.str()
-                                       : std::string();
+std::string hostName(ChannelKind kind) {
+    return kind == ChannelKind::kLevelSet ? Vantor::Geometry::sVoxelSignedDistance.str()
+           : kind == ChannelKind::kFog    ? Vantor::Geometry::sVoxelFogDensity.str()
+                                          : std::string();
 }
 
 ChannelInfo describe(const FileGrid& source, std::set<std::string>& taken,
                      std::vector<std::string>& warnings) {
     const std::string& channelName = source.grid->name;
-    ChannelInfo info{channelName, source.origin, {}};
+    ChannelInfo info{channelName, source.origin, {}, source.kind};
     if (const std::string name = hostName(source.kind); !name.empty()) {
         if (taken.insert(name).second)
             info.alsoNamed.push_back(name);

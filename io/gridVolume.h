@@ -21,12 +21,10 @@ private:
     std::set<std::string> taken_;
 };
 
-enum class GridKind { kLevelSet, kFog, kOther };
-
 struct FileGrid {
     std::unique_ptr<SourceGrid> grid;
     std::string origin; ///< for people to read
-    GridKind kind = GridKind::kOther;
+    ChannelKind kind = ChannelKind::kOther;
 };
 
 /// The placement of a grid; throws std::runtime_error naming the grid when it has none.

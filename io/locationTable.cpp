@@ -50,7 +50,7 @@ ColumnTable locationTable(const Vantor::Object& geometry,
     const auto components = [](const float3& v) { return std::array{v.x, v.y, v.z}; };
     ColumnTable table;
     addColumns<float>(table, Names3{"x", "y", "z"}, locations, [&](const GeoLocation& location) {
-        return components(vertices.position(vertices.of(location)));
+        return components(vertices.position(location));
     });
     if (kind == Vantor::Geometry::Common::kOnFace)
         addColumns<float>(table, Names3{"nx", "ny", "nz"}, locations,

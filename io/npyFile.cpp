@@ -16,8 +16,14 @@ namespace {
 
 constexpr std::string_view kMagic("\x93NUMPY", 6);
 
+// One number of a record.
+struct Field {
+    std::string name, type;
+};
+
 struct Header {
     std::string type;
+    std::vector<Field> fields; ///< of an array of records, which has no type of its own
     std::optional<bool> fortran;
     std::optional<std::vector<std::uint64_t>> shape;
 };
@@ -33,7 +39,9 @@ public:
         while (!take('}')) {
             const std::string key = readText();
             expect(':');
-            if (key == "descr")
+            if (key == "descr" && take('['))
+                header.fields = readFields();
+            else if (key == "descr")
                 header.type = readText();
             else if (key == "fortran_order")
                 header.fortran = readBool();
@@ -46,8 +54,8 @@ public:
                 break;
             }
         }
-        if (skipBlank();
-            at_ != text_.size() || header.type.empty() || !header.fortran || !header.shape)
+        if (skipBlank(); at_ != text_.size() || header.type.empty() == header.fields.empty() ||
+                         !header.fortran || !header.shape)
             fail("descr, fortran_order and shape are wanted");
         return header;
     }
@@ -77,6 +85,28 @@ private:
         std::string value(text_.substr(at_ + 1, end - at_ - 1));
         at_ = end + 1;
         return value;
+    }
+    // Up to the closing bracket, each as ('name', 'type').
+    std::vector<Field> readFields() {
+        std::vector<Field> fields;
+        while (!take(']')) {
+            Field field;
+            expect('(');
+            field.name = readText();
+            expect(',');
+            field.type = readText();
+            take(',');
+            if (!take(')'))
+                fail("field " + quoted(field.name) + " holds more than one number");
+            fields.push_back(field);
+            if (!take(',')) {
+                expect(']');
+                break;
+            }
+        }
+        if (fields.empty())
+            fail("its records have no fields");
+        return fields;
     }
     bool readBool() {
         skipBlank();
@@ -141,20 +171,105 @@ std::string shapeText(const std::vector<std::uint64_t>& shape) {
     return text;
 }
 
+// One coordinate of all positions: a number every so many bytes.
+struct Coordinates {
+    std::string type;
+    std::size_t offset, stride;
+};
+
+bool isFloatType(const std::string& type) {
+    return type == "<f4" || type == ">f4" || type == "<f8" || type == ">f8";
+}
+
 template <class T>
-std::vector<std::array<double, 3>> triples(std::string_view data, std::size_t count,
-                                           std::endian order, bool fortran) {
-    std::vector<std::array<double, 3>> result(count);
-    for (std::size_t row = 0; row < count; ++row)
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-            const std::size_t i = fortran ? axis * count + row : 3 * row + axis;
-            const T number = loadAs<T>(data.data() + i * sizeof(T), order);
-            if constexpr (std::is_same_v<T, float>)
-                result[row][axis] = widened(number);
-            else
-                result[row][axis] = number;
+void readColumn(std::string_view data, const Coordinates& from, std::size_t axis,
+                std::vector<std::array<double, 3>>& triples) {
+    const auto order = from.type[0] == '<' ? std::endian::little : std::endian::big;
+    for (std::size_t row = 0; row < triples.size(); ++row) {
+        const T number = loadAs<T>(data.data() + from.offset + row * from.stride, order);
+        if constexpr (std::is_same_v<T, float>)
+            triples[row][axis] = widened(number);
+        else
+            triples[row][axis] = number;
+    }
+}
+
+std::size_t sizeOfType(const std::string& type) {
+    return type[2] == '4' ? 4 : 8;
+}
+
+// The coordinates in records, by the names x, y and z.
+class Records {
+public:
+    Records(const std::vector<Field>& fields, const std::string& source) {
+        for (const Field& field : fields) {
+            const std::size_t size = bytes(field.type);
+            if (size == 0)
+                throw std::runtime_error(source + ": field " + quoted(field.name) +
+                                         " is of the type " + quoted(field.type) +
+                                         ", which cannot be read");
+            for (std::size_t axis = 0; axis < 3; ++axis)
+                if (field.name == std::string(1, "xyz"[axis]) && isFloatType(field.type))
+                    found_[axis] = {field.type, size_, 0};
+            size_ += size;
         }
-    return result;
+        for (Coordinates& each : found_) {
+            if (each.type.empty())
+                throw std::runtime_error(source + ": its records have no fields x, y and z of "
+                                                  "floating-point numbers");
+            each.stride = size_;
+        }
+    }
+    std::size_t size() const { return size_; }
+    const std::array<Coordinates, 3>& coordinates() const { return found_; }
+
+private:
+    static bool isOneOf(std::string_view letters, char c) {
+        return letters.find(c) != std::string_view::npos;
+    }
+
+    // Of a type such as '<f4' or '|u1'; 0 for what is no number.
+    static std::size_t bytes(const std::string& type) {
+        const bool known = type.size() == 3 && isOneOf("<>|=", type[0]) &&
+                           isOneOf("fiub", type[1]) && isOneOf("1248", type[2]);
+        return known ? static_cast<std::size_t>(type[2] - '0') : 0;
+    }
+
+    std::array<Coordinates, 3> found_{};
+    std::size_t size_ = 0;
+};
+
+// Where the coordinates are, of a file whose size has been checked.
+struct Layout {
+    std::size_t count;
+    std::array<Coordinates, 3> coordinates;
+};
+
+Layout layoutOf(const Header& header, std::size_t bytes, const std::string& source) {
+    const auto& shape = *header.shape;
+    const bool records = !header.fields.empty();
+    if (!records && !isFloatType(header.type))
+        throw std::runtime_error(source + ": it holds " + quoted(header.type) +
+                                 "; '<f4', '>f4', '<f8' and '>f8' can be read");
+    if (records ? shape.size() != 1 : shape.size() != 2 || shape[1] != 3)
+        throw std::runtime_error(source + ": it is of shape " + shapeText(shape) +
+                                 "; positions are of shape " + (records ? "(N,)" : "(N, 3)"));
+    const std::optional<Records> found =
+        records ? std::optional<Records>(Records(header.fields, source)) : std::nullopt;
+    const std::size_t size = found ? found->size() : 3 * sizeOfType(header.type);
+    if (shape[0] > bytes / size || shape[0] * size != bytes)
+        throw std::runtime_error(source + ": its shape " + shapeText(shape) + " of " +
+                                 (records ? "records" : "'" + header.type + "'") +
+                                 " does not fit its " + std::to_string(bytes) + " bytes of data");
+    if (found)
+        return {shape[0], found->coordinates()};
+    Layout layout{shape[0], {}};
+    const std::size_t number = sizeOfType(header.type);
+    for (std::size_t axis = 0; axis < 3; ++axis)
+        layout.coordinates[axis] = *header.fortran
+                                       ? Coordinates{header.type, axis * shape[0] * number, number}
+                                       : Coordinates{header.type, axis * number, 3 * number};
+    return layout;
 }
 
 } // namespace
@@ -162,24 +277,16 @@ std::vector<std::array<double, 3>> triples(std::string_view data, std::size_t co
 std::vector<std::array<double, 3>> readNpyTriples(std::string_view bytes,
                                                   const std::string& source) {
     const auto [text, data] = split(bytes, source);
-    const Header header = HeaderParser(text, source).parse();
-    const bool known = header.type == "<f4" || header.type == ">f4" || header.type == "<f8" ||
-                       header.type == ">f8";
-    if (!known)
-        throw std::runtime_error(source + ": it holds " + quoted(header.type) +
-                                 "; '<f4', '>f4', '<f8' and '>f8' can be read");
-    const auto& shape = *header.shape;
-    if (shape.size() != 2 || shape[1] != 3)
-        throw std::runtime_error(source + ": it is of shape " + shapeText(shape) +
-                                 "; positions are of shape (N, 3)");
-    const std::size_t size = header.type[2] == '4' ? 4 : 8;
-    if (shape[0] > data.size() / (3 * size) || shape[0] * 3 * size != data.size())
-        throw std::runtime_error(source + ": its shape " + shapeText(shape) + " of '" +
-                                 header.type + "' does not fit its " + std::to_string(data.size()) +
-                                 " bytes of data");
-    const auto order = header.type[0] == '<' ? std::endian::little : std::endian::big;
-    return size == 4 ? triples<float>(data, shape[0], order, *header.fortran)
-                     : triples<double>(data, shape[0], order, *header.fortran);
+    const Layout layout = layoutOf(HeaderParser(text, source).parse(), data.size(), source);
+    std::vector<std::array<double, 3>> triples(layout.count);
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        const Coordinates& from = layout.coordinates[axis];
+        if (sizeOfType(from.type) == 4)
+            readColumn<float>(data, from, axis, triples);
+        else
+            readColumn<double>(data, from, axis, triples);
+    }
+    return triples;
 }
 
 void writeNpyValues(OutputFile& out, const SampleTable& table) {

@@ -11,7 +11,8 @@
 
 namespace Stratum::io {
 
-/// Reads an array of shape (N, 3) of '<f4', '>f4', '<f8' or '>f8', in C or Fortran order, of format
+/// Reads an array of shape (N, 3) of '<f4', '>f4', '<f8' or '>f8', in C or Fortran order; or one of
+/// records of numbers, of shape (N,), with fields x, y and z of these types. Either of format
 /// version 1, 2 or 3; `bytes` are the whole file. Throws std::runtime_error naming `source`.
 std::vector<std::array<double, 3>> readNpyTriples(std::string_view bytes,
                                                   const std::string& source);

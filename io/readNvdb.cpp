@@ -136,12 +136,12 @@ std::string typeName(GridType type) {
     return type < GridType::End ? nanovdb::toStr(type) : "unknown";
 }
 
-GridKind kindOf(nanovdb::GridClass gridClass, const std::string& name) {
+ChannelKind kindOf(nanovdb::GridClass gridClass, const std::string& name) {
     if (gridClass == nanovdb::GridClass::LevelSet)
-        return GridKind::kLevelSet;
+        return ChannelKind::kLevelSet;
     const bool fog = gridClass == nanovdb::GridClass::FogVolume ||
                      (gridClass == nanovdb::GridClass::Unknown && name == "density");
-    return fog ? GridKind::kFog : GridKind::kOther;
+    return fog ? ChannelKind::kFog : ChannelKind::kOther;
 }
 
 std::string originOf(const nanovdb::GridData& header) {

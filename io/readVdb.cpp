@@ -78,13 +78,13 @@ std::string originOf(const GridBase& grid) {
     return text;
 }
 
-GridKind kindOf(const GridBase& grid) {
+ChannelKind kindOf(const GridBase& grid) {
     const auto gridClass = grid.getGridClass();
     if (gridClass == openvdb::GRID_LEVEL_SET)
-        return GridKind::kLevelSet;
+        return ChannelKind::kLevelSet;
     const bool fog = gridClass == openvdb::GRID_FOG_VOLUME ||
                      (gridClass == openvdb::GRID_UNKNOWN && grid.getName() == "density");
-    return fog ? GridKind::kFog : GridKind::kOther;
+    return fog ? ChannelKind::kFog : ChannelKind::kOther;
 }
 
 GridPlacementResult placementOf(const openvdb::math::Transform& transform) {

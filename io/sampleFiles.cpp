@@ -31,10 +31,9 @@ float coordinate(double value, const std::string& source, std::size_t index) {
     return narrowed(value);
 }
 
-Positions readPlyPositions(const std::string& path) {
-    const std::string source = sourceName(path);
+Positions plyPositions(std::string_view bytes, const std::string& source) {
     const std::array<std::string, 3> names{"x", "y", "z"};
-    const auto columns = readPlyVertices(readFile(path), source, names);
+    const auto columns = readPlyVertices(bytes, source, names);
     Positions positions(columns[0].size());
     for (std::size_t i = 0; i < positions.size(); ++i)
         positions[i] = {coordinate(columns[0][i], source, i), coordinate(columns[1][i], source, i),
@@ -42,9 +41,8 @@ Positions readPlyPositions(const std::string& path) {
     return positions;
 }
 
-Positions readNpyPositions(const std::string& path) {
-    const std::string source = sourceName(path);
-    const auto triples = readNpyTriples(readFile(path), source);
+Positions npyPositions(std::string_view bytes, const std::string& source) {
+    const auto triples = readNpyTriples(bytes, source);
     Positions positions(triples.size());
     for (std::size_t i = 0; i < positions.size(); ++i)
         positions[i] = {coordinate(triples[i][0], source, i), coordinate(triples[i][1], source, i),
@@ -52,10 +50,29 @@ Positions readNpyPositions(const std::string& path) {
     return positions;
 }
 
-// Through the descriptor: a stream does not tell a failure from the end.
-Positions readCsvFromInput() {
-    std::istringstream text(readFile("-"));
-    return readCsvPositions(text, sourceName("-"));
+SampleFormat formatOfInput(std::string_view bytes) {
+    return bytes.starts_with("\x93NUMPY")                               ? SampleFormat::kNpy
+           : bytes.starts_with("ply\n") || bytes.starts_with("ply\r\n") ? SampleFormat::kPly
+                                                                        : SampleFormat::kCsv;
+}
+
+Positions positionsIn(const std::string& bytes, SampleFormat format, const std::string& source) {
+    switch (format) {
+    case SampleFormat::kCsv: {
+        std::istringstream text(bytes);
+        return readCsvPositions(text, source);
+    }
+    case SampleFormat::kNpy:
+        return npyPositions(bytes, source);
+    case SampleFormat::kPly:
+    case SampleFormat::kPlyBigEndian:
+    case SampleFormat::kPlyAscii:
+        return plyPositions(bytes, source);
+    case SampleFormat::kJson:
+        break;
+    }
+    throw std::runtime_error("cannot read '" + source +
+                             "': positions come from .csv, .npy and .ply files");
 }
 
 void writeCsv(OutputFile& out, const SampleTable& table, const Provenance& provenance) {
@@ -130,20 +147,14 @@ SampleFormat sampleFormatOf(const std::string& path) {
 }
 
 Positions readPositions(const std::string& path, std::optional<SampleFormat> format) {
-    switch (format.value_or(sampleFormatOf(path))) {
-    case SampleFormat::kCsv:
-        return path == "-" ? readCsvFromInput() : readCsvPositions(path);
-    case SampleFormat::kNpy:
-        return readNpyPositions(path);
-    case SampleFormat::kPly:
-    case SampleFormat::kPlyBigEndian:
-    case SampleFormat::kPlyAscii:
-        return readPlyPositions(path);
-    case SampleFormat::kJson:
-        break;
-    }
-    throw std::runtime_error("cannot read '" + path +
-                             "': positions come from .csv, .npy and .ply files");
+    if (path != "-" && format.value_or(sampleFormatOf(path)) == SampleFormat::kCsv)
+        return readCsvPositions(path); // line by line
+    if (!format && path != "-" && sampleFormatOf(path) == SampleFormat::kJson)
+        return positionsIn({}, SampleFormat::kJson, path);
+    const std::string bytes = readFile(path);
+    if (!format)
+        format = path == "-" ? formatOfInput(bytes) : sampleFormatOf(path);
+    return positionsIn(bytes, *format, sourceName(path));
 }
 
 void writeSamples(OutputFile& out, SampleFormat format, const SampleTable& table,

@@ -23,7 +23,8 @@ SampleFormat sampleFormatNamed(const std::string& name);
 SampleFormat sampleFormatOf(const std::string& path);
 
 /// Reads positions from a file, or from the standard input for "-". Without a format, the file's
-/// extension decides. Throws std::runtime_error with one line that says what is wrong and where.
+/// extension decides, and for the standard input what it begins with. Throws std::runtime_error
+/// with one line that says what is wrong and where.
 Ostrum::Array<Vantor::Math::float3> readPositions(const std::string& path,
                                                   std::optional<SampleFormat> format = {});
 

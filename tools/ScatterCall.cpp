@@ -6,13 +6,14 @@
 #include "io/Cancelled.h"
 #include "io/jsonText.h"
 #include "io/provenanceJson.h"
+#include "memory.h"
 #include "ops/generate_sample_locations.h"
 
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <cmath>
 #include <cstdio>
+#include <stdexcept>
 
 namespace Stratum::tools {
 
@@ -20,11 +21,9 @@ namespace {
 
 namespace Common = Vantor::Geometry::Common;
 using Common::GeoLocation;
-using Vantor::Math::float3;
 using Vantor::Sample::GenerateLocationOptions;
 using VantorExp::Geometry::AmountType;
 using VantorExp::Geometry::MaskControl;
-using VantorExp::Geometry::SampleType;
 using Locations = Ostrum::Array<GeoLocation>;
 
 Ostrum::Ptr<Locations> callOperator(const Ostrum::Ptr<Vantor::Object>& geometry,
@@ -43,74 +42,25 @@ Ostrum::Ptr<Locations> callOperator(const Ostrum::Ptr<Vantor::Object>& geometry,
     return locations;
 }
 
-std::array<double, 3> between(const float3& a, const float3& b) {
-    return {double{b.x} - a.x, double{b.y} - a.y, double{b.z} - a.z};
+// About how many locations there will be before a mask leaves some out.
+double expectedCount(const ScatterMeasure& measure, const GenerateLocationOptions& options) {
+    const bool density = options.amount_type == AmountType::Density && measure.name != "points";
+    const double count =
+        density ? options.amount * measure.boxVolume.value_or(measure.total) : options.amount;
+    const bool capped = options.use_max_number && !(density && measure.boxVolume);
+    return capped ? std::min(count, static_cast<double>(options.max_number)) : count;
 }
 
-double length(const std::array<double, 3>& v) {
-    return std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2] * v[2]);
-}
-
-double triangleArea(const float3& a, const float3& b, const float3& c) {
-    const auto u = between(a, b), v = between(a, c);
-    return length(
-               {u[1] * v[2] - u[2] * v[1], u[2] * v[0] - u[0] * v[2], u[0] * v[1] - u[1] * v[0]}) /
-           2;
-}
-
-// Calls visit(begin, end) for the runs that offsets with a closing entry make.
-template <class Visit>
-void forEachRun(const Ostrum::Array<std::uint32_t>& offsets, const Visit& visit) {
-    for (std::size_t i = 0; i + 1 < offsets.size(); ++i)
-        visit(offsets[i], offsets[i + 1]);
-}
-
-double areaOf(const Vantor::Object& geometry, const Ostrum::Array<float3>& points) {
-    using namespace Vantor::Geometry;
-    const auto corners = geometry.propertyData<std::uint32_t>(sFaceVertex);
-    double area = 0;
-    forEachRun(*geometry.propertyData<std::uint32_t>(sFaceOffset),
-               [&](std::uint32_t begin, std::uint32_t end) {
-                   for (std::uint32_t i = begin + 1; i + 1 < end; ++i)
-                       area += triangleArea(points[(*corners)[begin]], points[(*corners)[i]],
-                                            points[(*corners)[i + 1]]);
-               });
-    return area;
-}
-
-double lengthOf(const Vantor::Object& geometry, const Ostrum::Array<float3>& points) {
-    double sum = 0;
-    forEachRun(*geometry.propertyData<std::uint32_t>(Vantor::Geometry::sStrandOffset),
-               [&](std::uint32_t begin, std::uint32_t end) {
-                   for (std::uint32_t i = begin; i + 1 < end; ++i)
-                       sum += length(between(points[i], points[i + 1]));
-               });
-    return sum;
-}
-
-Common::LocationKind kindOf(const Vantor::Object& geometry, SampleType type) {
-    using namespace Vantor::Geometry;
-    if (type == SampleType::Points)
-        return Common::kOnPoint;
-    return geometry.isA(*getMeshPrototype()) ? Common::kOnFace : Common::kOnStrand;
-}
-
-void measure(ScatterReport& report, const Vantor::Object& geometry, Common::LocationKind kind) {
-    using namespace Vantor::Geometry;
-    const auto points = geometry.propertyData<float3>(sPointPosition);
-    if (kind == Common::kOnPoint) {
-        report.kind = "points";
-        report.measureName = "points";
-        report.measure = static_cast<double>(points->size());
-    } else if (kind == Common::kOnFace) {
-        report.kind = "faces";
-        report.measureName = "area";
-        report.measure = areaOf(geometry, *points);
-    } else {
-        report.kind = "strands";
-        report.measureName = "length";
-        report.measure = lengthOf(geometry, *points);
-    }
+// A system may promise more than it has, and end programs that take it at its word.
+void requireMemoryFor(const ScatterMeasure& measure, const GenerateLocationOptions& options) {
+    const double count = expectedCount(measure, options);
+    // What a mask leaves of them is a copy; a table of them has up to 13 columns.
+    constexpr double kTable = 13 * sizeof(float);
+    const double bytes = count * (sizeof(GeoLocation) * (options.use_mask ? 2 : 1) + kTable);
+    if (bytes > availableMemory())
+        throw std::runtime_error("out of memory: " + io::jsonNumber(count) + " locations take " +
+                                 gigabytes(bytes) + ", and " + gigabytes(availableMemory()) +
+                                 " are to be had");
 }
 
 // What a count asks for at least, also of a geometry that can have none.
@@ -127,17 +77,40 @@ std::uint64_t wholeCountOf(const GenerateLocationOptions& options) {
 
 } // namespace
 
-Scattered scatter(const Ostrum::Ptr<Vantor::Object>& geometry,
-                  const GenerateLocationOptions& options) {
+GenerateLocationOptions generateOptions(const ScatterOptions& options,
+                                        const ScatterSource& source) {
+    GenerateLocationOptions generate;
+    generate.sample_type = source.type;
+    generate.amount = options.density.value_or(options.count.value_or(0));
+    generate.amount_type = options.density ? AmountType::Density : AmountType::Count;
+    generate.mask_control =
+        options.onReject == "discard" ? MaskControl::Discard : MaskControl::Resample;
+    generate.seed = *parseSeed(options.seed);
+    if (!options.seedArray.empty())
+        generate.seed_array = Ostrum::makePtr<Ostrum::Array<long long>>();
+    for (const auto& seed : options.seedArray)
+        generate.seed_array->push_back(*parseSeed(seed));
+    generate.use_max_number = options.most.has_value();
+    generate.max_number = options.most.value_or(0);
+    if (!source.mask.empty()) {
+        generate.use_mask = true;
+        generate.mask_property = source.mask;
+        generate.invert_mask = options.invertMask;
+    }
+    return generate;
+}
+
+Scattered scatter(const ScatterSource& source, const GenerateLocationOptions& options) {
+    requireMemoryFor(source.measure, options);
     constexpr int kWarning = 2;
     const Kelvane::Logger::timer timer("scatter");
     Scattered scattered;
-    scattered.kind = kindOf(*geometry, options.sample_type);
+    scattered.kind = source.measure.location;
     const Ostrum::RuntimeServices services(kWarning, [&](int, const Ostrum::String& message) {
         scattered.warnings.push_back(message.str());
     });
     const auto start = std::chrono::steady_clock::now();
-    const auto locations = callOperator(geometry, options, services);
+    const auto locations = callOperator(source.object, options, services);
     scattered.seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     const auto isNowhere = [](const GeoLocation& location) {
@@ -150,52 +123,69 @@ Scattered scatter(const Ostrum::Ptr<Vantor::Object>& geometry,
     return scattered;
 }
 
-ScatterReport reportOn(const Scattered& scattered, const Ostrum::Ptr<Vantor::Object>& geometry,
+ScatterReport reportOn(const Scattered& scattered, const ScatterSource& source,
                        const GenerateLocationOptions& options) {
     ScatterReport report;
+    report.measure = source.measure;
     report.made = scattered.locations.size();
     report.nowhere = scattered.nowhere;
     report.asked = std::max(report.made + report.nowhere, wholeCountOf(options));
     report.seconds = scattered.seconds;
-    report.warnings = scattered.warnings;
+    report.warnings = source.warnings;
+    report.warnings.insert(report.warnings.end(), scattered.warnings.begin(),
+                           scattered.warnings.end());
     report.foldedSeed = options.seed;
     if (const auto& more = options.seed_array)
         report.foldedSeed = Vantor::Sample::foldSeed(options.seed, {more->data(), more->size()});
-    measure(report, *geometry, scattered.kind);
+    const bool density =
+        options.amount_type == AmountType::Density && source.measure.name != "points";
+    if (density)
+        report.askedDensity = options.amount;
     if (!options.use_mask)
         return report;
     GenerateLocationOptions unmasked = options;
     unmasked.use_mask = false;
     const std::uint64_t tried =
-        callOperator(geometry, unmasked, Ostrum::RuntimeServices(0, {}))->size();
+        callOperator(source.object, unmasked, Ostrum::RuntimeServices(0, {}))->size();
     report.asked = std::max(tried, wholeCountOf(options));
     const std::uint64_t missing = tried - std::min(tried, report.made);
     // A density on a mesh tries each location once, unless the largest number made a count of it.
     const bool onceEach =
-        options.mask_control != MaskControl::Resample ||
-        (report.kind == "faces" && options.amount_type == AmountType::Density &&
-         !(options.use_max_number &&
-           tried == static_cast<std::uint64_t>(std::max<std::int64_t>(options.max_number, 0))));
+        !source.isVolume() &&
+        (options.mask_control != MaskControl::Resample ||
+         (source.measure.location == Common::kOnFace && density &&
+          !(options.use_max_number &&
+            tried == static_cast<std::uint64_t>(std::max<std::int64_t>(options.max_number, 0)))));
     (onceEach ? report.rejected : report.givenUp) = missing;
     return report;
 }
 
 std::string reportText(const ScatterReport& report) {
-    std::array<char, 128> line{};
+    std::array<char, 512> line{};
     std::string text;
     const auto add = [&](const char* pattern, auto... arguments) {
         std::snprintf(line.data(), line.size(), pattern, arguments...);
         text += line.data();
     };
     const auto number = [](std::uint64_t n) { return static_cast<unsigned long long>(n); };
-    add("%llu locations on %s, of %llu asked for\n", number(report.made), report.kind.c_str(),
+    const ScatterMeasure& measure = report.measure;
+    const std::string where = measure.boxVolume
+                                  ? "in " + measure.kind + " '" + measure.channel + "'"
+                                  : "on " + measure.kind;
+    add("%llu locations %s, of %llu asked for\n", number(report.made), where.c_str(),
         number(report.asked));
     add("rejected by the mask   %llu\n", number(report.rejected));
     add("given up               %llu\n", number(report.givenUp));
     if (report.nowhere > 0)
         add("past the last strand   %llu\n", number(report.nowhere));
-    add("%-22s %.9g\n", ("total " + report.measureName).c_str(), report.measure);
-    add("locations per unit     %.9g\n", report.density());
+    add("%-22s %.9g\n", ("total " + measure.name).c_str(), measure.total);
+    if (measure.boxVolume)
+        add("of their bounding box  %.9g\n", *measure.boxVolume);
+    if (report.askedDensity)
+        add("density asked for      %.9g%s\n", *report.askedDensity,
+            measure.boxVolume ? ", in the bounding box" : "");
+    add("%s %.9g\n", report.askedDensity ? "density reached       " : "locations per unit    ",
+        report.density());
     add("folded seed            %lld\n", static_cast<long long>(report.foldedSeed));
     add("time                   %.3f s\n", report.seconds);
     return text;
@@ -205,16 +195,22 @@ std::string reportJson(const ScatterReport& report, const io::Provenance& proven
     std::string warnings;
     for (const auto& warning : report.warnings)
         (warnings += warnings.empty() ? "" : ", ") += io::jsonText(warning);
+    const auto orNull = [](const std::optional<double>& number) {
+        return number ? io::jsonNumber(*number) : std::string("null");
+    };
     std::string text("{");
     text += io::provenanceJson(provenance);
-    return text + ",\n \"on\": " + io::jsonText(report.kind) +
+    return text + ",\n \"on\": " + io::jsonText(report.measure.kind) + ", \"channel\": " +
+           (report.measure.boxVolume ? io::jsonText(report.measure.channel) : "null") +
            ",\n \"asked\": " + std::to_string(report.asked) +
            ", \"made\": " + std::to_string(report.made) +
            ", \"rejected\": " + std::to_string(report.rejected) +
            ", \"given_up\": " + std::to_string(report.givenUp) +
            ", \"nowhere\": " + std::to_string(report.nowhere) +
-           ",\n \"measure\": " + io::jsonText(report.measureName) +
-           ", \"total\": " + io::jsonNumber(report.measure) +
+           ",\n \"measure\": " + io::jsonText(report.measure.name) +
+           ", \"total\": " + io::jsonNumber(report.measure.total) +
+           ", \"box\": " + orNull(report.measure.boxVolume) +
+           ", \"asked_density\": " + orNull(report.askedDensity) +
            ", \"density\": " + io::jsonNumber(report.density()) +
            ",\n \"seed\": " + std::to_string(report.foldedSeed) +
            ", \"seconds\": " + io::jsonNumber(report.seconds) + ",\n \"warnings\": [" + warnings +

@@ -12,6 +12,7 @@ void addSample(CLI::App& app, const io::Provenance& provenance);
 void addGradient(CLI::App& app, const io::Provenance& provenance);
 void addSlice(CLI::App& app, const io::Provenance& provenance);
 void addScatter(CLI::App& app, const io::Provenance& provenance);
+void addProperty(CLI::App& app, const io::Provenance& provenance);
 void addDemo(CLI::App& app, const io::Provenance& provenance);
 void addRun(CLI::App& app);
 

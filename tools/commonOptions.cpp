@@ -34,7 +34,7 @@ io::Volume readVolume(const CommonOptions& options) {
         if (!options.grid.empty())
             throw CLI::ValidationError("--grid", "a volume by formula has no grids; the option is "
                                                  "for files");
-        return io::formulaVolume(options.file.substr(kFormula.size()), shape);
+        return io::formulaVolume(formulaName(options.file), shape);
     }
     const io::VdbOptions wanted{.shape = shape, .grid = options.grid};
     return options.file.ends_with(".nvdb") ? io::readNvdb(options.file, wanted)
@@ -61,6 +61,10 @@ bool isFormula(const std::string& file) {
     return file.starts_with(kFormula);
 }
 
+std::string formulaName(const std::string& file) {
+    return file.substr(kFormula.size());
+}
+
 void addShapeOption(CLI::App& command, CommonOptions& options) {
     command
         .add_option("--shape", options.shape,
@@ -80,12 +84,7 @@ void addRunOptions(CLI::App& command, CommonOptions& options) {
     command.add_flag("-q,--quiet", options.quiet, "no warnings and no progress");
 }
 
-void addVolumeOptions(CLI::App& command, CommonOptions& options) {
-    command
-        .add_option("FILE", options.file,
-                    "a .vdb or .nvdb file, or formula:NAME for an embedded volume (" +
-                        io::formulaNames() + ")")
-        ->required();
+void addVolumeReading(CLI::App& command, CommonOptions& options) {
     command.add_option("--grid", options.grid, "take only this grid of a file; all by default");
     command
         .add_option("--tolerance", options.tolerance,
@@ -93,6 +92,15 @@ void addVolumeOptions(CLI::App& command, CommonOptions& options) {
                     "channel; not by default")
         ->check(isTolerance, "at least 0");
     addShapeOption(command, options);
+}
+
+void addVolumeOptions(CLI::App& command, CommonOptions& options) {
+    command
+        .add_option("FILE", options.file,
+                    "a .vdb or .nvdb file, or formula:NAME for an embedded volume (" +
+                        io::formulaNames() + ")")
+        ->required();
+    addVolumeReading(command, options);
     addRunOptions(command, options);
 }
 

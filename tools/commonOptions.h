@@ -29,7 +29,10 @@ void addRunOptions(CLI::App& command, CommonOptions& options);
 /// Adds --shape.
 void addShapeOption(CLI::App& command, CommonOptions& options);
 
-/// Adds FILE, --grid and --tolerance, --shape, and the run's options.
+/// Adds --grid, --tolerance and --shape: how a volume is read.
+void addVolumeReading(CLI::App& command, CommonOptions& options);
+
+/// Adds FILE, how it is read, and the run's options.
 void addVolumeOptions(CLI::App& command, CommonOptions& options);
 
 /// The samplers' names as --sampler takes them.
@@ -49,8 +52,11 @@ private:
     bool timers_;
 };
 
-/// Whether FILE names an embedded volume instead of a file.
+/// Whether FILE names something embedded instead of a file.
 bool isFormula(const std::string& file);
+
+/// The name behind "formula:", for what is one.
+std::string formulaName(const std::string& file);
 
 /// Reads or makes the volume that FILE names, coarsens it where --tolerance asks for that, and
 /// passes its warnings on.

@@ -1,9 +1,10 @@
-// stratum demo: an embedded volume, sampled, checked and drawn.
+// stratum demo: embedded volumes and a mesh, scattered on, sampled, checked and drawn.
 #include "Results.h"
 #include "Terminal.h"
 #include "commands.h"
 #include "common/randomUnit.h"
 #include "commonOptions.h"
+#include "demoChain.h"
 #include "io/Cancelled.h"
 #include "io/Sunflower.h"
 #include "io/provenanceJson.h"
@@ -108,11 +109,33 @@ void drawPicture(const io::Volume& volume, const DemoOptions& options) {
     results.commit();
 }
 
+// Beside the first picture.
+std::string secondPicture(const std::string& first) {
+    const std::filesystem::path path(first);
+    return (path.parent_path() / (path.stem().string() + "-locations.png")).string();
+}
+
+std::string absolute(const std::string& file) {
+    return std::filesystem::absolute(file).lexically_normal().string();
+}
+
+void printChain(Results& results, const DemoChain& chain) {
+    print(results,
+          "scattered %zu locations in the fog of the volume \"tube\", masked by its density, and "
+          "%zu on\nthe mesh \"knot\", masked by bands; sampled the tube's channels there in %.2f "
+          "s\n",
+          chain.inVolume, chain.onMesh, chain.seconds);
+    print(results,
+          "%zu of them lie inside its data; the mean density in the fog is %.3f (%.3f expected),\n"
+          "and the mesh, which is the tube's surface, is at most %.5f away from it\n\n",
+          chain.inside, chain.meanDensity, DemoChain::kExpectedDensity, chain.surfaceError);
+}
+
 void runDemo(const DemoOptions& options) {
     if (options.common.json && options.output == "-")
         throw CLI::ValidationError("--json", "the standard output is for the picture already");
     const Run run(options.common);
-    Progress progress(options.common, 3);
+    Progress progress(options.common, 4);
     progress.step("building the volume");
     auto start = Clock::now();
     const io::Volume volume = loadVolume(options.common);
@@ -133,8 +156,14 @@ void runDemo(const DemoOptions& options) {
     drawPicture(volume, options);
     if (options.output == "-")
         return;
+    progress.step("scattering");
+    const std::string second = secondPicture(options.output);
+    Results secondResults(second);
+    const DemoChain chain = runDemoChain(options.common, secondResults);
+    secondResults.commit();
+    progress.finish();
     Results results;
-    const auto path = std::filesystem::absolute(options.output).lexically_normal().string();
+    const std::string path = absolute(options.output);
     if (options.common.json) {
         io::Provenance provenance = options.provenance;
         provenance.inputs.push_back(options.common.file);
@@ -142,7 +171,12 @@ void runDemo(const DemoOptions& options) {
             "{" + io::provenanceJson(provenance) + ",\n \"picture\": " + io::jsonText(path) +
             ", \"samples\": " + std::to_string(positions.size()) +
             ", \"root_mean_square_error\": " + io::jsonNumber(errors.rootMeanSquare) +
-            ", \"largest_error\": " + io::jsonNumber(errors.largest) + "}\n");
+            ", \"largest_error\": " + io::jsonNumber(errors.largest) +
+            ",\n \"locations_picture\": " + io::jsonText(absolute(second)) +
+            ", \"locations\": " + std::to_string(chain.inVolume + chain.onMesh) +
+            ", \"inside\": " + std::to_string(chain.inside) +
+            ", \"mean_density\": " + io::jsonNumber(chain.meanDensity) +
+            ", \"surface_error\": " + io::jsonNumber(chain.surfaceError) + "}\n");
         return results.commit();
     }
     print(results,
@@ -153,7 +187,8 @@ void runDemo(const DemoOptions& options) {
     printSamples(results, field, positions, *values);
     print(results, "root mean square error of %zu samples %.6f, largest %.6f\n\n", positions.size(),
           errors.rootMeanSquare, errors.largest);
-    print(results, "the picture is in %s\n", path.c_str());
+    printChain(results, chain);
+    results.out().write("the pictures are in " + path + "\nand " + absolute(second) + "\n");
     results.commit();
 }
 
@@ -162,13 +197,18 @@ void runDemo(const DemoOptions& options) {
 void addDemo(CLI::App& app, const io::Provenance& provenance) {
     auto options = std::make_shared<DemoOptions>();
     options->provenance = provenance;
-    CLI::App* command = app.add_subcommand("demo", "Sample and draw an embedded volume");
+    CLI::App* command =
+        app.add_subcommand("demo", "Scatter on an embedded volume and mesh, sample and draw them");
     addShapeOption(*command, options->common);
     addRunOptions(*command, options->common);
     command->add_option("--sampler", options->sampler, "how to interpolate")
         ->check(CLI::IsMember(samplerNames()))
         ->capture_default_str();
-    command->add_option("-o,--output", options->output, "PNG file for the picture")
+    command
+        ->add_option(
+            "-o,--output", options->output,
+            "PNG file for the first picture; the second is beside it, with -locations before "
+            ".png. With - there is the first one alone, on standard output")
         ->capture_default_str();
     command->footer("Example: stratum demo -o picture.png");
     command->callback([options] { runDemo(*options); });

@@ -6,15 +6,12 @@
 #include "io/formulaGeometry.h"
 #include "io/readGeometry.h"
 
-#include <string_view>
-
 namespace Stratum::tools {
 
 io::LoadedGeometry loadGeometry(const CommonOptions& options) {
-    constexpr std::string_view kFormula = "formula:";
     const Kelvane::Logger::timer timer("load geometry");
-    io::LoadedGeometry geometry = options.file.starts_with(kFormula)
-                                      ? io::formulaGeometry(options.file.substr(kFormula.size()))
+    io::LoadedGeometry geometry = isFormula(options.file)
+                                      ? io::formulaGeometry(formulaName(options.file))
                                       : io::readGeometry(options.file);
     if (!options.quiet)
         for (const auto& warning : geometry.warnings)

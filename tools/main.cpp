@@ -83,6 +83,7 @@ int run(int argc, char** argv) {
     addGradient(app, provenance);
     addSlice(app, provenance);
     addScatter(app, provenance);
+    addProperty(app, provenance);
     addDemo(app, provenance);
     addRun(app);
     addPrinter(app, "--help-man", manualPage);

@@ -151,8 +151,9 @@ void addOptions(CLI::App& command, SampleOptions& options) {
     command.add_option("-c,--channel", options.channel, "channel to sample; the first by default");
     auto* from = command.add_option_group("positions", "exactly one of");
     from->add_option("-p,--positions", options.positions,
-                     "positions in world units: a .csv file of x,y,z, an .npy array of shape "
-                     "(N, 3), or the vertices of a .ply file; - for standard input");
+                     "positions in world units: a .csv file of x,y,z or with a header that names "
+                     "these columns, an .npy array of shape (N, 3) or of records with these "
+                     "fields, or the vertices of a .ply file; - for standard input");
     from->add_option("--random", options.randomCount,
                      "this many random positions within the channel's bounds")
         ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{1} << 32));
@@ -162,7 +163,8 @@ void addOptions(CLI::App& command, SampleOptions& options) {
     const auto names = io::sampleFormatNames();
     command
         .add_option("--input-format", options.inputFormat,
-                    "format of the positions; by the file's extension, else csv")
+                    "format of the positions; by the file's extension, and by what standard input "
+                    "begins with")
         ->check(CLI::IsMember(std::vector<std::string>(names.begin(), names.begin() + 3)));
     command
         .add_option("--format", options.format,

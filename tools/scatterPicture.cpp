@@ -1,6 +1,6 @@
 #include "scatterPicture.h"
 
-#include "Results.h"
+#include "PropertyCall.h"
 #include "Vantor/Geometry.h"
 #include "io/LocationVertices.h"
 #include "io/ScatterPicture.h"
@@ -30,52 +30,40 @@ void addGeometry(io::ScatterPicture& picture, const Vantor::Object& geometry) {
                 picture.segments.push_back({i, i + 1});
 }
 
-} // namespace
-
-void addPictureOptions(CLI::App& command, ScatterPictureOptions& options) {
-    auto* png = command.add_option("--png", options.file,
-                                   "draw the locations over the geometry into this PNG file");
-    command
-        .add_option("--view", options.view,
-                    "where the picture is seen from, in degrees: round the upward axis, and above "
-                    "the horizon")
-        ->expected(2)
-        ->type_name("AZIMUTH ELEVATION")
-        ->check(CLI::Range(-360.0, 360.0))
-        ->needs(png)
-        ->capture_default_str();
-    command.add_option("--up", options.up, "the axis that points upward in the picture")
-        ->check(CLI::IsMember({"y", "z"}))
-        ->needs(png)
-        ->capture_default_str();
-    command
-        .add_option("--colour", options.colour,
-                    "property that colours the locations; their depth by default")
-        ->needs(png);
-    command.add_option("--size", options.size, "pixels of the picture's longer side")
-        ->check(CLI::Range(64, 8192))
-        ->needs(png)
-        ->capture_default_str();
-    command
-        .add_option("--point-size", options.pointSize,
-                    "pixels that a location is wide; by default as suits their number")
-        ->check(CLI::Range(0.5, 100.0))
-        ->needs(png);
+// Its twelve edges.
+void addBox(io::ScatterPicture& picture, const WorldBounds& box) {
+    if (box.empty())
+        return;
+    for (std::uint32_t corner = 0; corner < 8; ++corner) {
+        picture.vertices.push_back({static_cast<float>(corner & 1 ? box.upper.x : box.lower.x),
+                                    static_cast<float>(corner & 2 ? box.upper.y : box.lower.y),
+                                    static_cast<float>(corner & 4 ? box.upper.z : box.lower.z)});
+        for (const std::uint32_t axis : {1U, 2U, 4U})
+            if ((corner & axis) == 0)
+                picture.segments.push_back({corner, corner | axis});
+    }
 }
 
-void drawScattered(const ScatterPictureOptions& options, const Vantor::Object& geometry,
+} // namespace
+
+void drawScattered(const ScatterPictureOptions& options, const ScatterSource& source,
                    const Scattered& scattered, const std::string& name, Results& results) {
     const std::span locations(scattered.locations.data(), scattered.locations.size());
-    const io::LocationVertices vertices(geometry);
+    const io::LocationVertices vertices(*source.object);
     std::vector<float3> points;
     points.reserve(locations.size());
     for (const auto& location : locations)
-        points.push_back(vertices.position(vertices.of(location)));
+        points.push_back(vertices.position(location));
     io::ScatterPicture picture;
-    addGeometry(picture, geometry);
+    if (source.isVolume())
+        addBox(picture, *source.bounds);
+    else
+        addGeometry(picture, *source.object);
     picture.points = points;
     if (!options.colour.empty()) {
-        picture.values = io::propertyAt(geometry, options.colour, locations);
+        picture.values = source.isVolume()
+                             ? channelAt(*source.object, options.colour, scattered.locations)
+                             : io::propertyAt(*source.object, options.colour, locations);
         picture.valueLabel = options.colour;
     }
     picture.view = {options.view[0], options.view[1], options.up == "y"};

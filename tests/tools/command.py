@@ -87,7 +87,7 @@ check(answers("sample", volume, "--random", "5", "-o", "/dev/stdout").count("\n"
 refuses(1, "No space left", "sample", volume, "--random", "5", "-o", "/dev/full")
 
 # Wrong calls: status 2, and what is allowed.
-commands = "the commands are: info, sample, gradient, slice, scatter, demo, run"
+commands = "the commands are: info, sample, gradient, slice, scatter, property, demo, run"
 for words, arguments in [
         ("there is no command 'paint'; " + commands, ["paint"]),
         ("there is no option '--paint'; " + commands, ["--paint"]),
@@ -156,7 +156,7 @@ check(zero["panels"][0]["lowest"] == zero["panels"][0]["highest"] == 0, zero)
 check(answers("--version").startswith("stratum ") and "TBB" in answers("--version"), "versions")
 manual, script = answers("--help-man"), answers("--help-bash-completion")
 check(all(f".SS stratum {name}\n" in manual for name in ("info", "sample", "gradient", "slice",
-                                                         "run", "demo")), manual)
+                                                         "property", "run", "demo")), manual)
 done = subprocess.run(["bash", "-c", script + """
 COMP_WORDS=(stratum sample x.vdb --shape '') COMP_CWORD=4; _stratum; echo "${COMPREPLY[*]}"
 COMP_WORDS=(stratum gr) COMP_CWORD=1; _stratum; echo "${COMPREPLY[*]}"
@@ -165,8 +165,10 @@ COMP_WORDS=(stratum run --th) COMP_CWORD=2; _stratum; echo "${COMPREPLY[*]}"
 COMP_WORDS=(stratum slice --sampler cu) COMP_CWORD=3; _stratum; echo "${COMPREPLY[*]}" """],
                       capture_output=True, text=True)
 check(done.stdout == "2 5\ngradient\n--fraction\n--threads\ncubic-c0 cubic-c1\n" and done.stderr == "", done)
-check("stratum-demo.png" in answers("demo"), "demo says where the picture is")
-check(os.path.getsize("stratum-demo.png") > 50000, "demo draws")
+said = answers("demo")
+check("stratum-demo.png" in said and "60000 of them lie inside" in said, said)
+for picture in ("stratum-demo.png", "stratum-demo-locations.png"):
+    check(os.path.getsize(picture) > 50000, f"demo draws {picture}")
 
 # Ctrl-C while positions are awaited: status 130 and nothing half-written.
 running = subprocess.Popen([tool, "sample", volume, "-p", "-", "-o", "never.csv"],

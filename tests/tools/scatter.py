@@ -147,6 +147,9 @@ if readsObj:
 cloud = rows("cloud.ply", "--count", "50", "--mask", "heavy")
 check(len(cloud) == 50 and all(list(row.values()) == [4, 5, 6, 1] for row in cloud), cloud[:3])
 check(report("cloud.ply", "--count", "4")["on"] == "points", "points are all there is")
+code, out, err = run("cloud.ply", "--density", "4", "--channel", "x", "--json")
+check(code == 0 and json.loads(out)["made"] == 4 and "--density has no effect" in err
+      and "--channel has no effect" in err, err)
 
 # What nothing lies on has the same columns.
 for file in ["roof.ply", "cloud.ply"] + ["hair.obj"] * readsObj:
@@ -272,11 +275,12 @@ refuses(1, "is what is read", "roof.ply", "--count", "1", "--png", "./roof.ply")
 refuses(1, "no property 'moss'; there are: tiled, wet", "roof.ply", "--count", "1", "--mask", "moss")
 refuses(1, "no property 'moss'", "roof.ply", "--count", "1", "--png", "x.png", "--colour", "moss")
 refuses(1, "neither faces nor strands", "cloud.ply", "--count", "1", "--kind", "surface")
-refuses(1, "points are chosen by --count", "cloud.ply", "--density", "1")
+refuses(1, "--kind fog is for volumes", "cloud.ply", "--count", "1", "--kind", "fog")
 refuses(1, "No such file", "none.obj", "--count", "1")
 refuses(1, "from .obj and .ply files", "three.csv", "--count", "1")
 refuses(1, "there is no geometry 'formula:cube'", "formula:cube", "--count", "1")
-refuses(1, "out of memory", "roof.ply", "--count", "1e15")
+refuses(1, "out of memory: 1e+12 locations take", "roof.ply", "--count", "1e12")
+refuses(1, "out of memory", "roof.ply", "--density", "1e30")
 check(not os.path.exists("x.png") and not os.path.exists("x"), "nothing half-made")
 
 # Help, manual and completion know the command.

@@ -18,6 +18,7 @@ constexpr NodeType kNodeTypes[] = {
     {"cubic_sampler", evaluateCubicSampler, false},
     {"sample_volume", evaluateSampleVolume, false},
     {"sample_volume_gradient", evaluateSampleVolumeGradient, false},
+    {"sample_volume_property", evaluateSampleVolumeProperty, false},
     {"generate_sample_locations", evaluateGenerateSampleLocations, false},
 };
 

@@ -28,6 +28,7 @@ Outcome evaluateLinearSampler(const Json& node, const Inputs& inputs);
 Outcome evaluateCubicSampler(const Json& node, const Inputs& inputs);
 Outcome evaluateSampleVolume(const Json& node, const Inputs& inputs);
 Outcome evaluateSampleVolumeGradient(const Json& node, const Inputs& inputs);
+Outcome evaluateSampleVolumeProperty(const Json& node, const Inputs& inputs);
 Outcome evaluateGenerateSampleLocations(const Json& node, const Inputs& inputs);
 
 } // namespace Stratum::tools::graph

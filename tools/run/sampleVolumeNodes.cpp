@@ -2,6 +2,7 @@
 #include "ops/sample_volume.h"
 #include "run/callOperator.h"
 #include "run/nodeTypes.h"
+#include "run/sampleParameters.h"
 
 #include <limits>
 
@@ -30,22 +31,6 @@ SamplerType readSampler(const Json* json) {
                "'; there are kLinear, kCubicC0, kCubicC1, or any whole number");
 }
 
-// The value type that a default value has by its form: numbers are float.
-const char* typeByForm(const Json& value) {
-    if (!value.isList())
-        return "float";
-    const auto& list = value.list();
-    const std::size_t rows = list.size();
-    const std::size_t columns = rows > 0 && list[0].isList() ? list[0].list().size() : 0;
-    if (rows == 3 && columns == 3)
-        return "float3x3";
-    if (rows == 4 && (columns == 2 || columns == 4))
-        return columns == 2 ? "float4x2" : "float4x4";
-    if (columns == 0 && rows >= 2 && rows <= 4)
-        return rows == 2 ? "float2" : rows == 3 ? "float3" : "float4";
-    value.fail("the value has the form of no value type");
-}
-
 template <class T, class R, class Operator>
 Outcome callSampling(const Json& node, const Inputs& inputs, const Operator& call) {
     const ObjectPtr object = inputs.object(node.at("object"));
@@ -69,16 +54,25 @@ void allowKeys(const Json& node) {
 
 } // namespace
 
+const char* typeByForm(const Json& value) {
+    if (!value.isList())
+        return "float";
+    const auto& list = value.list();
+    const std::size_t rows = list.size();
+    const std::size_t columns = rows > 0 && list[0].isList() ? list[0].list().size() : 0;
+    if (rows == 3 && columns == 3)
+        return "float3x3";
+    if (rows == 4 && (columns == 2 || columns == 4))
+        return columns == 2 ? "float4x2" : "float4x4";
+    if (columns == 0 && rows >= 2 && rows <= 4)
+        return rows == 2 ? "float2" : rows == 3 ? "float3" : "float4";
+    value.fail("the value has the form of no value type");
+}
+
 Outcome evaluateSampleVolume(const Json& node, const Inputs& inputs) {
     allowKeys(node);
-    Json byForm{Json::Data(std::string())};
-    const Json* type = node.find("value_type");
-    if (!type) {
-        byForm.data = std::string(typeByForm(node.at("default_value")));
-        type = &byForm;
-    }
     Outcome outcome;
-    visitValueType(*type, [&]<class T>(std::type_identity<T>) {
+    visitSampledType(node, [&]<class T>(std::type_identity<T>) {
         outcome = callSampling<T, T>(
             node, inputs, [](auto&... arguments) { Geometry::Query::sample_volume(arguments...); });
     });
