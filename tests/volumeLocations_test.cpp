@@ -107,6 +107,11 @@ TYPED_TEST(ShapedVolumeLocations, AgreeWithASlowGenerator) {
                 expectSame(scatter(volume.object, tested), slow.byCount(tested, 2000, mask),
                            "masked", invert);
             }
+            auto folded = options;
+            options.seed = 33;
+            folded.seed = 5;
+            folded.seed_array = arrayOf<long long>({3});
+            EXPECT_EQ(scatter(volume.object, folded), scatter(volume.object, options));
             for (const GeoLocation& l : scatter(volume.object, options)) {
                 const auto& unit = slow.units()[l.element];
                 const std::int64_t lower[] = {unit.x, unit.y, unit.z};
@@ -205,11 +210,6 @@ TEST(VolumeLocations, CountsAreRoundedLimitedAndMultiplied) {
                      std::bad_alloc);
         EXPECT_EQ(kept.size(), 3U);
     }
-
-    auto folded = byCount(50, 5);
-    folded.seed_array = arrayOf<long long>({3});
-    EXPECT_EQ(scatter(volume.object, ofFog(folded)),
-              scatter(volume.object, ofFog(byCount(50, 33))));
 }
 
 TEST(VolumeLocations, DensityCountsTheBoxAroundTheCells) {
@@ -310,6 +310,51 @@ TEST(VolumeLocations, MasksThatKeepNothingStopAtOnce) {
                     .size(),
                 10U);
         }
+}
+
+// Each of these is 0 (or 1, inverted) all over the cells, and yet keeps some samples.
+TEST(VolumeLocations, MasksThatKeepSomethingAreNotGivenUp) {
+    const auto tree = [](float voxelSize) {
+        TreeBuilder<Two> builder;
+        builder.addTile(27, {0, 0, 0}, false);
+        builder.addBox(28, {{0, 0, 0}, {3, 7, 7}});
+        return builder.build(voxelSize, VoxelOffsetType::kCellCentre);
+    };
+    const auto kept = [](TestVolume<Two>& volume, bool invert = false) {
+        volume.add<float>(kFog, 0, kOnes);
+        return scatter(volume.object, ofFog(masked(byCount(20), MaskControl::Resample, invert)))
+            .size();
+    };
+    // Data at a coarser depth than the cells' only, in one half of it.
+    TestVolume<Two> coarse(tree(1));
+    ChannelBuilder<Two, float> builder(coarse.tree, "mask", 0,
+                                       [](const auto& tile, auto) { return tile.depth() == 27; });
+    builder.fill([](const double3& p, int) { return p.z < 4 ? 1.0F : 0.0F; });
+    addChannel(coarse.object, builder.finish());
+    EXPECT_EQ(kept(coarse), 20U);
+    coarse.add<float>(kFog, 0, [](const double3& p, int) { return float(p.z > 6); });
+    auto many = ofFog(masked(byCount(1e6)));
+    EXPECT_EQ(scatter(coarse.object, many).size(), 0U) << "at once";
+
+    // Infinite values have no difference to blend with.
+    TestVolume<Two> infinite(tree(1));
+    infinite.add<float>("mask", 0,
+                        [](const double3&, int) { return std::numeric_limits<float>::infinity(); });
+    EXPECT_EQ(kept(infinite, true), 20U);
+    // Nowhere, and always at the origin.
+    TestVolume<Two> nowhere(tree(kNan)), origin(tree(0));
+    nowhere.add<float>("mask", 1, [](const double3&, int) { return 0.0F; });
+    EXPECT_EQ(kept(nowhere), 20U);
+    origin.add<float>("mask", 0, [](const double3& p, int) { return float(p.z < 1); });
+    origin.add<float>(kFog, 0, [](const double3& p, int) { return float(p.z > 4); });
+    EXPECT_EQ(scatter(origin.object, ofFog(masked(byCount(20)))).size(), 20U);
+    // Weights beyond 1, for samples a voxel below where the offset type has them.
+    TestVolume<Two> shifted(tree(1));
+    shifted.object.addComponent(
+        sVoxelComp, Ostrum::makePtr<VoxelTopology<Two>>(shifted.tree, float3{-3, 0.5F, 0.5F}));
+    shifted.add<float>("mask", 0, [](const double3& p, int) { return float(-p.x); });
+    shifted.add<float>(kFog, 0, kOnes);
+    EXPECT_EQ(scatter(shifted.object, ofFog(masked(byCount(20)))).size(), 20U);
 }
 
 TEST(VolumeLocations, MasksOfAnyTypeCountByTheirFirstComponent) {
