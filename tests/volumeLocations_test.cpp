@@ -317,11 +317,15 @@ TEST(VolumeLocations, MasksThatKeepSomethingAreNotGivenUp) {
     const auto tree = [](float voxelSize) {
         TreeBuilder<Two> builder;
         builder.addTile(27, {0, 0, 0}, false);
-        builder.addBox(28, {{0, 0, 0}, {3, 7, 7}});
+        builder.addBox(28, {{0, 0, 0}, {11, 7, 7}});
         return builder.build(voxelSize, VoxelOffsetType::kCellCentre);
     };
+    // Where no sample blends with what has no data.
     const auto kept = [](TestVolume<Two>& volume, bool invert = false) {
-        volume.add<float>(kFog, 0, kOnes);
+        volume.add<float>(kFog, 0, [](const double3& p, int) {
+            const auto within = [](double v) { return v > 2 && v < 6; };
+            return float(within(p.x) && within(p.y) && within(p.z));
+        });
         return scatter(volume.object, ofFog(masked(byCount(20), MaskControl::Resample, invert)))
             .size();
     };
