@@ -5,6 +5,7 @@
 #include "locations/CandidateCells.h"
 #include "support/volumeLocations.h"
 
+#include <oneapi/tbb/global_control.h>
 #include <oneapi/tbb/task_arena.h>
 
 using namespace StratumTest;
@@ -112,6 +113,8 @@ TYPED_TEST(ShapedVolumeLocations, AgreeWithASlowGenerator) {
             folded.seed = 5;
             folded.seed_array = arrayOf<long long>({3});
             EXPECT_EQ(scatter(volume.object, folded), scatter(volume.object, options));
+            const Container<TypeParam> container(volume.tree);
+            auto accessor = container.tileAccessor();
             for (const GeoLocation& l : scatter(volume.object, options)) {
                 const auto& unit = slow.units()[l.element];
                 const std::int64_t lower[] = {unit.x, unit.y, unit.z};
@@ -120,6 +123,13 @@ TYPED_TEST(ShapedVolumeLocations, AgreeWithASlowGenerator) {
                                 up = std::nextafter(low + float(unit.width) * s, 1e30F);
                     ASSERT_TRUE(low <= l.weights[axis] && l.weights[axis] <= up);
                 }
+                const auto index = [&](std::size_t axis) {
+                    return int(std::floor(l.weights[axis] / volume.tree->voxelSize()));
+                };
+                const auto tile =
+                    accessor.tileImpl(int3{index(0), index(1), index(2)}, TypeParam::kFinestDepth);
+                ASSERT_EQ(tile.depth(), unit.depth);
+                ASSERT_TRUE(channel->tileData(tile.treeIndex()));
             }
         }
 }
@@ -411,10 +421,10 @@ TEST(VolumeLocations, MasksOfAnyTypeCountByTheirFirstComponent) {
     EXPECT_EQ(scatter(volume.object, named), scatter(volume.object, ofFog(byCount(500))));
 }
 
-TEST(VolumeLocations, DoNotDependOnThreadsAndEndWithTheJob) {
-    TestVolume<Two> volume(build<Two>({.seed = 4}));
-    volume.add<float>(kFog, 0, asFloat(noise(2)));
-    volume.add<float>("mask", 0, asFloat(noise(3)));
+TYPED_TEST(ShapedVolumeLocations, DoNotDependOnThreadsAndEndWithTheJob) {
+    TestVolume<TypeParam> volume(build<TypeParam>({.seed = 4}));
+    volume.template add<float>(kFog, 0, asFloat(noise(2)));
+    volume.template add<float>("mask", 0, asFloat(noise(3)));
     const auto options = ofFog(masked(byCount(30'000)));
     const Locations reference = scatter(volume.object, options);
     EXPECT_EQ(reference.size(), 30'000U);
@@ -424,6 +434,8 @@ TEST(VolumeLocations, DoNotDependOnThreadsAndEndWithTheJob) {
         Ostrum::cancelJob(false);
     }
 #ifndef STRATUM_PLAIN_THREADS
+    // However few processors there are.
+    const tbb::global_control most(tbb::global_control::max_allowed_parallelism, 8);
     for (const int threads : {1, 2, 8}) {
         tbb::task_arena arena(threads);
         EXPECT_EQ(arena.execute([&] { return scatter(volume.object, options); }), reference);
