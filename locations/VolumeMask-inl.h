@@ -7,6 +7,8 @@
 #include "volume/haloLayout.h"
 
 #include <algorithm>
+#include <cmath>
+#include <cstdint>
 #include <utility>
 
 namespace Vantor::Sample {
@@ -49,6 +51,7 @@ public:
                     Ostrum::Ptr<Extended> values, const GenerateLocationOptions& options)
         : container_(container), values_(std::move(values)),
           sampler_(container, topology, *values_), offsetType_(topology.offsetType()),
+          placedByType_(topology.offset() == voxelOffset(topology.offsetType())),
           seed_(static_cast<std::uint64_t>(options.seed)), invert_(options.invert_mask) {}
 
     std::unique_ptr<VolumeProbe> probe() const override {
@@ -56,30 +59,72 @@ public:
     }
 
     bool rejectsAll(const CandidateCells<Traits>& cells) const override {
+        if (isReadAtOnePlace()) {
+            const float anywhere = 0 * container_.voxelSize();
+            Sampler sampler = sampler_;
+            return isCertain(sampler.sample({anywhere, anywhere, anywhere}));
+        }
         auto accessor = container_.tileAccessor();
         return std::ranges::all_of(cells.tiles(), [&](const CandidateTile<Traits>& tile) {
-            return rejectsTile(
-                tile, values_->tileData(accessor.tileImpl(tile.tijk, tile.depth).treeIndex()));
+            // Samples are read no deeper than the mask has data.
+            const int depth = std::min(tile.depth, values_->depth());
+            return rejectsTile(tile, accessor.tileImpl(tile.tijk, depth));
         });
     }
 
 private:
+    using Sampler = KDX::TileTree3D::LinearSampler<Traits, T>;
+    using Record = typename KDX::TileTree3D::Container<Traits>::Record;
+
     bool isCertain(const T& value) const {
         return isCertainRejection(firstComponent(value), invert_);
     }
 
-    bool rejectsTile(const CandidateTile<Traits>& tile,
-                     const typename Extended::View& values) const {
-        if (!values)
-            return isCertain(values_->defaultValue());
-        const auto isRejected = [&](const T& value) { return isCertain(value); };
-        if (std::all_of(values.data(), values.data() + values_->valuesPerTile(), isRejected))
-            return true;
-        for (int voxel = 0; voxel < Traits::kVoxelCount; ++voxel)
-            if (tile.voxels.contains(voxel) &&
-                !rejectsCell({voxel % W, voxel / W % W, voxel / (W * W)}, values))
+    // The same for a value that is blended with others: infinite ones have no difference, and the
+    // NaN that comes of it counts as 0.
+    bool isCertainPart(const T& value) const {
+        return isCertain(value) && (!invert_ || std::isfinite(firstComponent(value)));
+    }
+
+    // Whether all samples lie at the origin, or nowhere, because of the voxel size.
+    bool isReadAtOnePlace() const {
+        using Scalar = Math::ScalarOf<T>;
+        const auto size = static_cast<Scalar>(container_.voxelSize());
+        return size == 0 || !std::isfinite(size) || !std::isfinite(1 / size);
+    }
+
+    bool rejectsTile(const CandidateTile<Traits>& tile, const Record& found) const {
+        const auto values = values_->tileData(found.treeIndex());
+        if (!values || reachesBeyondIndices(tile)) {
+            if (!isCertain(values_->defaultValue()))
                 return false;
+            if (!values)
+                return true;
+        }
+        const T *const first = values.data(), *const last = first + values_->valuesPerTile();
+        if (!placedByType_) // weights may be any: only equal values blend to what they are
+            return std::all_of(first, last, [&](const T& value) {
+                return isCertainPart(value) && firstComponent(value) == firstComponent(*first);
+            });
+        if (std::all_of(first, last, [&](const T& value) { return isCertainPart(value); }))
+            return true;
+        const int3 from = tile.tijk - found.tijk();
+        const int width = Traits::voxelWidth(tile.depth),
+                  readWidth = Traits::voxelWidth(found.depth());
+        for (int voxel = 0; voxel < Traits::kVoxelCount; ++voxel) {
+            const int3 lower = from + int3{voxel % W, voxel / W % W, voxel / (W * W)} * width;
+            if (tile.voxels.contains(voxel) &&
+                !rejectsCell({lower.x / readWidth, lower.y / readWidth, lower.z / readWidth},
+                             values))
+                return false;
+        }
         return true;
+    }
+
+    // Whether samples in a tile may come to lie where there are no indices, in no tile.
+    static bool reachesBeyondIndices(const CandidateTile<Traits>& tile) {
+        const auto upper = std::max({tile.tijk.x, tile.tijk.y, tile.tijk.z});
+        return static_cast<float>(std::int64_t{upper} + Traits::tileExtent(tile.depth)) >= 0x1p31F;
     }
 
     // All samples around the cell that one in it could be interpolated from.
@@ -90,15 +135,16 @@ private:
         for (int z = n.z + below; z <= n.z + 1; ++z)
             for (int y = n.y + below; y <= n.y + 1; ++y)
                 for (int x = n.x + below; x <= n.x + 1; ++x)
-                    if (!isCertain(values.data()[base + x + stride * (y + stride * z)]))
+                    if (!isCertainPart(values.data()[base + x + stride * (y + stride * z)]))
                         return false;
         return true;
     }
 
     const KDX::TileTree3D::Container<Traits>& container_;
     const Ostrum::Ptr<Extended> values_;
-    const KDX::TileTree3D::LinearSampler<Traits, T> sampler_;
+    const Sampler sampler_;
     const KDX::TileTree3D::VoxelOffsetType offsetType_;
+    const bool placedByType_; // not at an offset of the topology's own
     const std::uint64_t seed_;
     const bool invert_;
 };

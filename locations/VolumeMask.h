@@ -44,7 +44,8 @@ public:
     virtual std::unique_ptr<VolumeProbe> probe() const = 0;
 
     /// Whether every sample in every one of these cells is rejected, whatever is drawn: all values
-    /// that one could be blended from are such.
+    /// that one could be blended from are such. Samples that rounding carries out of their cell, as
+    /// happens where positions in single precision lie a voxel apart, count as if it did not.
     virtual bool rejectsAll(const CandidateCells<Traits>& cells) const = 0;
 };
 

@@ -4,14 +4,12 @@
 #include "locations/scatterInVolume.h"
 
 #include <iostream>
-#include <optional>
-#include <utility>
 
 namespace Vantor::Sample {
 
 using KDX::TileTree3D::Traits;
 
-std::optional<Locations> generateInVolume(GenerateLocationOptions options, const Object& geometry) {
+Locations generateInVolume(GenerateLocationOptions options, const Object& geometry) {
     if (const auto& more = options.seed_array)
         options.seed = foldSeed(options.seed, {more->data(), more->size()});
     const auto volume = Geometry::shallow_copy_object_to_kdx_volume(geometry);

@@ -5,7 +5,6 @@
 #include "locations/warn.h"
 
 #include <algorithm>
-#include <utility>
 
 namespace Vantor::Sample {
 
@@ -42,10 +41,8 @@ void generateSampleLocations(const Object& geometry, const GenerateLocationOptio
         locations = generateOnStrands(valid, geometry, services);
     else if (onPoints && geometry.isA(*Geometry::getPointCloudPrototype()))
         locations = generateOnPoints(valid, geometry, services);
-    else if (geometry.isA(*Geometry::getVolumePrototype())) {
-        if (auto found = generateInVolume(valid, geometry))
-            locations = std::move(*found);
-    }
+    else if (geometry.isA(*Geometry::getVolumePrototype()))
+        locations = generateInVolume(valid, geometry);
 }
 
 } // namespace Vantor::Sample

@@ -77,6 +77,18 @@ void samplePropertyOf(const VolumeParts<Traits, T>& volume,
     throwIfCancelled();
 }
 
+/// The channel with the values around its tiles, and `defaultValue` where there is no data.
+template <class Traits, class T>
+auto buildHalo(const VolumeParts<Traits, T>& volume, const T& defaultValue) {
+    const Kelvane::Logger::timer timer("Geometry::sample_volume_property.build_halo");
+    auto halo = createHaloChannel<Traits, T>(*volume.topology, defaultValue,
+                                             {.finestDepth = Traits::kFinestDepth});
+    if (volume.channel->tree()) // one that was never laid out has nothing to copy
+        KDX::TileTree3D::computeHalo<Traits, T, 0, 0, 1, 0>(*volume.channel, *volume.container,
+                                                            *halo, -1, -1);
+    return halo;
+}
+
 /// Fills the call from the tree of one shape; false where the volume has no such channel there.
 template <class Traits, class T>
 bool samplePropertyIn(const KDX::Object& object, PropertySampling<T>& call) {
@@ -98,12 +110,7 @@ bool samplePropertyIn(const KDX::Object& object, PropertySampling<T>& call) {
                          call);
         return true;
     }
-    const auto halo = createHaloChannel<Traits, T>(*volume.topology, call.defaultValue,
-                                                   {.finestDepth = Traits::kFinestDepth});
-    {
-        const Kelvane::Logger::timer timer("Geometry::sample_volume_property.build_halo");
-        computeHalo<Traits, T, 0, 0, 1, 0>(*volume.channel, *volume.container, *halo, -1, -1);
-    }
+    const auto halo = buildHalo(volume, call.defaultValue);
     samplePropertyOf(volume, Sampler(*volume.container, *volume.topology, *halo), call);
     return true;
 }

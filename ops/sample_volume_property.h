@@ -36,7 +36,8 @@ namespace Geometry::Internal {
 /// `values` and `valid` become new arrays. They are empty, with a line on the standard error
 /// stream, where `object` is no volume or has no channel of that name and value type. An object
 /// with trees of both shapes is sampled in both, and the second one's values remain. A cancellation
-/// of the job and failing memory leave as exceptions, with both arrays empty.
+/// of the job, failing memory and parts that belong to different trees leave as exceptions, with
+/// both arrays empty, or as they were when there is no memory even for those.
 #define STRATUM_SAMPLE_VOLUME_PROPERTY(T)                                                          \
     STRATUM_API void sample_volume_property(                                                       \
         const Vantor::Object& object,                                                              \

@@ -168,6 +168,11 @@ TEST_F(PropertyTest, AnEmptyTreeCountsAsOneVoxel) {
     EXPECT_NE(result.out.find("#Voxels = 0\n"), std::string::npos);
     EXPECT_NE(result.out.find("\nhaloSamplingThreshold = 3\n"), std::string::npos);
     EXPECT_EQ(*result.values, Array<float>(3, kOperatorDefault));
+
+    // A channel that was never laid out holds no data either.
+    Vantor::Geometry::addChannel(
+        object, makePtr<Plain<Two, float>>("value", kChannelDefault, false, true, 0, 28));
+    EXPECT_EQ(*propertyAt(object, Locations(3)).values, Array<float>(3, kOperatorDefault));
 }
 
 TEST_F(PropertyTest, TheVoxelPositionIsTheLocations) {
@@ -201,7 +206,7 @@ TEST_F(PropertyTest, FailuresAreEmptyWithALine) {
     Vantor::Object bare;
     bare.addComponent(Vantor::Geometry::sVoxelTileTree,
                       Ostrum::makePtr<Container<Two>>(build<Two>({.seed = 1})));
-    EXPECT_NE(propertyAt(bare, locations).error, "") << "no topology";
+    expectEmpty(propertyAt(bare, locations), "Unable to sample property: value\n");
 
     // The second shape's values remain; its lack of the channel does not matter.
     addVolume<Five, double>(object, {.seed = 2});

@@ -5,6 +5,7 @@
 #include "locations/CandidateCells.h"
 #include "support/volumeLocations.h"
 
+#include <oneapi/tbb/global_control.h>
 #include <oneapi/tbb/task_arena.h>
 
 using namespace StratumTest;
@@ -107,6 +108,13 @@ TYPED_TEST(ShapedVolumeLocations, AgreeWithASlowGenerator) {
                 expectSame(scatter(volume.object, tested), slow.byCount(tested, 2000, mask),
                            "masked", invert);
             }
+            auto folded = options;
+            options.seed = 33;
+            folded.seed = 5;
+            folded.seed_array = arrayOf<long long>({3});
+            EXPECT_EQ(scatter(volume.object, folded), scatter(volume.object, options));
+            const Container<TypeParam> container(volume.tree);
+            auto accessor = container.tileAccessor();
             for (const GeoLocation& l : scatter(volume.object, options)) {
                 const auto& unit = slow.units()[l.element];
                 const std::int64_t lower[] = {unit.x, unit.y, unit.z};
@@ -115,6 +123,13 @@ TYPED_TEST(ShapedVolumeLocations, AgreeWithASlowGenerator) {
                                 up = std::nextafter(low + float(unit.width) * s, 1e30F);
                     ASSERT_TRUE(low <= l.weights[axis] && l.weights[axis] <= up);
                 }
+                const auto index = [&](std::size_t axis) {
+                    return int(std::floor(l.weights[axis] / volume.tree->voxelSize()));
+                };
+                const auto tile =
+                    accessor.tileImpl(int3{index(0), index(1), index(2)}, TypeParam::kFinestDepth);
+                ASSERT_EQ(tile.depth(), unit.depth);
+                ASSERT_TRUE(channel->tileData(tile.treeIndex()));
             }
         }
 }
@@ -205,11 +220,6 @@ TEST(VolumeLocations, CountsAreRoundedLimitedAndMultiplied) {
                      std::bad_alloc);
         EXPECT_EQ(kept.size(), 3U);
     }
-
-    auto folded = byCount(50, 5);
-    folded.seed_array = arrayOf<long long>({3});
-    EXPECT_EQ(scatter(volume.object, ofFog(folded)),
-              scatter(volume.object, ofFog(byCount(50, 33))));
 }
 
 TEST(VolumeLocations, DensityCountsTheBoxAroundTheCells) {
@@ -312,6 +322,55 @@ TEST(VolumeLocations, MasksThatKeepNothingStopAtOnce) {
         }
 }
 
+// Each of these is 0 (or 1, inverted) all over the cells, and yet keeps some samples.
+TEST(VolumeLocations, MasksThatKeepSomethingAreNotGivenUp) {
+    const auto tree = [](float voxelSize) {
+        TreeBuilder<Two> builder;
+        builder.addTile(27, {0, 0, 0}, false);
+        builder.addBox(28, {{0, 0, 0}, {11, 7, 7}});
+        return builder.build(voxelSize, VoxelOffsetType::kCellCentre);
+    };
+    // Where no sample blends with what has no data.
+    const auto kept = [](TestVolume<Two>& volume, bool invert = false) {
+        volume.add<float>(kFog, 0, [](const double3& p, int) {
+            const auto within = [](double v) { return v > 2 && v < 6; };
+            return float(within(p.x) && within(p.y) && within(p.z));
+        });
+        return scatter(volume.object, ofFog(masked(byCount(20), MaskControl::Resample, invert)))
+            .size();
+    };
+    // Data at a coarser depth than the cells' only, in one half of it.
+    TestVolume<Two> coarse(tree(1));
+    ChannelBuilder<Two, float> builder(coarse.tree, "mask", 0,
+                                       [](const auto& tile, auto) { return tile.depth() == 27; });
+    builder.fill([](const double3& p, int) { return p.z < 4 ? 1.0F : 0.0F; });
+    addChannel(coarse.object, builder.finish());
+    EXPECT_EQ(kept(coarse), 20U);
+    coarse.add<float>(kFog, 0, [](const double3& p, int) { return float(p.z > 6); });
+    auto many = ofFog(masked(byCount(1e6)));
+    EXPECT_EQ(scatter(coarse.object, many).size(), 0U) << "at once";
+
+    // Infinite values have no difference to blend with.
+    TestVolume<Two> infinite(tree(1));
+    infinite.add<float>("mask", 0,
+                        [](const double3&, int) { return std::numeric_limits<float>::infinity(); });
+    EXPECT_EQ(kept(infinite, true), 20U);
+    // Nowhere, and always at the origin.
+    TestVolume<Two> nowhere(tree(kNan)), origin(tree(0));
+    nowhere.add<float>("mask", 1, [](const double3&, int) { return 0.0F; });
+    EXPECT_EQ(kept(nowhere), 20U);
+    origin.add<float>("mask", 0, [](const double3& p, int) { return float(p.z < 1); });
+    origin.add<float>(kFog, 0, [](const double3& p, int) { return float(p.z > 4); });
+    EXPECT_EQ(scatter(origin.object, ofFog(masked(byCount(20)))).size(), 20U);
+    // Weights beyond 1, for samples a voxel below where the offset type has them.
+    TestVolume<Two> shifted(tree(1));
+    shifted.object.addComponent(
+        sVoxelComp, Ostrum::makePtr<VoxelTopology<Two>>(shifted.tree, float3{-3, 0.5F, 0.5F}));
+    shifted.add<float>("mask", 0, [](const double3& p, int) { return float(-p.x); });
+    shifted.add<float>(kFog, 0, kOnes);
+    EXPECT_EQ(scatter(shifted.object, ofFog(masked(byCount(20)))).size(), 20U);
+}
+
 TEST(VolumeLocations, MasksOfAnyTypeCountByTheirFirstComponent) {
     TestVolume<Two> volume(threeDepths<Two>(16));
     volume.add<float>(kFog, 0, kOnes);
@@ -362,10 +421,10 @@ TEST(VolumeLocations, MasksOfAnyTypeCountByTheirFirstComponent) {
     EXPECT_EQ(scatter(volume.object, named), scatter(volume.object, ofFog(byCount(500))));
 }
 
-TEST(VolumeLocations, DoNotDependOnThreadsAndEndWithTheJob) {
-    TestVolume<Two> volume(build<Two>({.seed = 4}));
-    volume.add<float>(kFog, 0, asFloat(noise(2)));
-    volume.add<float>("mask", 0, asFloat(noise(3)));
+TYPED_TEST(ShapedVolumeLocations, DoNotDependOnThreadsAndEndWithTheJob) {
+    TestVolume<TypeParam> volume(build<TypeParam>({.seed = 4}));
+    volume.template add<float>(kFog, 0, asFloat(noise(2)));
+    volume.template add<float>("mask", 0, asFloat(noise(3)));
     const auto options = ofFog(masked(byCount(30'000)));
     const Locations reference = scatter(volume.object, options);
     EXPECT_EQ(reference.size(), 30'000U);
@@ -375,6 +434,8 @@ TEST(VolumeLocations, DoNotDependOnThreadsAndEndWithTheJob) {
         Ostrum::cancelJob(false);
     }
 #ifndef STRATUM_PLAIN_THREADS
+    // However few processors there are.
+    const tbb::global_control most(tbb::global_control::max_allowed_parallelism, 8);
     for (const int threads : {1, 2, 8}) {
         tbb::task_arena arena(threads);
         EXPECT_EQ(arena.execute([&] { return scatter(volume.object, options); }), reference);
