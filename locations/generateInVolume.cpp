@@ -4,23 +4,24 @@
 #include "locations/scatterInVolume.h"
 
 #include <iostream>
+#include <optional>
+#include <utility>
 
 namespace Vantor::Sample {
 
 using KDX::TileTree3D::Traits;
 
-Locations generateInVolume(GenerateLocationOptions options, const Object& geometry) {
+std::optional<Locations> generateInVolume(GenerateLocationOptions options, const Object& geometry) {
     if (const auto& more = options.seed_array)
         options.seed = foldSeed(options.seed, {more->data(), more->size()});
     const auto volume = Geometry::shallow_copy_object_to_kdx_volume(geometry);
-    Locations locations;
-    bool recognised = false;
+    std::optional<Locations> locations;
     // Both are tried, whatever becomes of the first.
 #define STRATUM_TREE_SHAPE(B, W)                                                                   \
-    if (volume && scatterInVolume<KDX::TileTree3D::Traits<B, W, 1>>(*volume, options, locations))  \
-        recognised = true;
+    if (Locations found; volume && scatterInVolume<Traits<B, W, 1>>(*volume, options, found))      \
+        locations = std::move(found);
 #include "common/rows.def"
-    if (!recognised)
+    if (!locations)
         std::cerr << "Unable to generate volume geo locations.\n";
     return locations;
 }

@@ -4,7 +4,7 @@
 #include "locations/generators.h"
 #include "locations/warn.h"
 
-#include <algorithm>
+#include <utility>
 
 namespace Vantor::Sample {
 
@@ -41,8 +41,10 @@ void generateSampleLocations(const Object& geometry, const GenerateLocationOptio
         locations = generateOnStrands(valid, geometry, services);
     else if (onPoints && geometry.isA(*Geometry::getPointCloudPrototype()))
         locations = generateOnPoints(valid, geometry, services);
-    else if (geometry.isA(*Geometry::getVolumePrototype()))
-        locations = generateInVolume(valid, geometry);
+    else if (geometry.isA(*Geometry::getVolumePrototype())) {
+        if (auto found = generateInVolume(valid, geometry))
+            locations = std::move(*found);
+    }
 }
 
 } // namespace Vantor::Sample

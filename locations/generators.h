@@ -9,6 +9,7 @@
 #include "locations/GenerateLocationOptions.h"
 
 #include <cstddef>
+#include <optional>
 #include <span>
 
 namespace Vantor::Sample {
@@ -24,8 +25,8 @@ Locations generateOnStrands(GenerateLocationOptions options, const Object& geome
 Locations generateOnPoints(GenerateLocationOptions options, const Object& geometry,
                            const Ostrum::RuntimeServices* services);
 
-/// With a line on the standard error stream when the volume is not recognised.
-Locations generateInVolume(GenerateLocationOptions options, const Object& geometry);
+/// None, with a line on the standard error stream, when the volume is not recognised.
+std::optional<Locations> generateInVolume(GenerateLocationOptions options, const Object& geometry);
 
 /// What the other generators begin with: the seed array goes into the seed, and there is always a
 /// largest number.

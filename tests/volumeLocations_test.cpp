@@ -247,6 +247,12 @@ TEST(VolumeLocations, ChooseTheChannelBySampleType) {
     };
     TestVolume<Two> volume(tree);
     EXPECT_EQ(errorsOf([&] { EXPECT_EQ(lowerHalf(volume, 1), 0U); }), complaint);
+    EXPECT_EQ(errorsOf([&] {
+                  Locations kept(3);
+                  Vantor::Sample::generateSampleLocations(volume.object, byCount(5), kept, nullptr);
+                  EXPECT_EQ(kept.size(), 3U);
+              }),
+              complaint);
     volume.add<double>(kDistance, 0, [](const double3&, int) { return -1.0; });
     EXPECT_EQ(errorsOf([&] { EXPECT_EQ(lowerHalf(volume, 0), 0U); }), complaint) << "no float";
     volume.add<float>(kDistance, 1, [](const double3& p, int) {
