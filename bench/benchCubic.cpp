@@ -45,11 +45,8 @@ void cubicLoop(benchmark::State& state, InterpolationMode mode, Content content,
     const CubicSampler<Traits, T> sampler(*parts.container, *parts.topology, *parts.channel, mode,
                                           true, 1, nullptr, 0, 0);
     Ostrum::Array<T> results(positions.size());
-    for (auto _ : state) {
-        const auto order = visitOrder(parts, positions);
-        parallelFor(positions.size(), 1,
-                    BlockLoopBody<CubicSampler<Traits, T>, T>{sampler, positions, results, order});
-    }
+    for (auto _ : state)
+        sampleValues(sampler, positions, results, visitOrder(parts, viewOf(positions)));
     state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * kPositions));
 }
 

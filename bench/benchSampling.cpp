@@ -55,11 +55,8 @@ void loopAlone(benchmark::State& state, const Sampler& sampler, Content content,
     const VolumeParts<Traits, float> parts{volume.container, volume.topology, volume.channel};
     const auto& positions = benchPositions(content, access);
     Ostrum::Array<float> results(positions.size());
-    for (auto _ : state) {
-        const auto order = visitOrder(parts, positions);
-        parallelFor(positions.size(), 1,
-                    BlockLoopBody<Sampler, float>{sampler, positions, results, order});
-    }
+    for (auto _ : state)
+        sampleValues(sampler, positions, results, visitOrder(parts, viewOf(positions)));
     countSamples(state);
 }
 

@@ -8,6 +8,7 @@
 #include "locations/cancellation.h"
 #include "ops/haloChannel.h"
 #include "ops/haloDecision.h"
+#include "ops/sampleLoop.h"
 #include "ops/sample_volume_property.h"
 #include "ops/visitOrder.h"
 #include "ops/volumeParts.h"
@@ -39,42 +40,22 @@ struct PropertySampling {
     }
 };
 
-/// A part of the loop, with the sampler of one task.
-template <class Sampler, class T>
-struct PropertyLoopBody {
-    mutable Sampler sampler;
-    const KDX::TileTree3D::VisitOrder& order;
-    PropertySampling<T>& call;
-
-    void operator()(const IndexRange& range) const {
-        using PositionT = typename Sampler::PositionType;
-        constexpr std::size_t kAhead = 16; // as many lines as a processor fetches at a time
-        const auto positions = call.positions();
-        for (std::size_t visit = range.begin(); visit < range.end(); ++visit) {
-            if (visit + kAhead < range.end()) {
-                const std::size_t next = order[visit + kAhead];
-                __builtin_prefetch(&call.locations[next].weights);
-                __builtin_prefetch(&call.values[next], 1);
-            }
-            const std::size_t i = order[visit];
-            const auto p = positions[i];
-            call.values[i] = sampler.sample(PositionT{p.x, p.y, p.z}, Sampler::kFinestDepth,
-                                            KDX::TileTree3D::kWorld);
-            call.valid[i] = true;
-        }
-    }
-};
-
 template <class Traits, class T>
 void samplePropertyOf(const VolumeParts<Traits, T>& volume,
                       const KDX::TileTree3D::LinearSampler<Traits, T>& sampler,
                       PropertySampling<T>& call) {
     const Kelvane::Logger::timer timer("Geometry::sample_volume_property.sample");
-    const auto order = visitOrder(volume, call.positions());
-    parallelFor(
-        call.locations.size(), kLocationGrain,
-        PropertyLoopBody<KDX::TileTree3D::LinearSampler<Traits, T>, T>{sampler, order, call});
-    throwIfCancelled();
+    using Sampler = KDX::TileTree3D::LinearSampler<Traits, T>;
+    using PositionT = typename Sampler::PositionType;
+    sampleAll<PositionT, T>(
+        sampler, call.positions(), kLocationGrain, visitOrder(volume, call.positions()),
+        [](Sampler& own, const PositionT* chunk, std::size_t count, T* values) {
+            own.sample(chunk, count, Sampler::kFinestDepth, KDX::TileTree3D::kWorld, values);
+        },
+        [&call](std::size_t i, const T& value) {
+            call.values[i] = value;
+            call.valid[i] = true;
+        });
 }
 
 /// The channel with the values around its tiles, and `defaultValue` where there is no data.

@@ -1,84 +1,86 @@
-// The parallel loop over an array of positions.
+// The parallel loop over positions.
 #pragma once
 
+#include "Ostrum/Array.h"
 #include "common/Math.h"
 #include "common/parallel.h"
 #include "ops/frame.h"
+#include "volume/PositionsView.h"
 #include "volume/VisitOrder.h"
 #include "volume/VoxelSampler.h"
 
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <span>
 
 namespace Stratum {
 
-/// A world position in the precision that a sampler wants.
-template <class PositionT>
-PositionT toPosition(const Vantor::Math::float3& p) {
-    return {p.x, p.y, p.z};
+inline KDX::TileTree3D::PositionsView viewOf(const Ostrum::Array<Vantor::Math::float3>& positions) {
+    return std::span(positions.data(), positions.size());
 }
 
-/// The positions and outputs of one parallel loop, with the sampler of one task.
-template <class Sampler, class R, class Evaluate>
+/// A part of the loop, with the sampler of one task. `evaluate(sampler, positions, count, results)`
+/// takes some positions at a time, of the type `PositionT`, so that a sampler can ask for the
+/// values of those ahead; `store(i, result)` keeps the result of the i-th position.
+template <class PositionT, class R, class Sampler, class Evaluate, class Store>
 struct SampleLoopBody {
     mutable Sampler sampler;
-    const Ostrum::Array<Vantor::Math::float3>& positions;
-    Ostrum::Array<R>& results;
+    const KDX::TileTree3D::PositionsView positions;
     const KDX::TileTree3D::VisitOrder& order;
     const Evaluate& evaluate;
+    const Store& store;
+
+    static constexpr std::size_t kMost = 64;
 
     void operator()(const IndexRange& range) const {
-        for (std::size_t visit = range.begin(); visit < range.end(); ++visit) {
-            const std::size_t i = order[visit];
-            results[i] = evaluate(sampler, positions[i]);
-        }
-    }
-};
-
-/// The same for the value alone, some positions at a time: the sampler asks for the values of those
-/// ahead.
-template <class Sampler, class T>
-struct BlockLoopBody {
-    mutable Sampler sampler;
-    const Ostrum::Array<Vantor::Math::float3>& positions;
-    Ostrum::Array<T>& results;
-    const KDX::TileTree3D::VisitOrder& order;
-
-    void operator()(const IndexRange& range) const {
-        using PositionT = typename Sampler::PositionType;
-        constexpr std::size_t kMost = 64;
         std::array<PositionT, kMost> chunk;
-        std::array<T, kMost> values;
+        std::array<R, kMost> results;
         for (std::size_t begin = range.begin(); begin < range.end(); begin += kMost) {
             const std::size_t count = std::min(kMost, range.end() - begin);
+            expect(begin + kMost, range.end());
+            for (std::size_t i = 0; i < count; ++i) {
+                const auto p = positions[order[begin + i]];
+                chunk[i] = {p.x, p.y, p.z};
+            }
+            evaluate(sampler, chunk.data(), count, results.data());
             for (std::size_t i = 0; i < count; ++i)
-                chunk[i] = toPosition<PositionT>(positions[order[begin + i]]);
-            sampler.sample(chunk.data(), count, Sampler::kAnyDepth, KDX::TileTree3D::kWorld,
-                           values.data());
-            for (std::size_t i = 0; i < count; ++i)
-                results[order[begin + i]] = values[i];
+                store(order[begin + i], results[i]);
         }
+    }
+
+private:
+    // Asks for the positions of the next chunk, where they do not follow each other in memory.
+    void expect(std::size_t begin, std::size_t end) const {
+        if (!order.isIdentity())
+            for (std::size_t i = begin; i < std::min(begin + kMost, end); ++i)
+                positions.expect(order[i]);
     }
 };
 
-/// results[i] = evaluate(sampler, positions[i]) for all positions in the order given, every task
-/// with a sampler of its own; then lets a cancellation through.
-template <class Sampler, class R, class Evaluate>
-void sampleAll(const Sampler& sampler, const Ostrum::Array<Vantor::Math::float3>& positions,
-               Ostrum::Array<R>& results, const KDX::TileTree3D::VisitOrder& order,
-               const Evaluate& evaluate) {
-    parallelFor(positions.size(), 1,
-                SampleLoopBody<Sampler, R, Evaluate>{sampler, positions, results, order, evaluate});
+/// Visits all positions in the order given, every task with a sampler of its own; then lets a
+/// cancellation through.
+template <class PositionT, class R, class Sampler, class Evaluate, class Store>
+void sampleAll(const Sampler& sampler, const KDX::TileTree3D::PositionsView& positions,
+               std::size_t grain, const KDX::TileTree3D::VisitOrder& order,
+               const Evaluate& evaluate, const Store& store) {
+    parallelFor(positions.size(), grain,
+                SampleLoopBody<PositionT, R, Sampler, Evaluate, Store>{sampler, positions, order,
+                                                                       evaluate, store});
     throwIfCancelled();
 }
 
-/// results[i] = the value at positions[i], as sampleAll() does it.
+/// results[i] = the value at positions[i], in world units, at any depth.
 template <class Sampler, class T>
-void sampleBlocks(const Sampler& sampler, const Ostrum::Array<Vantor::Math::float3>& positions,
+void sampleValues(const Sampler& sampler, const Ostrum::Array<Vantor::Math::float3>& positions,
                   Ostrum::Array<T>& results, const KDX::TileTree3D::VisitOrder& order) {
-    parallelFor(positions.size(), 1, BlockLoopBody<Sampler, T>{sampler, positions, results, order});
-    throwIfCancelled();
+    using PositionT = typename Sampler::PositionType;
+    sampleAll<PositionT, T>(
+        sampler, viewOf(positions), 1, order,
+        [](Sampler& own, const PositionT* chunk, std::size_t count, T* values) {
+            own.sample(chunk, count, Sampler::kAnyDepth, KDX::TileTree3D::kWorld, values);
+        },
+        [&results](std::size_t i, const T& value) { results[i] = value; });
 }
 
 } // namespace Stratum

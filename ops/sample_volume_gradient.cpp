@@ -15,16 +15,19 @@ void sampleGradients(const Vantor::Object& object, const Ostrum::Array<float3>& 
         Stratum::forEachVolume<T>(object, property, [&](const auto& volume) {
             if (sampler != SamplerType::kLinear)
                 return;
-            const auto gradientAt = [](auto& linear, const float3& p) {
-                using Sampler = std::remove_reference_t<decltype(linear)>;
-                R gradient;
-                linear.sampleGradient(Stratum::toPosition<R>(p), Sampler::kFinestDepth,
-                                      KDX::TileTree3D::kWorld, gradient);
-                return gradient;
+            const auto store = [&results](std::size_t i, const R& gradient) {
+                results[i] = gradient;
             };
             Stratum::sampleLinear(volume, [&](const auto& linear) {
-                Stratum::sampleAll(linear, positions, results,
-                                   Stratum::visitOrder(volume, positions), gradientAt);
+                using Sampler = std::remove_cvref_t<decltype(linear)>;
+                const auto evaluate = [](Sampler& own, const R* chunk, std::size_t count,
+                                         R* gradients) {
+                    own.sampleGradient(chunk, count, Sampler::kAnyDepth, KDX::TileTree3D::kWorld,
+                                       gradients);
+                };
+                Stratum::sampleAll<R, R>(linear, Stratum::viewOf(positions), 1,
+                                         Stratum::visitOrder(volume, Stratum::viewOf(positions)),
+                                         evaluate, store);
             });
         });
     };

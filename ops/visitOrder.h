@@ -1,11 +1,8 @@
 // In which order an operator visits its positions.
 #pragma once
 
-#include "Ostrum/Array.h"
 #include "ops/volumeParts.h"
 #include "volume/VisitOrder.h"
-
-#include <span>
 
 namespace Stratum {
 
@@ -19,12 +16,6 @@ KDX::TileTree3D::VisitOrder visitOrder(const VolumeParts<Traits, T>& volume,
         return {};
     const auto extent = static_cast<float>(Traits::tileExtent(volume.channel->depth()));
     return {positions, extent * volume.container->voxelSize()};
-}
-
-template <class Traits, class T>
-KDX::TileTree3D::VisitOrder visitOrder(const VolumeParts<Traits, T>& volume,
-                                       const Ostrum::Array<Vantor::Math::float3>& positions) {
-    return visitOrder(volume, std::span(positions.data(), positions.size()));
 }
 
 } // namespace Stratum

@@ -118,11 +118,13 @@ TEST_F(FrameTest, CancellingOnTheWayEmptiesTheOutputAndNamesTheOperator) {
 TEST_F(FrameTest, WorkThatIsCancelledInsideTheLoopDoesNotCount) {
     Ptr<Array<float>> out = makePtr<Array<float>>(3, 5.0F);
     Stratum::runOperator("work", 4, 0.0F, out, [&](Array<float>& results) {
-        const auto cancel = [](int&, const float3&) {
+        const auto cancel = [](int&, const float3*, std::size_t, float*) {
             Ostrum::cancelJob(true);
-            return 1.0F;
         };
-        Stratum::sampleAll(0, Array<float3>(4), results, {}, cancel);
+        const Array<float3> places(4);
+        Stratum::sampleAll<float3, float>(
+            0, Stratum::viewOf(places), 1, {}, cancel,
+            [&results](std::size_t i, float value) { results[i] = value; });
         ADD_FAILURE() << "went on after the loop";
     });
     EXPECT_TRUE(out->empty());

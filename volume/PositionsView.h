@@ -28,6 +28,9 @@ public:
         return position;
     }
 
+    /// Asks for a position that will be read soon.
+    void expect(std::size_t i) const { __builtin_prefetch(first_ + i * stride_); }
+
     PositionsView part(std::size_t begin, std::size_t count) const {
         return {first_ + begin * stride_, stride_, count};
     }

@@ -27,6 +27,9 @@ public:
         return order_.empty() ? i : (i & ~(kBlock - 1)) + order_[i];
     }
 
+    /// Whether positions are visited as they are given.
+    bool isIdentity() const { return order_.empty(); }
+
 private:
     static constexpr std::size_t kBlock = std::size_t{1} << 18;
 

@@ -59,24 +59,10 @@ public:
     /// The same for `count` positions, bit for bit; faster when they lie far from each other.
     void sample(const PositionT* positions, std::size_t count, int maxDepthArg, int space,
                 ValueT* values) {
-        if (!haloChannel) { // whose cells stay where they are; others may lie in a cache
-            for (std::size_t i = 0; i < count; ++i)
-                values[i] = sample(positions[i], maxDepthArg, space);
-            return;
-        }
-        // Each cell's two lines or so are on their way while those before it are blended; a
-        // processor fetches some 16 lines at a time.
-        constexpr std::size_t kAhead = 8;
-        std::array<Corners, kAhead> ahead;
-        std::array<bool, kAhead> found{};
-        for (std::size_t i = 0; i < count + kAhead; ++i) {
-            Corners& corners = ahead[i % kAhead];
-            bool& isFound = found[i % kAhead];
-            if (i >= kAhead)
-                values[i - kAhead] = isFound ? trilinear(corners.cell, corners.f) : defaultValue;
-            if (i < count && (isFound = gather(positions[i], maxDepthArg, space, corners)))
-                corners.cell.expect();
-        }
+        forEachCell(positions, count, maxDepthArg, space,
+                    [this, values](std::size_t i, const Corners* corners) {
+                        values[i] = corners ? trilinear(corners->cell, corners->f) : defaultValue;
+                    });
     }
 
     /// As sample(), and writes the gradient per world unit: the derivative of the interpolation in
@@ -87,13 +73,20 @@ public:
                                                           int maxDepthArg, int space,
                                                           PositionT& gradient) {
         Corners corners;
-        if (!gather(position, maxDepthArg, space, corners)) {
-            gradient = {0, 0, 0};
-            return defaultValue;
-        }
-        gradient =
-            slope<V>(corners) * (treeScale<Traits, ScalarT>(corners.depth) * inverseVoxelSize);
-        return trilinear(corners.cell, corners.f);
+        const bool found = gather(position, maxDepthArg, space, corners);
+        gradient = gradientIn<V>(found ? &corners : nullptr);
+        return found ? trilinear(corners.cell, corners.f) : defaultValue;
+    }
+
+    /// The gradients alone at `count` positions, bit for bit.
+    template <class V = ValueT>
+    requires std::is_floating_point_v<V>
+    void sampleGradient(const PositionT* positions, std::size_t count, int maxDepthArg, int space,
+                        PositionT* gradients) {
+        forEachCell(positions, count, maxDepthArg, space,
+                    [this, gradients](std::size_t i, const Corners* corners) {
+                        gradients[i] = gradientIn<V>(corners);
+                    });
     }
 
 private:
@@ -105,6 +98,26 @@ private:
 
         const ValueT& at(int x, int y, int z) const { return cell.at(x, y, z); }
     };
+
+    // Calls use(i, corners) for all positions in turn, with null where the value is the default.
+    template <class Use>
+    void forEachCell(const PositionT* positions, std::size_t count, int maxDepthArg, int space,
+                     const Use& use) {
+        // Each cell's two lines or so are on their way while those before it are blended; a
+        // processor fetches some 16 lines at a time. Cells of a plain channel may lie in a cache
+        // that the next one takes over.
+        constexpr std::size_t kMostAhead = 8;
+        const std::size_t ahead = haloChannel ? kMostAhead : 1;
+        std::array<Corners, kMostAhead> cells;
+        std::array<bool, kMostAhead> found{};
+        for (std::size_t i = 0; i < count + ahead; ++i) {
+            const std::size_t slot = i % ahead;
+            if (i >= ahead)
+                use(i - ahead, found[slot] ? &cells[slot] : nullptr);
+            if (i < count && (found[slot] = gather(positions[i], maxDepthArg, space, cells[slot])))
+                cells[slot].cell.expect();
+        }
+    }
 
     // Finds the eight corners; false where the value is the default.
     bool gather(const PositionT& position, int maxDepthArg, int space, Corners& corners) {
@@ -121,6 +134,13 @@ private:
         corners.cell = haloChannel ? Cell<ValueT>(tile, haloLayout_, location.n)
                                    : plainCells.read(location.treeIndex, tile, location.n);
         return true;
+    }
+
+    template <class V>
+    PositionT gradientIn(const Corners* corners) const {
+        if (!corners)
+            return {0, 0, 0};
+        return slope<V>(*corners) * (treeScale<Traits, ScalarT>(corners->depth) * inverseVoxelSize);
     }
 
     template <class V>
