@@ -20,8 +20,12 @@ def medians(binary, repetitions, part):
          "--benchmark_report_aggregates_only=true", "--benchmark_enable_random_interleaving=true",
          "--benchmark_format=json"],
         check=True, capture_output=True, text=True).stdout
+    runs = json.loads(output)["benchmarks"]
+    for run in runs:
+        if "error_message" in run:
+            print(f"{run['run_name']}: {run['error_message']}", file=sys.stderr)
     return {run["run_name"].removesuffix("/real_time"): run
-            for run in json.loads(output)["benchmarks"] if run["aggregate_name"] == "median"}
+            for run in runs if run.get("aggregate_name") == "median"}
 
 
 def sampling_table(runs):

@@ -12,6 +12,7 @@
 #include "io/csvValues.h"
 #include "io/sampleFiles.h"
 #include "ops/haloDecision.h"
+#include "tableOptions.h"
 
 #include <CLI/App.hpp>
 
@@ -29,20 +30,16 @@ namespace {
 using KDX::TileTree3D::StoredPlace;
 using Vantor::Math::float3;
 
-struct PropertyOptions {
+struct PropertyOptions : TableOptions {
     CommonOptions common;
-    std::string channel, at, output = "-", inputFormat, format;
-    bool withProvenance = false;
+    std::string channel, at;
     std::optional<double> fallback;
     io::Provenance provenance;
 };
 
 Locations readLocations(const PropertyOptions& options) {
     const Kelvane::Logger::timer timer("read locations");
-    std::optional<io::SampleFormat> format;
-    if (!options.inputFormat.empty())
-        format = io::sampleFormatNamed(options.inputFormat);
-    const auto positions = io::readPositions(options.at, format);
+    const auto positions = readPositions(options.at, options);
     Locations locations(positions.size());
     for (std::size_t i = 0; i < positions.size(); ++i) {
         locations[i].kind = Vantor::Geometry::Common::kVolume;
@@ -116,9 +113,7 @@ bool usesDefault(const PlainChannel<Shape, T>& channel, const Locations& locatio
 
 void writeTable(const PropertyOptions& options, const io::ColumnTable& table) {
     const Kelvane::Logger::timer timer("write values");
-    const auto format = options.common.json      ? io::SampleFormat::kJson
-                        : options.format.empty() ? io::sampleFormatOf(options.output)
-                                                 : io::sampleFormatNamed(options.format);
+    const auto format = outputFormat(options, options.common.json);
     io::Provenance provenance = options.provenance;
     provenance.inputs = {options.common.file, options.at};
     if (format == io::SampleFormat::kCsv && !options.withProvenance)
@@ -202,25 +197,12 @@ void addOptions(CLI::App& command, PropertyOptions& options) {
                     "columns x, y and z, .npy array of shape (N, 3) or .ply file; - for standard "
                     "input")
         ->required();
-    const auto names = io::sampleFormatNames();
-    command
-        .add_option("--input-format", options.inputFormat,
-                    "format of the locations; by the file's extension, and by what standard input "
-                    "begins with")
-        ->check(CLI::IsMember(std::vector<std::string>(names.begin(), names.begin() + 3)));
-    command
-        .add_option("--format", options.format,
-                    "format of the output; by the file's extension, else csv")
-        ->check(CLI::IsMember(names));
-    command.add_flag("--provenance", options.withProvenance,
-                     "begin CSV with '#' lines that say where it comes from, as PLY and JSON do");
+    addTableOptions(command, options, "locations");
     command.add_option(
         "--default", options.fallback,
         "value outside the data where samples lie on voxel corners and there is more "
         "than one location for five voxels; in all other cases, and without this "
         "option, it is the channel's own");
-    command.add_option("-o,--output", options.output, "file to write, - for standard output")
-        ->capture_default_str();
 }
 
 } // namespace

@@ -10,6 +10,7 @@
 #include "io/jsonText.h"
 #include "io/sampleFiles.h"
 #include "ops/sample_volume.h"
+#include "tableOptions.h"
 
 #include <CLI/App.hpp>
 
@@ -24,11 +25,11 @@ namespace {
 using Vantor::Math::float3;
 using Positions = Ostrum::Array<float3>;
 
-struct SampleOptions {
+struct SampleOptions : TableOptions {
     CommonOptions common;
-    std::string channel, positions, output = "-", sampler = "linear", inputFormat, format;
+    std::string channel, positions, sampler = "linear";
     std::uint64_t randomCount = 0, seed = 0;
-    bool gradient = false, withProvenance = false;
+    bool gradient = false;
     std::optional<double> fallback;
     io::Provenance provenance;
 };
@@ -53,10 +54,7 @@ Positions positionsFor(const SampleOptions& options, const WorldBounds& bounds) 
     if (options.randomCount > 0)
         return randomPositions(bounds, options.randomCount, options.seed);
     const Kelvane::Logger::timer timer("read positions");
-    std::optional<io::SampleFormat> format;
-    if (!options.inputFormat.empty())
-        format = io::sampleFormatNamed(options.inputFormat);
-    return io::readPositions(options.positions, format);
+    return readPositions(options.positions, options);
 }
 
 template <class T>
@@ -64,9 +62,7 @@ void writeValues(const SampleOptions& options, const char* column, const Positio
                  const Ostrum::Ptr<Ostrum::Array<T>>& values) {
     io::throwIfCancelled();
     const Kelvane::Logger::timer timer("write samples");
-    const auto format = options.common.json      ? io::SampleFormat::kJson
-                        : options.format.empty() ? io::sampleFormatOf(options.output)
-                                                 : io::sampleFormatNamed(options.format);
+    const auto format = outputFormat(options, options.common.json);
     io::Provenance provenance = options.provenance;
     provenance.inputs.push_back(options.common.file);
     if (!options.positions.empty())
@@ -160,22 +156,9 @@ void addOptions(CLI::App& command, SampleOptions& options) {
     from->require_option(1);
     command.add_option("--seed", options.seed, "seed of the random positions")
         ->capture_default_str();
-    const auto names = io::sampleFormatNames();
-    command
-        .add_option("--input-format", options.inputFormat,
-                    "format of the positions; by the file's extension, and by what standard input "
-                    "begins with")
-        ->check(CLI::IsMember(std::vector<std::string>(names.begin(), names.begin() + 3)));
-    command
-        .add_option("--format", options.format,
-                    "format of the output; by the file's extension, else csv")
-        ->check(CLI::IsMember(names));
-    command.add_flag("--provenance", options.withProvenance,
-                     "begin CSV with '#' lines that say where it comes from, as PLY and JSON do");
+    addTableOptions(command, options, "positions");
     command.add_option("--default", options.fallback,
                        "value everywhere when there is no such channel, instead of an error");
-    command.add_option("-o,--output", options.output, "file to write, - for standard output")
-        ->capture_default_str();
 }
 
 } // namespace
