@@ -41,8 +41,9 @@ openvdb::FloatGrid::Ptr makeGrid(const std::string& name) {
     if (name == "file") {
         openvdb::initialize();
         openvdb::io::File file(std::getenv("STRATUM_BENCH_VDB"));
-        file.open();
-        for (const auto& grid : *file.getGrids())
+        file.open(false); // all at once, since what is read later would be timed
+        const auto grids = file.getGrids();
+        for (const auto& grid : *grids)
             if (auto floats = openvdb::gridPtrCast<openvdb::FloatGrid>(grid))
                 return floats;
         throw std::runtime_error("there is no grid of floats");
@@ -92,10 +93,11 @@ Case makeCase(const std::string& name, VoxelOffsetType type) {
     made.topology = Ostrum::makePtr<VoxelTopology<Shape>>(tree);
     const float outside = distance ? made.grid->background() : 0;
     ChannelBuilder<Shape, float> builder(tree, made.property, outside);
-    builder.fill([grid = made.grid->getConstAccessor(), outside](const double3& p, int) {
+    // Without an accessor, which may not be shared between threads.
+    builder.fill([&peer = made.grid->tree(), outside](const double3& p, int) {
         const auto index = [](double v) { return static_cast<int>(std::floor(v)); };
         float value = 0;
-        return grid.probeValue({index(p.x), index(p.y), index(p.z)}, value) ? value : outside;
+        return peer.probeValue({index(p.x), index(p.y), index(p.z)}, value) ? value : outside;
     });
     made.channel = builder.finish();
     Vantor::Geometry::addChannel(made.object, made.channel);
