@@ -72,7 +72,7 @@ double Tube::density(const double3& p) const {
 
 float3 Tube::velocity(const double3& p) const {
     const Nearest found = nearest(p);
-    if (found.distance > kTubeRadius + kBand)
+    if (!found.segment || found.distance > kTubeRadius + kBand)
         return {0, 0, 0};
     const double3 along = minus(found.segment->end, found.segment->begin);
     const double length = std::sqrt(dot(along, along));
