@@ -22,12 +22,15 @@ struct Scatter {
     std::uint64_t most;
     bool resample;
     std::vector<float> areas = triangleAreas(mesh);
+    std::size_t triangles = 0;
     float total = 0;
 
     void measure() {
         for (const float area : areas)
-            if (isTriangle(area))
+            if (isTriangle(area)) {
+                ++triangles;
                 total += area;
+            }
         Stratum::throwIfCancelled();
     }
 
@@ -129,7 +132,7 @@ std::uint64_t expectedByDensity(const Scatter& scatter, float density) {
         area += std::isfinite(triangle) ? static_cast<double>(triangle) : 0.0;
     });
     return wholeCount(area * static_cast<double>(density) +
-                          4 * std::sqrt(static_cast<double>(scatter.areas.size())),
+                          4 * std::sqrt(static_cast<double>(scatter.triangles)),
                       scatter.most);
 }
 
@@ -204,7 +207,7 @@ Locations scatterOnMesh(const MeshView& mesh, const MeshMask* mask,
                        wholeCount(roundAtRandom(options.amount, scatter.seed), scatter.most));
     }
     const float density = toFloat(options.amount);
-    const double bound = static_cast<double>(scatter.areas.size()) +
+    const double bound = static_cast<double>(scatter.triangles) +
                          static_cast<double>(std::ceil(density * scatter.total));
     return bound > static_cast<double>(scatter.most) ? byCount(scatter, scatter.most)
                                                      : byDensity(scatter, density);

@@ -34,10 +34,11 @@ inline bool isHaloWorthwhile(std::size_t samples, std::int64_t voxels, float thr
         static_cast<float>(samples) / static_cast<float>(std::max<std::int64_t>(1, voxels));
     const bool enabled = ratio > threshold;
     if (Kelvane::Logger::verboseLevel() > 1)
-        std::cout << "#Samples = " << samples << "\n#Voxels = " << voxels
-                  << "\nkHaloSamplingThreshold = " << threshold
-                  << "\nhaloSamplingThreshold = " << ratio << "\nenableHaloChannel = " << enabled
-                  << std::endl;
+        std::cout << "#Samples = " << samples << std::endl
+                  << "#Voxels = " << voxels << std::endl
+                  << "kHaloSamplingThreshold = " << threshold << std::endl
+                  << "haloSamplingThreshold = " << ratio << std::endl
+                  << "enableHaloChannel = " << enabled << std::endl;
     return enabled;
 }
 

@@ -249,7 +249,6 @@ private:
                 onePageEntries(cursor.page, low, high, entries);
             return;
         }
-        // Bits 2, 1 and 0 of a place stand for x, y and z.
         const unsigned split = (lowPage.x != highPage.x ? 4U : 0U) |
                                (lowPage.y != highPage.y ? 2U : 0U) |
                                (lowPage.z != highPage.z ? 1U : 0U);
