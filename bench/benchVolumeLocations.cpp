@@ -1,7 +1,8 @@
 // Scattering inside volumes and sampling at the locations, beside OpenVDB's point scatterers and
 // its BoxSampler on the same voxels. The environment variable STRATUM_BENCH_VDB names a file whose
 // first grid of floats is timed too.
-#include "benchVolumes.h"
+#include "benchGeometry.h"
+#include "benchSetup.h"
 
 #include "KDX/ChannelBuilder.h"
 #include "KDX/TreeBuilder.h"
@@ -12,8 +13,6 @@
 #include "locations/generateSampleLocations.h"
 #include "ops/sample_volume_property.h"
 
-#include <benchmark/benchmark.h>
-#include <oneapi/tbb/global_control.h>
 #include <openvdb/openvdb.h>
 #include <openvdb/tools/Interpolation.h>
 #include <openvdb/tools/LevelSetSphere.h>
@@ -32,8 +31,6 @@ namespace {
 using namespace KDX::TileTree3D;
 using Locations = Ostrum::Array<Vantor::Geometry::Common::GeoLocation>;
 using Shape = Traits<2, 4, 1>;
-
-constexpr std::size_t kCount = 10'000'000;
 
 // A ball of density, the inner half of a sphere's band in a cube of 512 voxels, or a file. Active
 // are the voxels that ours scatters in.
@@ -120,7 +117,7 @@ const Case& benchCase(const std::string& name, VoxelOffsetType type) {
 Locations scattered(const Case& volume) {
     Vantor::Sample::GenerateLocationOptions options;
     options.sample_type = volume.type;
-    options.amount = kCount;
+    options.amount = kLocations;
     options.amount_type = VantorExp::Geometry::AmountType::Count;
     options.seed = 1;
     Locations locations;
@@ -132,7 +129,7 @@ void scatterOurs(benchmark::State& state, const Case& volume) {
     for (auto _ : state) {
         const Locations locations = scattered(volume);
         benchmark::DoNotOptimize(locations.data());
-        if (locations.size() != kCount)
+        if (locations.size() != kLocations)
             state.SkipWithError("locations are missing");
     }
     using namespace Vantor::Sample;
@@ -159,12 +156,12 @@ template <class Scatter, class... Arguments>
 void scatterPeer(benchmark::State& state, const Case& volume, const Arguments&... arguments) {
     for (auto _ : state) {
         Points points;
-        points.values.reserve(kCount);
+        points.values.reserve(kLocations);
         std::mt19937 random(1);
         Scatter scatter(points, arguments..., random);
         scatter(*volume.grid);
         benchmark::DoNotOptimize(points.values.data());
-        if (points.values.size() < kCount / 10 * 9)
+        if (points.values.size() < kLocations / 10 * 9)
             state.SkipWithError("points are missing");
     }
 }
@@ -200,20 +197,16 @@ void propertyPeer(benchmark::State& state, const Case& volume) {
     }
 }
 
-void add(const std::string& what, const std::string& volume, VoxelOffsetType type, int threads,
-         const std::function<void(benchmark::State&, const Case&)>& run) {
+void addRow(const std::string& what, const std::string& volume, VoxelOffsetType type, int threads,
+            const std::function<void(benchmark::State&, const Case&)>& run) {
     const std::string samples = type == VoxelOffsetType::kCorner ? "corners" : "centres";
-    benchmark::RegisterBenchmark(
-        join({"volume-locations", what, volume, samples, "threads", std::to_string(threads)})
-            .c_str(),
+    add(join({"volume-locations", what, volume, samples, "threads", std::to_string(threads)}),
         [=](benchmark::State& state) {
-            const tbb::global_control limit(tbb::global_control::max_allowed_parallelism,
-                                            static_cast<std::size_t>(threads));
-            run(state, benchCase(volume, type));
-            state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * kCount));
-        })
-        ->Unit(benchmark::kMillisecond)
-        ->UseRealTime();
+            const Case& made = benchCase(volume, type);
+            const Threads limit(threads);
+            run(state, made);
+            state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * kLocations));
+        });
 }
 
 const bool registered = [] {
@@ -223,19 +216,19 @@ const bool registered = [] {
     for (const std::string& volume : volumes) {
         using Random = std::mt19937;
         constexpr auto kCentre = VoxelOffsetType::kCellCentre;
-        add("uniform-scatter", volume, kCentre, 1, [](auto& state, const Case& c) {
+        addRow("uniform-scatter", volume, kCentre, 1, [](auto& state, const Case& c) {
             scatterPeer<openvdb::tools::UniformPointScatter<Points, Random>>(
-                state, c, openvdb::Index64{kCount});
+                state, c, openvdb::Index64{kLocations});
         });
-        add("dense-scatter", volume, kCentre, 1, [](auto& state, const Case& c) {
+        addRow("dense-scatter", volume, kCentre, 1, [](auto& state, const Case& c) {
             scatterPeer<openvdb::tools::DenseUniformPointScatter<Points, Random>>(
-                state, c, float(double{kCount} / double(c.candidates)));
+                state, c, float(double{kLocations} / double(c.candidates)));
         });
         for (const auto type : {kCentre, VoxelOffsetType::kCorner})
             for (const int threads : {1, 2}) {
-                add("scatter", volume, type, threads, scatterOurs);
-                add("box-sampler", volume, type, threads, propertyPeer);
-                add("property", volume, type, threads, propertyOurs);
+                addRow("scatter", volume, type, threads, scatterOurs);
+                addRow("box-sampler", volume, type, threads, propertyPeer);
+                addRow("property", volume, type, threads, propertyOurs);
             }
     }
     return true;
