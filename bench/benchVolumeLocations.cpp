@@ -2,7 +2,7 @@
 // its BoxSampler on the same voxels. The environment variable STRATUM_BENCH_VDB names a file whose
 // first grid of floats is timed too.
 #include "benchGeometry.h"
-#include "benchSetup.h"
+#include "sampling.h"
 
 #include "KDX/ChannelBuilder.h"
 #include "KDX/TreeBuilder.h"
@@ -55,6 +55,7 @@ openvdb::FloatGrid::Ptr makeGrid(const std::string& name) {
 }
 
 struct Case {
+    std::string name;
     openvdb::FloatGrid::Ptr grid;
     Vantor::Object object;
     Ostrum::Ptr<Container<Shape>> container;
@@ -78,6 +79,7 @@ Ostrum::Ptr<const TileTree<Shape>> makeTree(const openvdb::FloatGrid& grid, Voxe
 
 Case makeCase(const std::string& name, VoxelOffsetType type) {
     Case made;
+    made.name = name + (type == VoxelOffsetType::kCorner ? "/corners" : "/centres");
     made.grid = makeGrid(name);
     made.offset = double{voxelOffset(type).x};
     const bool distance = name == "level-set";
@@ -125,7 +127,8 @@ Locations scattered(const Case& volume) {
     return locations;
 }
 
-void scatterOurs(benchmark::State& state, const Case& volume) {
+void scatterOurs(benchmark::State& state, const Case& volume, int threads) {
+    const Threads limit(threads);
     for (auto _ : state) {
         const Locations locations = scattered(volume);
         benchmark::DoNotOptimize(locations.data());
@@ -166,20 +169,36 @@ void scatterPeer(benchmark::State& state, const Case& volume, const Arguments&..
     }
 }
 
-void propertyOurs(benchmark::State& state, const Case& volume) {
+Positions positionsOf(const Locations& locations) {
+    Positions positions(locations.size());
+    for (std::size_t i = 0; i < positions.size(); ++i)
+        positions[i] = {locations[i].weights[0], locations[i].weights[1], locations[i].weights[2]};
+    return positions;
+}
+
+void propertyOurs(benchmark::State& state, const Case& volume, int threads) {
     const Locations locations = scattered(volume);
-    for (auto _ : state) {
-        Ostrum::Ptr<Ostrum::Array<float>> values;
-        Ostrum::Ptr<Ostrum::Array<bool>> valid;
-        Geometry::Internal::sample_volume_property(volume.object, locations, volume.property, 0.0F,
-                                                   {}, values, valid);
-        benchmark::DoNotOptimize(values->data());
-    }
+    Ostrum::Ptr<Ostrum::Array<float>> values;
+    Ostrum::Ptr<Ostrum::Array<bool>> valid;
+    timeChecked(
+        state, "property/" + volume.name, threads,
+        [&] {
+            Geometry::Internal::sample_volume_property(volume.object, locations, volume.property,
+                                                       volume.channel->defaultValue(), {}, values,
+                                                       valid);
+            return spanOf(*values);
+        },
+        [&](std::span<const float> found) {
+            const LinearSampler<Shape, float> plain(*volume.container, *volume.topology,
+                                                    *volume.channel);
+            return sameAsSingles(found, positionsOf(locations), singleValue(plain));
+        });
 }
 
 // A sample of ours is an index of the peer.
-void propertyPeer(benchmark::State& state, const Case& volume) {
+void propertyPeer(benchmark::State& state, const Case& volume, int threads) {
     const Locations locations = scattered(volume);
+    const Threads limit(threads);
     const double toIndex = 1 / volume.grid->voxelSize()[0];
     for (auto _ : state) {
         std::vector<float> values(locations.size());
@@ -198,13 +217,11 @@ void propertyPeer(benchmark::State& state, const Case& volume) {
 }
 
 void addRow(const std::string& what, const std::string& volume, VoxelOffsetType type, int threads,
-            const std::function<void(benchmark::State&, const Case&)>& run) {
+            const std::function<void(benchmark::State&, const Case&, int)>& run) {
     const std::string samples = type == VoxelOffsetType::kCorner ? "corners" : "centres";
     add(join({"volume-locations", what, volume, samples, "threads", std::to_string(threads)}),
         [=](benchmark::State& state) {
-            const Case& made = benchCase(volume, type);
-            const Threads limit(threads);
-            run(state, made);
+            run(state, benchCase(volume, type), threads);
             state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * kLocations));
         });
 }
@@ -216,11 +233,11 @@ const bool registered = [] {
     for (const std::string& volume : volumes) {
         using Random = std::mt19937;
         constexpr auto kCentre = VoxelOffsetType::kCellCentre;
-        addRow("uniform-scatter", volume, kCentre, 1, [](auto& state, const Case& c) {
+        addRow("uniform-scatter", volume, kCentre, 1, [](auto& state, const Case& c, int) {
             scatterPeer<openvdb::tools::UniformPointScatter<Points, Random>>(
                 state, c, openvdb::Index64{kLocations});
         });
-        addRow("dense-scatter", volume, kCentre, 1, [](auto& state, const Case& c) {
+        addRow("dense-scatter", volume, kCentre, 1, [](auto& state, const Case& c, int) {
             scatterPeer<openvdb::tools::DenseUniformPointScatter<Points, Random>>(
                 state, c, float(double{kLocations} / double(c.candidates)));
         });

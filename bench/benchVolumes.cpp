@@ -55,8 +55,8 @@ float3 coherentPosition(const Scene& scene, std::size_t i) {
     };
     const double centre = centreOf(scene);
     if (scene.content == Content::kDense)
-        return toFloats(4 + (centre - 8) * draw(0) + step, inside(scene, draw(1)),
-                        inside(scene, draw(2)));
+        return toFloats(4 + (scene.size - 8 - kStep * static_cast<double>(run)) * draw(0) + step,
+                        inside(scene, draw(1)), inside(scene, draw(2)));
     const double angle = step / kRadius + 6.28 * draw(0), tilt = 1.5 * (draw(1) - 0.5);
     return toFloats(centre + kRadius * std::cos(angle) * std::cos(tilt),
                     centre + kRadius * std::sin(angle) * std::cos(tilt),
