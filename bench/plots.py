@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
 """Draws what a linear sample costs against the volume's size and the number of positions.
 
-Usage: plots.py BENCHMARK_BINARY [REPETITIONS [IMAGE_FOLDER]]
-
 Ours and the peers', one thread. Needs matplotlib (Debian: python3-matplotlib) and some 5 GB.
 """
+import argparse
+import json
 import pathlib
 import sys
 
@@ -37,7 +37,8 @@ def points(figures, kind, access, by_size):
 
 
 def draw(figures, by_size, path):
-    figure, axes = plt.subplots(1, 2, figsize=(10, 4.8), sharey=True, layout="constrained")
+    figure, axes = plt.subplots(1, 2, figsize=(10, 4.8), sharey=True)
+    figure.subplots_adjust(left=0.09, right=0.985, top=0.86, bottom=0.22, wspace=0.05)
     for ax, access in zip(axes, measured.ACCESSES):
         for kind, (label, colour, style) in SERIES.items():
             curve = points(figures, kind, access, by_size)
@@ -47,28 +48,35 @@ def draw(figures, by_size, path):
         ax.set_xlabel("voxels per axis of a dense volume" if by_size else "positions")
         if by_size:
             ax.set_xticks([64, 128, 256, 512], ["64", "128", "256", "512"])
-            ax.minorticks_off()
-        ax.yaxis.set_major_formatter(matplotlib.ticker.FormatStrFormatter("%g"))
-        ax.grid(True, which="both", axis="y", linewidth=0.3, alpha=0.5)
-        ax.grid(True, axis="x", linewidth=0.4, alpha=0.6)
+        ax.minorticks_off()
+        ax.yaxis.set_major_locator(matplotlib.ticker.LogLocator(subs=(1, 2, 5) if by_size else (1,)))
+        ax.yaxis.set_major_formatter(matplotlib.ticker.FuncFormatter(lambda v, _: f"{v:,.10g}"))
+        ax.grid(True, linewidth=0.4, alpha=0.6)
     axes[0].set_ylabel("ns a sample, one thread")
     figure.suptitle(f"Trilinear samples of floats, {POSITIONS // 1_000_000} million positions"
-                    if by_size else f"Trilinear samples of floats in {SIZE}^3 voxels")
+                    if by_size else f"Trilinear samples of floats in ${SIZE}^3$ voxels")
     handles, labels = axes[0].get_legend_handles_labels()
-    figure.legend(handles, labels, loc="outside lower center", ncols=4, frameon=False)
+    figure.legend(handles, labels, loc="lower center", ncols=4, frameon=False)
     figure.savefig(path, dpi=120)
 
 
 def main():
-    if len(sys.argv) not in (2, 3, 4):
-        sys.exit(__doc__.split("\n\n")[1])
-    repetitions = sys.argv[2] if len(sys.argv) > 2 else "5"
-    here = pathlib.Path(__file__).resolve().parent
-    folder = pathlib.Path(sys.argv[3]) if len(sys.argv) > 3 else here.parent / "docs" / "images"
-    report = measured.run(sys.argv[1], repetitions, "^curve/", STRATUM_BENCH_CURVES="1")
+    images = pathlib.Path(__file__).resolve().parent.parent / "docs" / "images"
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("binary", help="the benchmark program")
+    parser.add_argument("repetitions", nargs="?", type=int, default=5)
+    parser.add_argument("--folder", type=pathlib.Path, default=images, help="for the pictures")
+    parser.add_argument("--keep", type=pathlib.Path, help="write the figures to this file too")
+    parser.add_argument("--again", type=pathlib.Path, help="draw what was kept; measure nothing")
+    arguments = parser.parse_args()
+    report = (json.loads(arguments.again.read_text()) if arguments.again
+              else measured.run(arguments.binary, arguments.repetitions, "^curve/",
+                                STRATUM_BENCH_CURVES="1"))
+    if arguments.keep:
+        arguments.keep.write_text(json.dumps(report))
     figures = measured.Figures(report["benchmarks"])
-    draw(figures, True, folder / "speed-by-volume.png")
-    draw(figures, False, folder / "speed-by-positions.png")
+    draw(figures, True, arguments.folder / "speed-by-volume.png")
+    draw(figures, False, arguments.folder / "speed-by-positions.png")
 
 
 if __name__ == "__main__":
