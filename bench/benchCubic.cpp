@@ -38,7 +38,9 @@ void addLoop(const std::string& shape, const Scene& scene, Access access, Interp
         const auto sampler = cubicSampler(volume, mode);
         timeLoop<float>(
             state, row, 1, positions,
-            [&](auto& results) { valueLoop(volume, sampler, positions, results); },
+            [&](auto& results) {
+                valueLoop(volume, sampler, positions, OrderFrom::kManyPlacesEach, results);
+            },
             [&] { return singleValue(sampler); });
     });
 }

@@ -12,9 +12,10 @@ void timeLinearLoop(benchmark::State& state, const std::string& answer, int thre
     const auto& volume = benchVolume<Traits>(scene);
     const auto plain = plainSampler(volume);
     const auto sampler = onHalo ? haloSampler<Traits>(scene) : plain;
+    const OrderFrom order = onHalo ? OrderFrom::kOnePlaceEach : OrderFrom::kManyPlacesEach;
     timeLoop<float>(
         state, answer, threads, positions,
-        [&](auto& results) { valueLoop(volume, sampler, positions, results); },
+        [&](auto& results) { valueLoop(volume, sampler, positions, order, results); },
         [&] { return singleValue(plain); });
 }
 

@@ -85,25 +85,20 @@ auto singleGradient(const Sampler& sampler) {
     };
 }
 
-/// The loop of sample_volume.
+/// The loop of sample_volume; the order of visits is that of linear samples on a halo channel, or
+/// of those that read in many places each.
 template <class Traits, class T, class Sampler>
 void valueLoop(const BenchVolume<Traits, T>& volume, const Sampler& sampler,
-               const Positions& positions, Ostrum::Array<T>& results) {
-    sampleValues(sampler, positions, results, visitOrder(volume, viewOf(positions)));
+               const Positions& positions, OrderFrom orderFrom, Ostrum::Array<T>& results) {
+    sampleValues(sampler, positions, results, visitOrder(volume, viewOf(positions), orderFrom));
 }
 
 /// The loop of sample_volume_gradient.
 template <class Traits, class Sampler>
 void gradientLoop(const BenchVolume<Traits, float>& volume, const Sampler& sampler,
                   const Positions& positions, Positions& results) {
-    using Vantor::Math::float3;
-    sampleAll<float3, float3>(
-        sampler, viewOf(positions), 1, visitOrder(volume, viewOf(positions)),
-        [](Sampler& own, const float3* chunk, std::size_t count, float3* gradients) {
-            own.sampleGradient(chunk, count, Sampler::kAnyDepth, KDX::TileTree3D::kWorld,
-                               gradients);
-        },
-        [&results](std::size_t i, const float3& gradient) { results[i] = gradient; });
+    sampleGradients(sampler, positions, results,
+                    visitOrder(volume, viewOf(positions), OrderFrom::kOnePlaceEach));
 }
 
 /// Times a loop. It writes to memory that was touched before, and holds nothing that could pass for

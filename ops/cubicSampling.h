@@ -17,7 +17,8 @@ void sampleCubic(const VolumeParts<Traits, T>& volume,
     using Sampler = KDX::TileTree3D::CubicSampler<Traits, T>;
     const Sampler sampler(*volume.container, *volume.topology, *volume.channel, mode, true, 1,
                           nullptr, 0, 0);
-    sampleValues(sampler, positions, results, visitOrder(volume, viewOf(positions)));
+    sampleValues(sampler, positions, results,
+                 visitOrder(volume, viewOf(positions), OrderFrom::kManyPlacesEach));
 }
 
 } // namespace Stratum

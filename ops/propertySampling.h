@@ -42,13 +42,13 @@ struct PropertySampling {
 
 template <class Traits, class T>
 void samplePropertyOf(const VolumeParts<Traits, T>& volume,
-                      const KDX::TileTree3D::LinearSampler<Traits, T>& sampler,
+                      const KDX::TileTree3D::LinearSampler<Traits, T>& sampler, OrderFrom orderFrom,
                       PropertySampling<T>& call) {
     const Kelvane::Logger::timer timer("Geometry::sample_volume_property.sample");
     using Sampler = KDX::TileTree3D::LinearSampler<Traits, T>;
     using PositionT = typename Sampler::PositionType;
     sampleAll<PositionT, T>(
-        sampler, call.positions(), kLocationGrain, visitOrder(volume, call.positions()),
+        sampler, call.positions(), kLocationGrain, visitOrder(volume, call.positions(), orderFrom),
         [](Sampler& own, const PositionT* chunk, std::size_t count, T* values) {
             own.sample(chunk, count, Sampler::kFinestDepth, KDX::TileTree3D::kWorld, values);
         },
@@ -88,11 +88,12 @@ bool samplePropertyIn(const KDX::Object& object, PropertySampling<T>& call) {
     using Sampler = LinearSampler<Traits, T>;
     if (!enabled || volume.topology->offsetType() != VoxelOffsetType::kCorner) {
         samplePropertyOf(volume, Sampler(*volume.container, *volume.topology, *volume.channel),
-                         call);
+                         OrderFrom::kManyPlacesEach, call);
         return true;
     }
     const auto halo = buildHalo(volume, call.defaultValue);
-    samplePropertyOf(volume, Sampler(*volume.container, *volume.topology, *halo), call);
+    samplePropertyOf(volume, Sampler(*volume.container, *volume.topology, *halo),
+                     OrderFrom::kOnePlaceEach, call);
     return true;
 }
 

@@ -96,20 +96,40 @@ void sampleInPlace(const Sampler& sampler, const PositionT* positions, std::size
     throwIfCancelled();
 }
 
+/// results[i] = what `evaluate` gives for positions[i], in the order given.
+template <class Sampler, class R, class Evaluate>
+void sampleInto(const Sampler& sampler, const Ostrum::Array<Vantor::Math::float3>& positions,
+                Ostrum::Array<R>& results, const KDX::TileTree3D::VisitOrder& order,
+                const Evaluate& evaluate) {
+    using PositionT = typename Sampler::PositionType;
+    if constexpr (std::is_same_v<PositionT, Vantor::Math::float3>)
+        if (order.isIdentity())
+            return sampleInPlace(sampler, positions.data(), positions.size(), evaluate,
+                                 results.data());
+    sampleAll<PositionT, R>(sampler, viewOf(positions), 1, order, evaluate,
+                            [&results](std::size_t i, const R& result) { results[i] = result; });
+}
+
 /// results[i] = the value at positions[i], in world units, at any depth.
 template <class Sampler, class T>
 void sampleValues(const Sampler& sampler, const Ostrum::Array<Vantor::Math::float3>& positions,
                   Ostrum::Array<T>& results, const KDX::TileTree3D::VisitOrder& order) {
     using PositionT = typename Sampler::PositionType;
-    const auto evaluate = [](Sampler& own, const PositionT* chunk, std::size_t count, T* values) {
-        own.sample(chunk, count, Sampler::kAnyDepth, KDX::TileTree3D::kWorld, values);
-    };
-    if constexpr (std::is_same_v<PositionT, Vantor::Math::float3>)
-        if (order.isIdentity())
-            return sampleInPlace(sampler, positions.data(), positions.size(), evaluate,
-                                 results.data());
-    sampleAll<PositionT, T>(sampler, viewOf(positions), 1, order, evaluate,
-                            [&results](std::size_t i, const T& value) { results[i] = value; });
+    sampleInto(sampler, positions, results, order,
+               [](Sampler& own, const PositionT* chunk, std::size_t count, T* values) {
+                   own.sample(chunk, count, Sampler::kAnyDepth, KDX::TileTree3D::kWorld, values);
+               });
+}
+
+/// results[i] = the gradient at positions[i].
+template <class Sampler, class R>
+void sampleGradients(const Sampler& sampler, const Ostrum::Array<Vantor::Math::float3>& positions,
+                     Ostrum::Array<R>& results, const KDX::TileTree3D::VisitOrder& order) {
+    sampleInto(sampler, positions, results, order,
+               [](Sampler& own, const R* chunk, std::size_t count, R* gradients) {
+                   own.sampleGradient(chunk, count, Sampler::kAnyDepth, KDX::TileTree3D::kWorld,
+                                      gradients);
+               });
 }
 
 } // namespace Stratum

@@ -15,19 +15,10 @@ void sampleGradients(const Vantor::Object& object, const Ostrum::Array<float3>& 
         Stratum::forEachVolume<T>(object, property, [&](const auto& volume) {
             if (sampler != SamplerType::kLinear)
                 return;
-            const auto store = [&results](std::size_t i, const R& gradient) {
-                results[i] = gradient;
-            };
             Stratum::sampleLinear(volume, [&](const auto& linear) {
-                using Sampler = std::remove_cvref_t<decltype(linear)>;
-                const auto evaluate = [](Sampler& own, const R* chunk, std::size_t count,
-                                         R* gradients) {
-                    own.sampleGradient(chunk, count, Sampler::kAnyDepth, KDX::TileTree3D::kWorld,
-                                       gradients);
-                };
-                Stratum::sampleAll<R, R>(linear, Stratum::viewOf(positions), 1,
-                                         Stratum::visitOrder(volume, Stratum::viewOf(positions)),
-                                         evaluate, store);
+                Stratum::sampleGradients(linear, positions, results,
+                                         Stratum::visitOrder(volume, Stratum::viewOf(positions),
+                                                             Stratum::OrderFrom::kOnePlaceEach));
             });
         });
     };

@@ -6,13 +6,21 @@
 
 namespace Stratum {
 
-/// The order in which to sample a channel at positions in world units: their own where processor
-/// caches hold the channel.
+/// From how many bytes of values on another order than the positions' own pays for finding it:
+/// where every sample reads in one place, and waits for many at a time, only once a processor's
+/// table of page addresses no longer covers them; otherwise as soon as its caches do not.
+enum class OrderFrom : std::size_t {
+    kOnePlaceEach = std::size_t{128} << 20,
+    kManyPlacesEach = std::size_t{4} << 20,
+};
+
+/// The order in which to sample a channel at positions in world units.
 template <class Traits, class T>
 KDX::TileTree3D::VisitOrder visitOrder(const VolumeParts<Traits, T>& volume,
-                                       const KDX::TileTree3D::PositionsView& positions) {
-    constexpr std::size_t kCached = std::size_t{4} << 20;
-    if (static_cast<std::size_t>(volume.channel->elementCount(-1)) * sizeof(T) < kCached)
+                                       const KDX::TileTree3D::PositionsView& positions,
+                                       OrderFrom from) {
+    const auto bytes = static_cast<std::size_t>(volume.channel->elementCount(-1)) * sizeof(T);
+    if (bytes < static_cast<std::size_t>(from))
         return {};
     const auto extent = static_cast<float>(Traits::tileExtent(volume.channel->depth()));
     return {positions, extent * volume.container->voxelSize()};

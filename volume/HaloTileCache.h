@@ -36,6 +36,9 @@ public:
         return entries_[memo.slot].buffer.data();
     }
 
+    /// Whether the tile's halo tile is at hand.
+    bool holds(const TreeIndex& index) const { return memos_[index.depth].tile == index.index; }
+
 private:
     // The stamp tells when a slot was last used; with one slot a depth nothing has to choose by it.
     struct Entry {

@@ -5,6 +5,7 @@
 #include "volume/HaloTileCache.h"
 #include "volume/haloLayout.h"
 
+#include <array>
 #include <cstdint>
 
 namespace KDX::TileTree3D {
@@ -69,8 +70,9 @@ template <class ValueT, class PositionT>
     return (alongY[1] - alongY[0]) * f.z + alongY[0];
 }
 
-/// Reads cells of a plain channel: from their tile where that holds all corners, otherwise from a
-/// halo tile that is made on demand and kept. A copy starts without halo tiles.
+/// Reads cells of a plain channel: from their tile where that holds all corners, otherwise from the
+/// tiles around, or from a halo tile that is made on demand and kept. A copy starts without halo
+/// tiles.
 template <class Traits, class ValueT>
 class PlainCells {
     static constexpr int W = Traits::kVoxelsPerAxis;
@@ -84,7 +86,7 @@ public:
           corner_(type == VoxelOffsetType::kCorner), layout_(haloLayout<Traits>(type)) {}
 
     /// The cell that begins at voxel n of the tile, whose values are `tile`. Indices n run from -1
-    /// (from 0 for offset type 7) to W - 1.
+    /// (from 0 for offset type 7) to W - 1. Valid until the next cell is read.
     Cell<ValueT> read(const TreeIndex& index, const ValueT* tile, const int3& n) {
         ++sampleCount;
         // The lowest voxel of a cell-centred tile goes through the halo tile as well, so that all
@@ -93,6 +95,12 @@ public:
         if (n.x >= lowest && n.y >= lowest && n.z >= lowest && n.x + 1 < W && n.y + 1 < W &&
             n.z + 1 < W)
             return {tile, {W, 0}, n};
+        // Making a halo tile pays once a second sample needs it.
+        if (index != lastOutside_ && !hasHaloTile(index)) {
+            lastOutside_ = index;
+            if (gatherCorners(index, n))
+                return {corners_.data(), 2};
+        }
         return {haloTile(index), layout_, n};
     }
 
@@ -104,6 +112,10 @@ public:
 
 private:
     const ValueT* haloTile(const TreeIndex& index);
+    bool hasHaloTile(const TreeIndex& index) const {
+        return corner_ ? nodeCache.holds(index) : cellCache.holds(index);
+    }
+    bool gatherCorners(const TreeIndex& index, const int3& n);
 
     const Container<Traits>* container_;
     const Plain* channel_;
@@ -115,6 +127,9 @@ private:
     HaloTileCache<Traits, ValueT, W, 1> cellCache;
     /// Cells read, the stamp of the caches.
     std::uint64_t sampleCount = 0;
+    /// The tile of the last cell that was put together from several tiles, and its values.
+    TreeIndex lastOutside_;
+    std::array<ValueT, 8> corners_;
 };
 
 } // namespace KDX::TileTree3D
