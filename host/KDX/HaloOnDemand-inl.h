@@ -87,13 +87,18 @@ void HaloOnDemand<Traits, T>::fillTiles(int depth, std::size_t begin, std::size_
     const HaloTile<Traits, T> haloTile(*source_, halo.defaultValue());
     auto accessor = typename HaloTile<Traits, T>::Accessor(*source_->tree());
     HaloChain<Traits, T> ancestors(haloTile, &halo);
+    auto block = haloTile.makeBlock();
     T* const memory = static_cast<T*>(arena_.take(count));
     T* out = memory;
     for (std::size_t i = 0; i < count; ++i) {
         const auto [index, place] = wanted[i];
-        haloTile.fill(
-            index, accessor, [&] { return ancestors.parentOf(index, *source_->tree(), accessor); },
-            out);
+        const auto parentValues = [&, tile = index] {
+            return ancestors.parentOf(tile, *source_->tree(), accessor);
+        };
+        if (count > 1)
+            haloTile.fill(index, block, accessor, parentValues, out);
+        else
+            haloTile.fill(index, accessor, parentValues, out);
         const T* nobodys = nullptr;
         if (place->compare_exchange_strong(nobodys, out, std::memory_order_release,
                                            std::memory_order_relaxed))

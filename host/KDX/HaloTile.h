@@ -3,10 +3,12 @@
 
 #include "KDX/Channel.h"
 #include "KDX/Container.h"
+#include "KDX/HaloBlock.h"
 #include "KDX/RestrictedTiles.h"
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <vector>
 
 namespace KDX::TileTree3D {
@@ -37,6 +39,20 @@ public:
 
     int valueCount() const { return width_ * width_ * width_; }
 
+    using Block = HaloBlock<Traits, T>;
+    Block makeBlock() const { return Block(channel_, lower_); }
+
+    /// As fill(), for tiles that mostly follow each other: `block` is the one used for the last.
+    template <class ParentValues>
+    void fill(const TreeIndex& index, Block& block, Accessor& accessor,
+              const ParentValues& parentValues, T* out) const {
+        typename Block::Values values;
+        if (block.values(*channel_.tree()->tile(index), values)) [[likely]]
+            copyTile(values, out);
+        else
+            fill(index, accessor, parentValues, out);
+    }
+
     /// Fills `out` for the tile. `parentValues()` gives the parent's halo tile of the same layout;
     /// it is asked for only where a coarser neighbour holds data.
     template <class ParentValues>
@@ -45,9 +61,6 @@ public:
         const auto& tile = *channel_.tree()->tile(index);
         Neighbours found;
         findNeighbours(tile, index, accessor, found);
-        std::array<const T*, 27> values;
-        if (haveAllValues(index.depth, found, values)) [[likely]]
-            return copyTile(values, out);
         forEachDirection(
             [&](const int3& d) { fillBlock(tile, found[place(d)], d, parentValues, out); });
     }
@@ -108,9 +121,7 @@ private:
     // By direction: the deepest tile, not deeper than the tile itself, that covers the neighbour
     // cell.
     using Neighbours = std::array<TreeIndex, 27>;
-    static std::size_t place(const int3& d) {
-        return static_cast<std::size_t>((d.x + 1) + 3 * ((d.y + 1) + 3 * (d.z + 1)));
-    }
+    static std::size_t place(const int3& d) { return Block::place(d.x, d.y, d.z); }
 
     // Two cells an axis are found at a time: those at 0 and 1, or at -1 and 0 and then at 1.
     void findNeighbours(const Tile& tile, const TreeIndex& index, Accessor& accessor,
@@ -133,19 +144,8 @@ private:
                 }
     }
 
-    bool haveAllValues(int depth, const Neighbours& found, std::array<const T*, 27>& values) const {
-        bool all = true;
-        forEachDirection([&](const int3& d) {
-            const TreeIndex& index = found[place(d)];
-            const T* own = index.depth == depth ? channel_.tileData(index).data() : nullptr;
-            values[place(d)] = own;
-            all = all && own;
-        });
-        return all;
-    }
-
     // The whole tile from neighbours that all hold values at its depth, row by row.
-    void copyTile(const std::array<const T*, 27>& values, T* out) const {
+    void copyTile(const typename Block::Values& values, T* out) const {
         if (lower_ == 0)
             copyRows<0, 1>(values, out);
         else if (upperEnd_ == W + 1)
@@ -155,19 +155,36 @@ private:
     }
 
     template <int lower, int upper>
-    static void copyRows(const std::array<const T*, 27>& values, T* out) {
-        for (int k = -lower; k < W + upper; ++k)
-            for (int j = -lower; j < W + upper; ++j) {
-                const int dz = k < 0 ? -1 : k < W ? 0 : 1, dy = j < 0 ? -1 : j < W ? 0 : 1;
-                const int row = W * ((j - dy * W) + W * (k - dz * W));
-                const T* const* const along = &values[place({0, dy, dz})];
+    static void copyRows(const typename Block::Values& values, T* out) {
+        const auto planes = [&](int dz, int begin, int end) {
+            for (int k = begin; k < end; ++k) {
+                const auto rows = [&](int dy, int first, int last) {
+                    const T* const* const along = &values[Block::place(0, dy, dz)];
+                    const int row = W * (first + W * k);
+                    const T *below = lower > 0 ? along[-1] + row : nullptr, *own = along[0] + row,
+                            *above = along[1] + row;
+                    for (int j = first; j < last; ++j) {
+                        if constexpr (lower > 0) {
+                            *out++ = below[W - 1];
+                            below += W;
+                        }
+                        std::memcpy(out, own, W * sizeof(T));
+                        std::memcpy(out + W, above, upper * sizeof(T));
+                        out += W + upper;
+                        own += W;
+                        above += W;
+                    }
+                };
                 if constexpr (lower > 0)
-                    *out++ = along[-1][row + W - 1];
-                for (int i = 0; i < W; ++i)
-                    *out++ = along[0][row + i];
-                for (int i = 0; i < upper; ++i)
-                    *out++ = along[1][row + i];
+                    rows(-1, W - lower, W);
+                rows(0, 0, W);
+                rows(1, 0, upper);
             }
+        };
+        if constexpr (lower > 0)
+            planes(-1, W - lower, W);
+        planes(0, 0, W);
+        planes(1, 0, upper);
     }
 
     template <class ParentValues>

@@ -119,6 +119,50 @@ public:
             findOthers(first, count, depth, tilesByDepth, cursor, entries, tag, found);
     }
 
+    /// Calls use(x, y, z, index) for the tiles of `depth` in a box of `count` tiles that begins at
+    /// `first` and lies within one page; those that do not exist at that depth are left out. False,
+    /// and no call, where the box reaches beyond every tile.
+    template <class Use>
+    bool forEachInBox(const WideIndex& first, const int3& count, int depth, Cursor& cursor,
+                      const Use& use) const {
+        const int group = groupOf(depth);
+        const std::int64_t extent = Traits::tileExtent(depth);
+        Place place{}, last{};
+        if (!toPlace(first, place) ||
+            !toPlace(WideIndex{first.x + extent * (count.x - 1), first.y + extent * (count.y - 1),
+                               first.z + extent * (count.z - 1)},
+                     last))
+            return false;
+        if (group > finestGroup_)
+            return true;
+        const Place begin = cellAt(group, place);
+        enterPage(group, pageOf(begin), cursor);
+        if (!cursor.page.cells)
+            return true;
+        const Page page = cursor.page;
+        const auto step =
+            static_cast<std::uint32_t>(extent / Traits::tileExtent(finestDepthOf(group)));
+        const auto tag = static_cast<std::uint32_t>(depth - depthOf(group, 0));
+        for (int z = 0; z < count.z; ++z)
+            for (int y = 0; y < count.y; ++y)
+                for (int x = 0; x < count.x; ++x) {
+                    const std::uint32_t entry =
+                        page.cells[cellInPage({begin.x + step * static_cast<std::uint32_t>(x),
+                                               begin.y + step * static_cast<std::uint32_t>(y),
+                                               begin.z + step * static_cast<std::uint32_t>(z)},
+                                              page.level)];
+                    if (entry >> kIndexBits == tag)
+                        use(x, y, z, TreeIndex{entry & kIndexMask, depth});
+                }
+        return true;
+    }
+
+    /// Tiles of `depth` an axis of a page.
+    static int tilesPerPage(int depth) {
+        const int extent = Traits::tileExtent(finestDepthOf(groupOf(depth)));
+        return kCellsPerAxis * extent / Traits::tileExtent(depth);
+    }
+
     std::size_t memoryUsage() const {
         std::size_t bytes = 0;
         for (const Group& group : groups_)

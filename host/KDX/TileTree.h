@@ -60,6 +60,14 @@ public:
         pages_.findBlock(first, count, depth, tiles_, cursor, found);
     }
 
+    /// See TilePages.
+    template <class Use>
+    bool forEachInBox(const WideIndex& first, const int3& count, int depth, Cursor& cursor,
+                      const Use& use) const {
+        return pages_.forEachInBox(first, count, depth, cursor, use);
+    }
+    static int tilesPerPage(int depth) { return TilePages<Traits>::tilesPerPage(depth); }
+
     /// Bytes held for the tree itself, without channels.
     std::size_t memoryUsage() const {
         std::size_t bytes = pages_.memoryUsage();

@@ -27,12 +27,13 @@ void fillHaloLevel(const HaloTile<Traits, T>& haloTile, const Container<Traits>&
     const auto fillRange = [&](const Stratum::IndexRange& range) {
         auto accessor = container.tileAccessor();
         HaloChain<Traits, T> ancestors(haloTile, coarser);
+        auto block = haloTile.makeBlock();
         for (std::size_t i = range.begin(); i < range.end(); ++i) {
             const TreeIndex index{static_cast<std::int64_t>(i), depth};
             if (T* out = halo.writableTileData(index))
                 haloTile.fill(
-                    index, accessor, [&] { return ancestors.parentOf(index, tree, accessor); },
-                    out);
+                    index, block, accessor,
+                    [&] { return ancestors.parentOf(index, tree, accessor); }, out);
         }
     };
     Stratum::parallelForIsolated(tree.tiles(depth).size(), kGrain, fillRange);
