@@ -54,4 +54,5 @@ for page in pages:
 readme = pages[0].read_text()
 failures += [f"README.md has no link to docs/{page.name}" for page in pages[1:]
              if f"](docs/{page.name})" not in readme]
-sys.exit("\n".join(failures))
+if failures:
+    sys.exit("\n".join(failures))

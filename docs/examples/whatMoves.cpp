@@ -23,7 +23,7 @@ namespace {
 struct Inputs {
     double amount = 1000;
     std::int64_t seed = 12;
-    std::vector<long long> seedArray;
+    std::vector<long long> seedArray = {};
     std::int64_t most = -1; ///< max_number, if not negative
     float mask = -1;        ///< the mask's value everywhere; none if negative
     bool discard = false, invert = false;
