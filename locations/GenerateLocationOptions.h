@@ -8,6 +8,7 @@
 
 #include <cstdint>
 
+/// The types of parameters of nodes that work on geometry.
 namespace VantorExp::Geometry {
 
 /// What part of a geometry is sampled.
@@ -30,34 +31,44 @@ enum class MaskControl : std::int32_t {
 
 } // namespace VantorExp::Geometry
 
+/// Scattering of sample locations.
 namespace Vantor::Sample {
 
 /// The inputs of generateSampleLocations(). Copies share the seed array.
 struct STRATUM_API GenerateLocationOptions {
     GenerateLocationOptions();
+    /// Shares the seed array.
     GenerateLocationOptions(const GenerateLocationOptions& other);
     /// Takes the seed array over, which `other` then lacks, and copies all else.
     // NOLINTNEXTLINE(performance-noexcept-move-constructor): copying may fail
     GenerateLocationOptions(GenerateLocationOptions&& other);
     ~GenerateLocationOptions();
+    /// Shares the seed array.
     GenerateLocationOptions& operator=(const GenerateLocationOptions& other);
     /// Takes the seed array and the mask property over.
     GenerateLocationOptions& operator=(GenerateLocationOptions&& other) noexcept;
 
+    /// Which generator runs, together with the kind of geometry; volumes take any value.
     VantorExp::Geometry::SampleType sample_type = VantorExp::Geometry::SampleType::Surface;
     /// A number of samples or a density. A negative one counts as 0, and NaN makes none; a count
     /// that is not whole is rounded up with the probability of its fraction.
     double amount = 0;
     /// Any value other than Density is a count.
     VantorExp::Geometry::AmountType amount_type = VantorExp::Geometry::AmountType::Density;
+    /// Any value other than Resample drops what the mask rejects, but for points, where a value
+    /// that is neither gives locations of kind 0. Without effect on meshes by density, whose
+    /// rejected samples are dropped, and on volumes, whose are drawn again.
     VantorExp::Geometry::MaskControl mask_control = VantorExp::Geometry::MaskControl::Resample;
+    /// All 64 bits count.
     std::int64_t seed = 0;
     /// Folded into the seed, in order; may be null.
     Ostrum::Ptr<Ostrum::Array<long long>> seed_array;
+    /// Whether max_number limits the number of samples.
     bool use_max_number = false;
     /// At most so many samples, if use_max_number; a negative number counts as 0. On points the
     /// rounding of a fraction may add one.
     std::int64_t max_number = 0;
+    /// Whether mask_property decides which samples are kept.
     bool use_mask = false;
     /// The property whose value at a sample is the probability of keeping it: 0 or less and NaN
     /// never, 1 and more always (but for a draw of exactly 1). bool counts as 0 or 1, a vector by

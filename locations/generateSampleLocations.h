@@ -12,8 +12,8 @@ namespace Vantor::Sample {
 /// Replaces `locations` by random ones on the geometry: on the faces of a mesh or along strands
 /// (sample_type Surface), among the points of a point cloud, mesh or strand object (Points), or in
 /// the cells of a volume that hold density or lie inside a surface (see scatterInVolume()). Any
-/// other geometry leaves `locations` as they were; a volume without such channels empties them,
-/// with a line on the standard error stream.
+/// other geometry leaves `locations` as they were, and so does a volume without such channels, with
+/// a line on the standard error stream.
 ///
 /// The same inputs give the same locations, whatever the number of threads: every number drawn
 /// depends on the seed and an index alone.

@@ -8,6 +8,7 @@
 #include "common/Math.h"
 #include "common/export.h"
 
+/// Operators that ask a geometry or a volume for something.
 namespace Geometry::Query {
 
 /// How values are interpolated between voxels, at the deepest tile that holds the position. The
@@ -20,6 +21,13 @@ enum class SamplerType : int {
     kCubicC1 = 2, ///< tricubic with central differences as tangents (Catmull-Rom)
 };
 
+#define STRATUM_SAMPLE_VOLUME(T)                                                                   \
+    STRATUM_API void sample_volume(const Vantor::Object& object,                                   \
+                                   const Ostrum::Array<Vantor::Math::float3>& positions,           \
+                                   const T& default_value, const Ostrum::String& property,         \
+                                   SamplerType sampler, Ostrum::Ptr<Ostrum::Array<T>>& out)
+
+/// @{
 /// Reads the channel `property` of a volume at world positions, one value a position.
 ///
 /// `out` becomes a new array with as many values as there are positions. Every value is
@@ -32,12 +40,6 @@ enum class SamplerType : int {
 /// enclosing task group is cancelled, the host is told that "sample_volume" ended, and `out`
 /// becomes an empty array. Other failures, such as memory running out, leave as exceptions, with
 /// `out` as it was. Runs in parallel; safe to call from many threads.
-#define STRATUM_SAMPLE_VOLUME(T)                                                                   \
-    STRATUM_API void sample_volume(const Vantor::Object& object,                                   \
-                                   const Ostrum::Array<Vantor::Math::float3>& positions,           \
-                                   const T& default_value, const Ostrum::String& property,         \
-                                   SamplerType sampler, Ostrum::Ptr<Ostrum::Array<T>>& out)
-
 STRATUM_SAMPLE_VOLUME(float);
 STRATUM_SAMPLE_VOLUME(double);
 STRATUM_SAMPLE_VOLUME(Vantor::Math::double3);
@@ -47,9 +49,11 @@ STRATUM_SAMPLE_VOLUME(Vantor::Math::float3x3);
 STRATUM_SAMPLE_VOLUME(Vantor::Math::float4);
 STRATUM_SAMPLE_VOLUME(Vantor::Math::float4x2);
 STRATUM_SAMPLE_VOLUME(Vantor::Math::float4x4);
+/// @}
 
 #undef STRATUM_SAMPLE_VOLUME
 
+/// @{
 /// The gradient per world unit of a scalar channel at world positions, as sample_volume() samples:
 /// of the trilinear interpolation with kLinear. `default_value` in all three components stands
 /// where nothing can be sampled, which includes the cubic samplers; outside a channel's tiles the
@@ -64,5 +68,6 @@ STRATUM_API void sample_volume_gradient(const Vantor::Object& object,
                                         const double& default_value, const Ostrum::String& property,
                                         SamplerType sampler,
                                         Ostrum::Ptr<Ostrum::Array<Vantor::Math::double3>>& out);
+/// @}
 
 } // namespace Geometry::Query

@@ -11,6 +11,7 @@
 
 #include <cstdint>
 
+/// The types of parameters that a node shows.
 namespace VantorExp {
 
 /// The host's choice of a way to sample. Every value means linear interpolation here.
@@ -18,8 +19,17 @@ enum class SampleMethod : std::int32_t {};
 
 } // namespace VantorExp
 
+/// Operators that a host's own nodes are made of.
 namespace Geometry::Internal {
 
+#define STRATUM_SAMPLE_VOLUME_PROPERTY(T)                                                          \
+    STRATUM_API void sample_volume_property(                                                       \
+        const Vantor::Object& object,                                                              \
+        const Ostrum::Array<Vantor::Geometry::Common::GeoLocation>& locations,                     \
+        const Ostrum::String& property, const T& default_value, VantorExp::SampleMethod method,    \
+        Ostrum::Ptr<Ostrum::Array<T>>& values, Ostrum::Ptr<Ostrum::Array<bool>>& valid)
+
+/// @{
 /// Reads the channel `property` of a volume at the world positions of locations, which are the
 /// first three weights whatever the location's kind: one value and one flag a location, linearly
 /// interpolated. A flag says that a value was written, not that the place lies inside the volume:
@@ -38,13 +48,6 @@ namespace Geometry::Internal {
 /// with trees of both shapes is sampled in both, and the second one's values remain. A cancellation
 /// of the job, failing memory and parts that belong to different trees leave as exceptions, with
 /// both arrays empty, or as they were when there is no memory even for those.
-#define STRATUM_SAMPLE_VOLUME_PROPERTY(T)                                                          \
-    STRATUM_API void sample_volume_property(                                                       \
-        const Vantor::Object& object,                                                              \
-        const Ostrum::Array<Vantor::Geometry::Common::GeoLocation>& locations,                     \
-        const Ostrum::String& property, const T& default_value, VantorExp::SampleMethod method,    \
-        Ostrum::Ptr<Ostrum::Array<T>>& values, Ostrum::Ptr<Ostrum::Array<bool>>& valid)
-
 STRATUM_SAMPLE_VOLUME_PROPERTY(float);
 STRATUM_SAMPLE_VOLUME_PROPERTY(double);
 STRATUM_SAMPLE_VOLUME_PROPERTY(Vantor::Math::double3);
@@ -54,6 +57,7 @@ STRATUM_SAMPLE_VOLUME_PROPERTY(Vantor::Math::float3x3);
 STRATUM_SAMPLE_VOLUME_PROPERTY(Vantor::Math::float4);
 STRATUM_SAMPLE_VOLUME_PROPERTY(Vantor::Math::float4x2);
 STRATUM_SAMPLE_VOLUME_PROPERTY(Vantor::Math::float4x4);
+/// @}
 
 #undef STRATUM_SAMPLE_VOLUME_PROPERTY
 

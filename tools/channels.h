@@ -8,6 +8,7 @@
 #include "common/Math.h"
 #include "io/Volume.h"
 
+#include <algorithm>
 #include <limits>
 #include <string>
 #include <type_traits>
@@ -107,6 +108,18 @@ WorldBounds boundsOf(const PlainChannel<Shape, T>& channel) {
         extend(tile.tijk().z, bounds.lower.z, bounds.upper.z);
     });
     return bounds;
+}
+
+/// How far from the origin the channel's data reach along an axis, in voxels of the tile there.
+template <class Shape, class T>
+double farthestInVoxels(const PlainChannel<Shape, T>& channel) {
+    double farthest = 0;
+    forEachDataTile<Shape, T>(channel, [&](const auto& tile, const auto&) {
+        const double extent = tile.tileVoxelWidth(), width = tile.voxelDataWidth();
+        for (const double origin : {tile.tijk().x, tile.tijk().y, tile.tijk().z})
+            farthest = std::max({farthest, -origin / width, (origin + extent) / width});
+    });
+    return farthest;
 }
 
 } // namespace Stratum::tools

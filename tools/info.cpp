@@ -139,12 +139,29 @@ std::string describe(const io::Volume& volume, const CommonOptions& options) {
     return text;
 }
 
+// Beyond 2^20 voxels positions in single precision are an eighth of a voxel apart, and more.
+void warnOfDistance(const io::Volume& volume) {
+    constexpr double kFar = 0x1p20;
+    double farthest = 0;
+    for (const auto& info : volume.channels)
+        visitChannel(*volume.object, info.name,
+                     [&]<class Shape, class T>(const PlainChannel<Shape, T>& channel) {
+                         farthest = std::max(farthest, farthestInVoxels<Shape, T>(channel));
+                     });
+    if (farthest > kFar)
+        warn(format("data reach %.0f voxels from the origin; positions are of single precision and "
+                    "lose their fractions there",
+                    farthest));
+}
+
 void printInfo(const CommonOptions& options, io::Provenance provenance) {
     provenance.inputs.push_back(options.file);
     const Run run(options);
     Progress progress(options, 2);
     progress.step("reading the volume");
     const io::Volume volume = loadVolume(options);
+    if (!options.quiet)
+        warnOfDistance(volume);
     progress.step("looking at its values");
     Results results;
     results.out().write(options.json ? infoJson(volume, options.file, provenance)

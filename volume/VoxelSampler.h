@@ -29,9 +29,9 @@ enum PositionSpace : int { kIndex = 0, kWorld = 2 };
 /// in [0, 1), or is 1 or more where rounding at a tile's upper face put the position at W.
 template <class PositionT>
 struct VoxelLocation {
-    TreeIndex treeIndex;
-    int3 n{0, 0, 0};
-    PositionT f{0, 0, 0};
+    TreeIndex treeIndex;  ///< of the tile
+    int3 n{0, 0, 0};      ///< the voxel, by local indices
+    PositionT f{0, 0, 0}; ///< the fractions
 };
 
 /// Finds tiles. A sampler is a value object for one thread: copy it for every task. It holds
@@ -40,11 +40,15 @@ struct VoxelLocation {
 template <class Traits, class PositionT>
 class VoxelSampler {
 public:
+    /// The precision that positions are computed in.
     using ScalarT = std::conditional_t<std::is_same_v<PositionT, double3>, double, float>;
-    using ContainerT = Container<Traits>;
+    using ContainerT = Container<Traits>; ///< whose tiles are searched
 
+    /// The parts must outlive the sampler and its copies.
     VoxelSampler(const ContainerT& container, const VoxelTopology<Traits>& topology);
+    /// A copy starts without a tile of its own.
     VoxelSampler(const VoxelSampler& other);
+    /// Forgets the tile, as a copy does.
     VoxelSampler& operator=(const VoxelSampler& other);
     virtual ~VoxelSampler();
 
@@ -73,15 +77,15 @@ public:
         return true;
     }
 
-    using Block = PositionBlock<ScalarT>;
+    using Block = PositionBlock<ScalarT>; ///< positions that are located together
 
     /// A block of positions and their tiles. A run of consecutive positions lies in one tile, or in
     /// none: invalid then. Run r ends where run r + 1 begins; one more begins at the block's end.
     struct Located {
-        Block block;
-        std::size_t runCount = 0;
-        std::array<TreeIndex, Block::kSize> tiles;
-        std::array<std::size_t, Block::kSize + 1> begins;
+        Block block;                                      ///< cells and fractions
+        std::size_t runCount = 0;                         ///< how many runs there are
+        std::array<TreeIndex, Block::kSize> tiles;        ///< of each run
+        std::array<std::size_t, Block::kSize + 1> begins; ///< of each run
     };
 
     /// The same for 1 to Block::kSize positions.
@@ -105,16 +109,16 @@ public:
     }
 
 protected:
-    using Record = typename ContainerT::Record;
+    using Record = typename ContainerT::Record; ///< a tile as a search finds it
 
-    typename ContainerT::ConstTileAccessor accessor;
+    typename ContainerT::ConstTileAccessor accessor; ///< remembers where it searched
     /// 1 / voxelSize(), 0 for a voxel size of 0.
     ScalarT worldToVoxel;
-    PositionT offset;
-    VoxelOffsetType offsetType;
-    SamplePlacement<ScalarT> placement;
-    const BlockKernels<ScalarT>* kernels;
-    Record currentTile;
+    PositionT offset;                     ///< of samples in their voxels
+    VoxelOffsetType offsetType;           ///< what kind of offset that is
+    SamplePlacement<ScalarT> placement;   ///< the same, for blocks
+    const BlockKernels<ScalarT>* kernels; ///< for this processor
+    Record currentTile;                   ///< the last one found
     /// Points to `currentTile`, in every copy to its own.
     const Record* currentTilePtr = &currentTile;
 

@@ -40,9 +40,10 @@ class VoxelSamplerCubic : public VoxelSampler<Traits, PositionT> {
     using Place = CubicPlace<Traits, PositionT>;
 
 public:
-    using PositionType = PositionT;
-    using PlainChannel = Channel<Traits, ValueT, W, 0, 0>;
-    using MaskChannel = Channel<Traits, std::uint16_t, W, 0, 0>;
+    using PositionType = PositionT;                              ///< float3 or double3
+    using PlainChannel = Channel<Traits, ValueT, W, 0, 0>;       ///< as volumes carry it
+    using MaskChannel = Channel<Traits, std::uint16_t, W, 0, 0>; ///< of flag words
+    /// What a sampler of the operators passes as depth limit.
     static constexpr int kFinestDepth = Traits::kFinestDepth;
     /// The depth limit that stands for no limit, whatever the tree's shape.
     static constexpr int kAnyDepth = 28;

@@ -27,16 +27,17 @@ class VoxelSamplerLinear : public VoxelSampler<Traits, PositionT> {
     using Base = VoxelSampler<Traits, PositionT>;
 
 public:
-    using PositionType = PositionT;
-    using PlainChannel = Channel<Traits, ValueT, W, 0, 0>;
-    using HaloChannel = Channel<Traits, ValueT, W + 1, 0, 0>;
+    using PositionType = PositionT;                           ///< float3 or double3
+    using PlainChannel = Channel<Traits, ValueT, W, 0, 0>;    ///< as volumes carry it
+    using HaloChannel = Channel<Traits, ValueT, W + 1, 0, 0>; ///< as computeHalo() fills it
     /// What a sampler of the operators passes as depth limit.
     static constexpr int kFinestDepth = Traits::kFinestDepth;
-    static constexpr int kAnyDepth = kFinestDepth;
+    static constexpr int kAnyDepth = kFinestDepth; ///< no limit
 
-    /// Both throw std::invalid_argument when the parts do not belong to one tree.
+    /// Throws std::invalid_argument when the parts do not belong to one tree.
     VoxelSamplerLinear(const Container<Traits>& container, const VoxelTopology<Traits>& topology,
                        const PlainChannel& channel);
+    /// The same on a halo channel.
     VoxelSamplerLinear(const Container<Traits>& container, const VoxelTopology<Traits>& topology,
                        const HaloChannel& haloChannel);
 
@@ -50,6 +51,7 @@ public:
         return gather(position, maxDepthArg, space, corners) ? trilinear(corners.cell, corners.f)
                                                              : defaultValue;
     }
+    /// The same, as an out-parameter.
     void sample(const PositionT& position, int maxDepthArg, int space, ValueT& value) {
         value = sample(position, maxDepthArg, space);
     }

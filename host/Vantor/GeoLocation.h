@@ -23,13 +23,15 @@ enum LocationKind : std::uint32_t {
 /// hold kInvalidIndex and 0. For a location inside a volume the first three weights are its world
 /// position.
 struct OSTRUM_API GeoLocation {
-    std::uint32_t kind = kNoLocation;
-    std::uint32_t element = 0;
+    std::uint32_t kind = kNoLocation; ///< a LocationKind
+    std::uint32_t element = 0;        ///< the face, strand or point; a number of a cell in a volume
+    /// The element's vertices.
     std::array<std::uint32_t, 4> indices{kInvalidIndex, kInvalidIndex, kInvalidIndex,
                                          kInvalidIndex};
-    std::array<float, 4> weights{};
+    std::array<float, 4> weights{};          ///< of those vertices
     std::array<std::uint64_t, 4> reserved{}; ///< the host's own
 
+    /// Of all fields.
     bool operator==(const GeoLocation&) const = default;
 };
 
