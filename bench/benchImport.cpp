@@ -78,8 +78,7 @@ void make(const std::string& kind, int size, const std::string& path, bool compr
                                       static_cast<float>(size), openvdb::Vec3f(0), 1.0F);
     grid->setName("density");
     openvdb::io::File file(path);
-    file.setCompression(compressed ? openvdb::io::COMPRESS_ACTIVE_MASK |
-                                         openvdb::io::COMPRESS_BLOSC
+    file.setCompression(compressed ? openvdb::io::COMPRESS_ACTIVE_MASK | openvdb::io::COMPRESS_BLOSC
                                    : openvdb::io::COMPRESS_NONE);
     file.write({grid});
     print("voxels", static_cast<double>(grid->activeVoxelCount()));
@@ -160,9 +159,8 @@ void check(const std::string& path, TreeShape shape) {
     for (float3& p : positions)
         p = {std::round(p.x), std::round(p.y), std::round(p.z)};
     Ostrum::Ptr<Ostrum::Array<float>> values;
-    Geometry::Query::sample_volume(
-        *volume.object, positions, 0.0F, "density",
-        Geometry::Query::SamplerType::kLinear, values);
+    Geometry::Query::sample_volume(*volume.object, positions, 0.0F, "density",
+                                   Geometry::Query::SamplerType::kLinear, values);
     for (std::size_t i = 0; i < positions.size(); ++i) {
         const openvdb::Coord ijk(static_cast<int>(positions[i].x), static_cast<int>(positions[i].y),
                                  static_cast<int>(positions[i].z));
