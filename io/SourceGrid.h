@@ -124,11 +124,13 @@ private:
     void addTyped(Vantor::Object& object, const Ostrum::Ptr<const TileTree<Shape>>& tree,
                   const TileFlags& holds, const std::vector<std::string>& names) const {
         using Builder = ChannelBuilder<Shape, T>;
-        Builder builder(tree, name, toChannelValue(region_.background()),
-                        [&holds](const auto&, const TreeIndex& index) {
-                            return holds[static_cast<std::size_t>(index.depth)]
-                                        [static_cast<std::size_t>(index.index)] != 0;
-                        });
+        Builder builder(
+            tree, name, toChannelValue(region_.background()),
+            [&holds](const auto&, const TreeIndex& index) {
+                return holds[static_cast<std::size_t>(index.depth)]
+                            [static_cast<std::size_t>(index.index)] != 0;
+            },
+            Builder::Initial::kUnset);
         builder.fillTiles([this](const auto& tile, const TreeIndex&, auto values) {
             if (Ostrum::isJobCancelled())
                 return;
@@ -140,23 +142,62 @@ private:
             Vantor::Geometry::addChannel(object, channel, channelName);
     }
 
-    // Coarse tiles are constant throughout, so the voxel at each data voxel's lower corner will do.
     template <class Shape, class Tile, class Values>
     void fillTile(const Tile& tile, Values values) const {
         constexpr int W = Shape::kVoxelsPerAxis;
-        const int width = tile.voxelDataWidth();
-        const int3 origin = tile.tijk();
         typename Region::Reader reader(region_);
-        const auto coordinate = [&](std::size_t axis, int from, int voxel) {
-            return clamped(from + std::int64_t{voxel} * width - placement.shift[axis]);
-        };
-        for (int i = 0; i < W; ++i)
+        const std::array<std::int64_t, 3> lower = inGrid(tile.tijk());
+        const GridIndex first{clamped(lower[0]), clamped(lower[1]), clamped(lower[2])};
+        // Coarse tiles are constant throughout.
+        if (tile.depth() < Shape::kFinestDepth) {
+            std::ranges::fill(values, toChannelValue(reader.value(first)));
+            return;
+        }
+        const bool isInside = std::ranges::all_of(lower, [](std::int64_t v) {
+            return v == clamped(v) && v + W - 1 == clamped(v + W - 1);
+        });
+        if (!isInside)
+            return fillVoxels<W>(lower, reader, values);
+        const GridBox box{first, {first[0] + W - 1, first[1] + W - 1, first[2] + W - 1}};
+        reader.forEachPart(box, [&](const GridBox& part, const typename Region::Cover& cover) {
+            if (part == box && cover.voxels)
+                copyPart<W, W>(part, box, cover, values);
+            else
+                copyPart<W, 0>(part, box, cover, values);
+        });
+    }
+
+    // A tile that is partly beyond the grid's own indices, where there is background.
+    template <int W, class Values>
+    void fillVoxels(const std::array<std::int64_t, 3>& lower, typename Region::Reader& reader,
+                    Values values) const {
+        for (int k = 0; k < W; ++k)
             for (int j = 0; j < W; ++j)
-                for (int k = 0; k < W; ++k) {
-                    const GridIndex ijk{coordinate(0, origin.x, i), coordinate(1, origin.y, j),
-                                        coordinate(2, origin.z, k)};
-                    values[i + W * (j + W * k)] = toChannelValue(reader.value(ijk));
-                }
+                for (int i = 0; i < W; ++i)
+                    values[i + W * (j + W * k)] = toChannelValue(reader.value(
+                        {clamped(lower[0] + i), clamped(lower[1] + j), clamped(lower[2] + k)}));
+    }
+
+    // `Edge` is that of a cubic part when it is known beforehand, so that its loops unroll.
+    template <int W, int Edge, class Values>
+    static void copyPart(const GridBox& part, const GridBox& tile,
+                         const typename Region::Cover& cover, Values values) {
+        std::array<int, 3> size{}, at{};
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            size[axis] = Edge != 0 ? Edge : part.max[axis] - part.min[axis] + 1;
+            at[axis] = Edge == W ? 0 : part.min[axis] - tile.min[axis];
+        }
+        constexpr int kRow = 1 << Access::kLeafLog2;
+        const auto* from = cover.voxels ? cover.voxels + Region::voxelOf(part.min) : nullptr;
+        for (int k = 0; k < size[2]; ++k)
+            for (int j = 0; j < size[1]; ++j)
+                for (int i = 0; i < size[0]; ++i)
+                    values[at[0] + i + W * (at[1] + j + W * (at[2] + k))] =
+                        toChannelValue(from ? from[kRow * (kRow * i + j) + k] : cover.other);
+    }
+
+    std::array<std::int64_t, 3> inGrid(const int3& ijk) const {
+        return {ijk.x - placement.shift[0], ijk.y - placement.shift[1], ijk.z - placement.shift[2]};
     }
 
     std::shared_ptr<const void> owner_;

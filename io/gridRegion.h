@@ -8,7 +8,6 @@
 #include <cstring>
 #include <limits>
 #include <map>
-#include <optional>
 
 namespace Stratum::io {
 
@@ -45,8 +44,9 @@ struct RootCell {
 
 /// Reads a tree of nodes: a table of cells, two levels of internal nodes, and leaves of voxels.
 /// `Access` gives Value, Upper, Lower and Leaf, `isChild`, `child` and `value` of a node's entry n,
-/// and the edges as powers of two. Entries of a node are ordered with z fastest. Values are
-/// compared by their bits, so NaN equals itself; whether voxels are active plays no role.
+/// the `voxels` of a leaf, and the edges as powers of two. Entries of a node are ordered with z
+/// fastest. Values are compared by their bits, so NaN equals itself; whether voxels are active
+/// plays no role.
 template <class Access>
 class GridRegion {
 public:
@@ -68,73 +68,138 @@ public:
         if (inside.empty() || inside != box)
             finding.add(background_);
         if (!inside.empty())
-            scanRoot(inside, finding);
+            scan(inside, finding);
         if (finding.mixed)
             return Content::kMixed;
-        return same(*finding.first, background_) ? Content::kBackground : Content::kConstant;
+        return same(finding.first, background_) ? Content::kBackground : Content::kConstant;
     }
 
-    /// Reads voxels, fast where one leaf follows another. One reader serves one thread.
+    /// What covers a voxel: an entry of a lower node that is a leaf, or else one value throughout.
+    struct Cover {
+        const typename Access::Lower* lower = nullptr;
+        unsigned entry = 0;
+        const Value* voxels = nullptr; ///< of the leaf, null for none
+        Value other{};
+    };
+
+    /// Finds what covers voxels, fast where one leaf follows another. One reader serves one thread.
     class Reader {
     public:
         explicit Reader(const GridRegion& region) : region_(region) {}
 
-        Value value(const GridIndex& ijk) {
+        /// Valid up to the next call.
+        const Cover& cover(const GridIndex& ijk) {
             const GridIndex origin = aligned(ijk, Access::kLeafLog2);
-            if (leaf_ == nullptr || origin != leafOrigin_) {
-                leaf_ = nullptr;
-                leafOrigin_ = origin;
-                other_ = find(ijk);
+            if (!isKnown_ || origin != origin_) {
+                isKnown_ = true;
+                origin_ = origin;
+                cover_ = region_.find(ijk);
             }
-            return leaf_ ? Access::value(*leaf_, entryOf(ijk, Access::kLeafLog2, 0)) : other_;
+            return cover_;
+        }
+
+        Value value(const GridIndex& ijk) {
+            const Cover& found = cover(ijk);
+            return found.voxels ? found.voxels[voxelOf(ijk)] : found.other;
+        }
+
+        /// Calls `f(part, cover)` for the parts of a box that lie in one leaf or none each.
+        template <class F>
+        void forEachPart(const GridBox& box, const F& f) {
+            GridBox part{};
+            forEachSpan(box, 0, part, [&] { f(part, cover(part.min)); });
         }
 
     private:
-        // The value of what is no leaf; a leaf is noted.
-        Value find(const GridIndex& ijk) {
-            const auto cell = region_.cells_.find(aligned(ijk, kUpperLog2));
-            if (cell == region_.cells_.end())
-                return region_.background_;
-            if (!cell->second.node)
-                return cell->second.value;
-            const auto& upper = *cell->second.node;
-            const auto n = entryOf(ijk, kUpperLog2, kLowerLog2);
-            if (!Access::isChild(upper, n))
-                return Access::value(upper, n);
-            const auto& lower = *Access::child(upper, n);
-            const auto m = entryOf(ijk, kLowerLog2, Access::kLeafLog2);
-            if (!Access::isChild(lower, m))
-                return Access::value(lower, m);
-            leaf_ = Access::child(lower, m);
-            return {};
+        template <class F>
+        static void forEachSpan(const GridBox& box, std::size_t axis, GridBox& part, const F& f) {
+            if (axis == 3)
+                return f();
+            constexpr int kLast = (1 << Access::kLeafLog2) - 1;
+            for (std::int64_t at = box.min[axis]; at <= box.max[axis]; at = part.max[axis] + 1LL) {
+                part.min[axis] = static_cast<int>(at);
+                part.max[axis] = std::min(part.min[axis] | kLast, box.max[axis]);
+                forEachSpan(box, axis + 1, part, f);
+            }
         }
 
         const GridRegion& region_;
-        const typename Access::Leaf* leaf_ = nullptr;
-        GridIndex leafOrigin_{};
-        Value other_{};
+        bool isKnown_ = false;
+        GridIndex origin_{};
+        Cover cover_;
     };
+
+    /// The place of a voxel in its leaf.
+    static unsigned voxelOf(const GridIndex& ijk) { return entryOf(ijk, Access::kLeafLog2, 0); }
+
+    /// Calls `f(lower)` for every lower node.
+    template <class F>
+    void forEachLower(const F& f) const {
+        for (const auto& [origin, cell] : cells_)
+            for (unsigned n = 0; cell.node && n < kUpperEntries; ++n)
+                if (Access::isChild(*cell.node, n))
+                    f(*Access::child(*cell.node, n));
+    }
+
+    /// Entries of a lower node.
+    static constexpr unsigned kLowerEntries = 1U << 3 * Access::kLowerLog2;
 
 private:
     static constexpr int kLowerLog2 = Access::kLeafLog2 + Access::kLowerLog2;
     static constexpr int kUpperLog2 = kLowerLog2 + Access::kUpperLog2;
+    static constexpr unsigned kUpperEntries = 1U << 3 * Access::kUpperLog2;
 
     struct Finding {
-        std::optional<Value> first;
-        bool mixed = false;
+        Value first{};
+        bool isEmpty = true, mixed = false;
 
         /// False once there is nothing more to learn.
-        bool add(const Value& value) {
-            if (!first)
-                first = value;
-            else
-                mixed = mixed || !same(*first, value);
+        bool add(const Value& value) { return add(&value, 1); }
+
+        /// The same for values side by side, which are compared without a stop in between.
+        bool add(const Value* values, unsigned count) {
+            if (isEmpty)
+                first = *values;
+            isEmpty = false;
+            bool differs = false;
+            for (unsigned i = 0; i < count; ++i)
+                differs |= !same(first, values[i]);
+            mixed |= differs;
             return !mixed;
         }
     };
 
     static bool same(const Value& a, const Value& b) {
         return std::memcmp(&a, &b, sizeof(Value)) == 0;
+    }
+
+    Cover find(const GridIndex& ijk) const {
+        const auto cell = cells_.find(aligned(ijk, kUpperLog2));
+        if (cell == cells_.end())
+            return {.other = background_};
+        if (!cell->second.node)
+            return {.other = cell->second.value};
+        const auto& upper = *cell->second.node;
+        const auto n = entryOf(ijk, kUpperLog2, kLowerLog2);
+        if (!Access::isChild(upper, n))
+            return {.other = Access::value(upper, n)};
+        const auto& lower = *Access::child(upper, n);
+        const auto m = entryOf(ijk, kLowerLog2, Access::kLeafLog2);
+        if (!Access::isChild(lower, m))
+            return {.other = Access::value(lower, m)};
+        return {&lower, m, Access::voxels(*Access::child(lower, m)), {}};
+    }
+
+    void scan(const GridBox& box, Finding& finding) const {
+        const GridIndex origin = aligned(box.min, kUpperLog2);
+        if (origin != aligned(box.max, kUpperLog2))
+            return scanRoot(box, finding);
+        if (const auto cell = cells_.find(origin); cell == cells_.end())
+            finding.add(background_);
+        else if (cell->second.node)
+            scanInternal<kUpperLog2, kLowerLog2>(*cell->second.node, origin, box, finding);
+        else
+            finding.add(cell->second.value);
     }
 
     static GridIndex aligned(const GridIndex& ijk, int log2) {
@@ -233,14 +298,12 @@ private:
     template <class Leaf>
     static bool scanLeaf(const Leaf& leaf, const GridIndex& origin, const GridBox& part,
                          Finding& finding) {
+        const Value* const voxels = Access::voxels(leaf);
+        const auto length = static_cast<unsigned>(part.max[2] - part.min[2] + 1);
         for (int x = part.min[0] - origin[0]; x <= part.max[0] - origin[0]; ++x)
-            for (int y = part.min[1] - origin[1]; y <= part.max[1] - origin[1]; ++y) {
-                const auto row = entryOf({x, y, part.min[2]}, Access::kLeafLog2, 0);
-                const auto length = static_cast<unsigned>(part.max[2] - part.min[2] + 1);
-                for (unsigned z = 0; z < length; ++z)
-                    if (!finding.add(Access::value(leaf, row + z)))
-                        return false;
-            }
+            for (int y = part.min[1] - origin[1]; y <= part.max[1] - origin[1]; ++y)
+                if (!finding.add(voxels + voxelOf({x, y, part.min[2]}), length))
+                    return false;
         return true;
     }
 

@@ -40,7 +40,7 @@ struct VdbAccess {
     static const Value& value(const Node& node, unsigned n) {
         return node.getTable()[n].getValue();
     }
-    static const Value& value(const Leaf& leaf, unsigned n) { return leaf.buffer().data()[n]; }
+    static const Value* voxels(const Leaf& leaf) { return leaf.buffer().data(); }
 };
 
 template <class TreeT>
