@@ -135,13 +135,15 @@ void sampleData(const Vantor::Object& object, const openvdb::CoordBBox& box) {
     print("sampling-peak", processMemory("VmHWM"));
 }
 
-void ours(const std::string& path, TreeShape shape) {
+void ours(const std::string& path, TreeShape shape, bool samples) {
     print("start", processMemory("VmRSS"));
     const Clock clock;
     const auto volume = Stratum::io::readVdb(path, {.shape = shape, .grid = {}});
     print("ms", clock.milliseconds());
     print("peak", processMemory("VmHWM"));
     print("held", processMemory("VmRSS"));
+    if (!samples)
+        return;
     const openvdb::CoordBBox inTile(openvdb::Coord(0), openvdb::Coord(4));
     if (shape == TreeShape::kTwo)
         sampleData<Traits<2, 4, 1>>(*volume.object, inTile);
@@ -175,8 +177,10 @@ void run(const std::string& step, const std::string& path, int argc, char** argv
         make(step, std::atoi(argv[3]), path, std::string(argv[4]) == "compressed");
     else if (step == "peer")
         peer(path);
-    else if (step == "ours")
-        ours(path, shape);
+    else if (step == "sample")
+        ours(path, shape, /*samples=*/true);
+    else if (step == "import")
+        ours(path, shape, /*samples=*/false);
     else if (step == "check")
         check(path, shape);
     else

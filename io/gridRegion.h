@@ -2,32 +2,18 @@
 // of.
 #pragma once
 
-#include <algorithm>
+#include "common/parallel.h"
+#include "io/Finding.h"
+#include "io/GridBox.h"
+
 #include <array>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <map>
+#include <utility>
+#include <vector>
 
 namespace Stratum::io {
-
-using GridIndex = std::array<int, 3>;
-
-/// Both corners belong to the box; it is empty when any component of `min` exceeds that of `max`.
-struct GridBox {
-    GridIndex min, max;
-
-    bool operator==(const GridBox&) const = default;
-    bool empty() const { return min[0] > max[0] || min[1] > max[1] || min[2] > max[2]; }
-    GridBox within(const GridBox& other) const {
-        GridBox box = *this;
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-            box.min[axis] = std::max(box.min[axis], other.min[axis]);
-            box.max[axis] = std::min(box.max[axis], other.max[axis]);
-        }
-        return box;
-    }
-};
 
 enum class Content {
     kBackground, ///< every voxel has the background value
@@ -40,6 +26,9 @@ template <class Access>
 struct RootCell {
     const typename Access::Upper* node = nullptr;
     typename Access::Value value{};
+    std::vector<std::uint32_t> lowers = {}; ///< by the node's entry, the numbers of lower nodes
+    std::uint32_t firstLower = 0, endLower = 0;
+    bool isMixed = false; ///< whether the node holds several values
 };
 
 /// Reads a tree of nodes: a table of cells, two levels of internal nodes, and leaves of voxels.
@@ -54,7 +43,16 @@ public:
     using Cells = std::map<GridIndex, RootCell<Access>>;
 
     GridRegion(Cells cells, const Value& background)
-        : cells_(std::move(cells)), background_(background), bounds_(boundsOf()) {}
+        : cells_(std::move(cells)), background_(background), bounds_(boundsOf()) {
+        listLowers();
+        parallelFor(lowers_.size(), 1, [this](const IndexRange& range) {
+            for (std::size_t i = range.begin(); i < range.end(); ++i)
+                summarize(lowers_[i]);
+        });
+        for (auto& [origin, cell] : cells_)
+            if (cell.node)
+                summarize(cell);
+    }
 
     const Value& background() const { return background_; }
 
@@ -64,21 +62,23 @@ public:
     /// Safe to call from many threads.
     Content content(const GridBox& box) const {
         const GridBox inside = box.within(bounds_);
-        Finding finding;
+        Finding<Value> finding;
         if (inside.empty() || inside != box)
             finding.add(background_);
         if (!inside.empty())
             scan(inside, finding);
         if (finding.mixed)
             return Content::kMixed;
-        return same(finding.first, background_) ? Content::kBackground : Content::kConstant;
+        return isSame(finding.first, background_) ? Content::kBackground : Content::kConstant;
     }
 
-    /// What covers a voxel: an entry of a lower node that is a leaf, or else one value throughout.
+    /// A leaf's number among all entries of lower nodes.
+    using LeafNumber = std::size_t;
+
+    /// What covers a voxel: a leaf, or else one value throughout.
     struct Cover {
-        const typename Access::Lower* lower = nullptr;
-        unsigned entry = 0;
         const Value* voxels = nullptr; ///< of the leaf, null for none
+        LeafNumber leaf = 0;
         Value other{};
     };
 
@@ -132,45 +132,94 @@ public:
     /// The place of a voxel in its leaf.
     static unsigned voxelOf(const GridIndex& ijk) { return entryOf(ijk, Access::kLeafLog2, 0); }
 
-    /// Calls `f(lower)` for every lower node.
-    template <class F>
-    void forEachLower(const F& f) const {
-        for (const auto& [origin, cell] : cells_)
-            for (unsigned n = 0; cell.node && n < kUpperEntries; ++n)
-                if (Access::isChild(*cell.node, n))
-                    f(*Access::child(*cell.node, n));
-    }
+    /// One more than the largest number of a leaf.
+    LeafNumber leafNumberEnd() const { return lowers_.size() * kLowerEntries; }
 
-    /// Entries of a lower node.
-    static constexpr unsigned kLowerEntries = 1U << 3 * Access::kLowerLog2;
+    /// The leaf of a number, null for what is none.
+    const typename Access::Leaf* leaf(LeafNumber number) const {
+        const Lower& lower = lowers_[number / kLowerEntries];
+        const auto entry = static_cast<unsigned>(number % kLowerEntries);
+        return Access::isChild(*lower.node, entry) ? Access::child(*lower.node, entry) : nullptr;
+    }
 
 private:
     static constexpr int kLowerLog2 = Access::kLeafLog2 + Access::kLowerLog2;
     static constexpr int kUpperLog2 = kLowerLog2 + Access::kUpperLog2;
     static constexpr unsigned kUpperEntries = 1U << 3 * Access::kUpperLog2;
+    static constexpr unsigned kLowerEntries = 1U << 3 * Access::kLowerLog2;
+    static constexpr unsigned kRow = 1U << Access::kLeafLog2;
+    using Leaf = typename Access::Leaf;
 
-    struct Finding {
-        Value first{};
-        bool isEmpty = true, mixed = false;
-
-        /// False once there is nothing more to learn.
-        bool add(const Value& value) { return add(&value, 1); }
-
-        /// The same for values side by side, which are compared without a stop in between.
-        bool add(const Value* values, unsigned count) {
-            if (isEmpty)
-                first = *values;
-            isEmpty = false;
-            bool differs = false;
-            for (unsigned i = 0; i < count; ++i)
-                differs |= !same(first, values[i]);
-            mixed |= differs;
-            return !mixed;
-        }
+    // A lower node, and whether it, and each of its entries, holds several values.
+    struct Lower {
+        const typename Access::Lower* node;
+        GridIndex origin;
+        Value first{}; // the only one when there are not several
+        bool isMixed = false;
+        std::vector<bool> isMixedEntry = {};
     };
 
-    static bool same(const Value& a, const Value& b) {
-        return std::memcmp(&a, &b, sizeof(Value)) == 0;
+    void listLowers() {
+        for (auto& [origin, cell] : cells_) {
+            if (!cell.node)
+                continue;
+            cell.lowers.resize(kUpperEntries);
+            cell.firstLower = static_cast<std::uint32_t>(lowers_.size());
+            for (unsigned n = 0; n < kUpperEntries; ++n)
+                if (Access::isChild(*cell.node, n)) {
+                    cell.lowers[n] = static_cast<std::uint32_t>(lowers_.size());
+                    lowers_.push_back({Access::child(*cell.node, n), originOf(origin, n)});
+                }
+            cell.endLower = static_cast<std::uint32_t>(lowers_.size());
+        }
+    }
+
+    // Of entry n of an upper node.
+    static GridIndex originOf(const GridIndex& upper, unsigned n) {
+        const auto along = [n](int axis) {
+            const unsigned cell = n >> (2 - axis) * Access::kUpperLog2;
+            return static_cast<int>(cell % (1U << Access::kUpperLog2) << kLowerLog2);
+        };
+        return {upper[0] + along(0), upper[1] + along(1), upper[2] + along(2)};
+    }
+
+    static void summarize(Lower& lower) {
+        lower.isMixedEntry.resize(kLowerEntries);
+        Finding<Value> finding;
+        for (unsigned m = 0; m < kLowerEntries; ++m) {
+            if (!Access::isChild(*lower.node, m)) {
+                finding.add(Access::value(*lower.node, m));
+                continue;
+            }
+            Finding<Value> inLeaf;
+            const GridIndex zero{};
+            lower.isMixedEntry[m] = !scanLeaf(*Access::child(*lower.node, m), zero,
+                                              cube(zero, Access::kLeafLog2), inLeaf);
+            finding.add(inLeaf.first);
+            finding.mixed = finding.mixed || inLeaf.mixed;
+        }
+        lower.first = finding.first;
+        lower.isMixed = finding.mixed;
+    }
+
+    void summarize(RootCell<Access>& cell) const {
+        Finding<Value> finding;
+        for (unsigned n = 0; n < kUpperEntries; ++n)
+            if (Access::isChild(*cell.node, n))
+                addWhole(lowers_[cell.lowers[n]], finding);
+            else
+                finding.add(Access::value(*cell.node, n));
+        cell.value = finding.first;
+        cell.isMixed = finding.mixed;
+    }
+
+    // A cell or lower node that lies in a box as a whole. False once there is nothing more to
+    // learn, as below.
+    static bool addWhole(const Lower& lower, Finding<Value>& finding) {
+        return lower.isMixed ? finding.addMixed() : finding.add(lower.first);
+    }
+    static bool addWhole(const RootCell<Access>& cell, Finding<Value>& finding) {
+        return cell.isMixed ? finding.addMixed() : finding.add(cell.value);
     }
 
     Cover find(const GridIndex& ijk) const {
@@ -183,21 +232,23 @@ private:
         const auto n = entryOf(ijk, kUpperLog2, kLowerLog2);
         if (!Access::isChild(upper, n))
             return {.other = Access::value(upper, n)};
-        const auto& lower = *Access::child(upper, n);
+        const std::uint32_t number = cell->second.lowers[n];
+        const auto& lower = *lowers_[number].node;
         const auto m = entryOf(ijk, kLowerLog2, Access::kLeafLog2);
         if (!Access::isChild(lower, m))
             return {.other = Access::value(lower, m)};
-        return {&lower, m, Access::voxels(*Access::child(lower, m)), {}};
+        return {
+            Access::voxels(*Access::child(lower, m)), LeafNumber{number} * kLowerEntries + m, {}};
     }
 
-    void scan(const GridBox& box, Finding& finding) const {
+    void scan(const GridBox& box, Finding<Value>& finding) const {
         const GridIndex origin = aligned(box.min, kUpperLog2);
         if (origin != aligned(box.max, kUpperLog2))
             return scanRoot(box, finding);
         if (const auto cell = cells_.find(origin); cell == cells_.end())
             finding.add(background_);
         else if (cell->second.node)
-            scanInternal<kUpperLog2, kLowerLog2>(*cell->second.node, origin, box, finding);
+            scanUpper(cell->second, origin, box, finding);
         else
             finding.add(cell->second.value);
     }
@@ -226,7 +277,7 @@ private:
                       kMin = std::numeric_limits<int>::min();
         GridBox bounds{{kMax, kMax, kMax}, {kMin, kMin, kMin}};
         for (const auto& [origin, cell] : cells_) {
-            if (!cell.node && same(cell.value, background_))
+            if (!cell.node && isSame(cell.value, background_))
                 continue;
             const GridBox box = cube(origin, kUpperLog2);
             for (std::size_t axis = 0; axis < 3; ++axis) {
@@ -238,7 +289,7 @@ private:
     }
 
     // Cell by cell of those that the root has: the box may be as large as the whole index space.
-    void scanRoot(const GridBox& box, Finding& finding) const {
+    void scanRoot(const GridBox& box, Finding<Value>& finding) const {
         __extension__ using Count = unsigned __int128;
         Count seen = 0;
         const auto volume = [](const GridBox& b) {
@@ -252,62 +303,104 @@ private:
         for (auto at = cells_.lower_bound({firstX, kLowest, kLowest});
              at != cells_.end() && at->first[0] <= box.max[0]; ++at) {
             const auto& [origin, cell] = *at;
-            const GridBox part = cube(origin, kUpperLog2).within(box);
+            const GridBox whole = cube(origin, kUpperLog2), part = whole.within(box);
             if (part.empty())
                 continue;
             seen += volume(part);
-            if (!(cell.node
-                      ? scanInternal<kUpperLog2, kLowerLog2>(*cell.node, origin, part, finding)
-                      : finding.add(cell.value)))
+            if (!(cell.node && part != whole ? scanUpper(cell, origin, part, finding)
+                                             : addWhole(cell, finding)))
                 return;
         }
         if (seen < volume(box))
             finding.add(background_);
     }
 
-    // False once there is nothing more to learn, as below.
-    template <int Log2, int ChildLog2, class Node>
-    static bool scanInternal(const Node& node, const GridIndex& origin, const GridBox& part,
-                             Finding& finding) {
-        constexpr int kStep = 1 << ChildLog2;
-        const GridIndex first = aligned(part.min, ChildLog2);
-        // Counted from the node's origin: the last cell may end where `int` does.
-        for (int x = first[0] - origin[0]; x <= part.max[0] - origin[0]; x += kStep)
-            for (int y = first[1] - origin[1]; y <= part.max[1] - origin[1]; y += kStep)
-                for (int z = first[2] - origin[2]; z <= part.max[2] - origin[2]; z += kStep) {
-                    const GridIndex ijk{origin[0] + x, origin[1] + y, origin[2] + z};
-                    const auto n = entryOf(ijk, Log2, ChildLog2);
-                    if (!(Access::isChild(node, n)
-                              ? scanChild<ChildLog2>(*Access::child(node, n), ijk, part, finding)
-                              : finding.add(Access::value(node, n))))
+    bool scanUpper(const RootCell<Access>& cell, const GridIndex& origin, const GridBox& part,
+                   Finding<Value>& finding) const {
+        // Few entries are nodes.
+        const bool mayHoldOne = part.max[0] - part.min[0] >= (1 << kLowerLog2) - 1;
+        for (std::uint32_t i = cell.firstLower; mayHoldOne && i < cell.endLower; ++i)
+            if (lowers_[i].isMixed && part.contains(cube(lowers_[i].origin, kLowerLog2)))
+                return finding.addMixed();
+        return forEachChild<kUpperLog2, kLowerLog2>(
+            origin, part, [&](unsigned n, const GridIndex& at, const GridBox& inChild, bool whole) {
+                if (!Access::isChild(*cell.node, n))
+                    return finding.add(Access::value(*cell.node, n));
+                const Lower& lower = lowers_[cell.lowers[n]];
+                return whole ? addWhole(lower, finding) : scanLower(lower, at, inChild, finding);
+            });
+    }
+
+    static bool scanLower(const Lower& lower, const GridIndex& origin, const GridBox& part,
+                          Finding<Value>& finding) {
+        return forEachChild<kLowerLog2, Access::kLeafLog2>(
+            origin, part, [&](unsigned m, const GridIndex& at, const GridBox& inChild, bool whole) {
+                if (!Access::isChild(*lower.node, m))
+                    return finding.add(Access::value(*lower.node, m));
+                if (whole && lower.isMixedEntry[m])
+                    return finding.addMixed();
+                const Leaf& leaf = *Access::child(*lower.node, m);
+                return whole ? finding.add(*Access::voxels(leaf))
+                             : scanLeaf(leaf, at, inChild, finding);
+            });
+    }
+
+    // Calls `f(entry, origin, part, whole)` for the entries that a part of a node touches, those
+    // that lie in it as a whole first, since they may tell all at once; until f returns false.
+    template <int Log2, int ChildLog2, class F>
+    static bool forEachChild(const GridIndex& origin, const GridBox& part, const F& f) {
+        // In cells, counted from the node's origin: the last cell may end where `int` does.
+        constexpr int kLast = (1 << ChildLog2) - 1;
+        GridBox touched{}, whole{};
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            const int first = part.min[axis] - origin[axis], last = part.max[axis] - origin[axis];
+            touched.min[axis] = first >> ChildLog2;
+            touched.max[axis] = last >> ChildLog2;
+            whole.min[axis] = (first + kLast) >> ChildLog2;
+            whole.max[axis] = ((last + 1) >> ChildLog2) - 1;
+        }
+        const auto visit = [&](const GridIndex& cell, bool isWhole) {
+            const GridIndex at{origin[0] + (cell[0] << ChildLog2),
+                               origin[1] + (cell[1] << ChildLog2),
+                               origin[2] + (cell[2] << ChildLog2)};
+            return f(entryOf(at, Log2, ChildLog2), at, cube(at, ChildLog2).within(part), isWhole);
+        };
+        return forEachCell(whole, [&](const GridIndex& cell) { return visit(cell, true); }) &&
+               forEachCell(touched, [&](const GridIndex& cell) {
+                   return whole.contains(cell) || visit(cell, false);
+               });
+    }
+
+    template <class F>
+    static bool forEachCell(const GridBox& cells, const F& f) {
+        for (int x = cells.min[0]; x <= cells.max[0]; ++x)
+            for (int y = cells.min[1]; y <= cells.max[1]; ++y)
+                for (int z = cells.min[2]; z <= cells.max[2]; ++z)
+                    if (!f({x, y, z}))
                         return false;
-                }
         return true;
     }
 
-    template <int Log2, class Node>
-    static bool scanChild(const Node& node, const GridIndex& origin, const GridBox& box,
-                          Finding& finding) {
-        const GridBox part = cube(origin, Log2).within(box);
-        if constexpr (Log2 == Access::kLeafLog2)
-            return scanLeaf(node, origin, part, finding);
-        else
-            return scanInternal<Log2, Access::kLeafLog2>(node, origin, part, finding);
-    }
-
-    template <class Leaf>
     static bool scanLeaf(const Leaf& leaf, const GridIndex& origin, const GridBox& part,
-                         Finding& finding) {
+                         Finding<Value>& finding) {
         const Value* const voxels = Access::voxels(leaf);
-        const auto length = static_cast<unsigned>(part.max[2] - part.min[2] + 1);
-        for (int x = part.min[0] - origin[0]; x <= part.max[0] - origin[0]; ++x)
-            for (int y = part.min[1] - origin[1]; y <= part.max[1] - origin[1]; ++y)
-                if (!finding.add(voxels + voxelOf({x, y, part.min[2]}), length))
-                    return false;
+        const auto at = [&](std::size_t axis, const GridIndex& corner) {
+            return static_cast<unsigned>(corner[axis] - origin[axis]);
+        };
+        if (!finding.add(voxels[voxelOf(part.min)]))
+            return false;
+        RowComparison<Value, kRow> rows(finding.first, at(2, part.min), at(2, part.max));
+        for (unsigned x = at(0, part.min); x <= at(0, part.max); ++x) {
+            for (unsigned y = at(1, part.min); y <= at(1, part.max); ++y)
+                rows.add(voxels + kRow * (kRow * x + y));
+            if (rows.differs())
+                return finding.addMixed();
+        }
         return true;
     }
 
     Cells cells_;
+    std::vector<Lower> lowers_;
     Value background_;
     GridBox bounds_;
 };
