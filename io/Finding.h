@@ -50,6 +50,12 @@ public:
         }
     }
 
+    Value wanted() const {
+        Value value;
+        std::memcpy(static_cast<void*>(&value), wanted_.data(), sizeof(value));
+        return value;
+    }
+
     void add(const Value* row) {
         Words words;
         std::memcpy(words.data(), row, sizeof(words));

@@ -247,6 +247,8 @@ private:
             return scanRoot(box, finding);
         if (const auto cell = cells_.find(origin); cell == cells_.end())
             finding.add(background_);
+        else if (cell->second.node && isNear(box))
+            scanNear(cell->second, box, finding);
         else if (cell->second.node)
             scanUpper(cell->second, origin, box, finding);
         else
@@ -286,6 +288,65 @@ private:
             }
         }
         return bounds;
+    }
+
+    // Whether a box lies in one lower node and touches two leaves at most on every axis.
+    static bool isNear(const GridBox& box) {
+        return box.max[0] - box.min[0] < int{kRow} && box.max[1] - box.min[1] < int{kRow} &&
+               box.max[2] - box.min[2] < int{kRow} &&
+               aligned(box.min, kLowerLog2) == aligned(box.max, kLowerLog2);
+    }
+
+    // Most boxes are such ones, around a tile of the finest depth: all their leaves share what is
+    // compared with.
+    void scanNear(const RootCell<Access>& cell, const GridBox& box, Finding<Value>& finding) const {
+        const auto n = entryOf(box.min, kUpperLog2, kLowerLog2);
+        if (!Access::isChild(*cell.node, n)) {
+            finding.add(Access::value(*cell.node, n));
+            return;
+        }
+        const auto& lower = *lowers_[cell.lowers[n]].node;
+        if (!finding.add(valueIn(lower, box.min)))
+            return;
+        constexpr int kLast = int{kRow} - 1;
+        const auto inRow = [](int z) { return static_cast<unsigned>(z) % kRow; };
+        const int firstLast = std::min(box.min[2] | kLast, box.max[2]);
+        std::array<RowComparison<Value, kRow>, 2> rows{
+            {{finding.first, inRow(box.min[2]), inRow(firstLast)},
+             {finding.first, 0, inRow(box.max[2])}}};
+        for (GridIndex at = box.min; at[0] <= box.max[0]; at[0] = (at[0] | kLast) + 1)
+            for (at[1] = box.min[1]; at[1] <= box.max[1]; at[1] = (at[1] | kLast) + 1) {
+                const GridBox part{at,
+                                   {std::min(at[0] | kLast, box.max[0]),
+                                    std::min(at[1] | kLast, box.max[1]), firstLast}};
+                if (!compare(lower, part, rows[0]) ||
+                    (firstLast < box.max[2] &&
+                     !compare(lower, {{at[0], at[1], firstLast + 1}, part.max}, rows[1]))) {
+                    finding.addMixed();
+                    return;
+                }
+            }
+    }
+
+    static Value valueIn(const typename Access::Lower& lower, const GridIndex& ijk) {
+        const auto m = entryOf(ijk, kLowerLog2, Access::kLeafLog2);
+        return Access::isChild(lower, m) ? Access::voxels(*Access::child(lower, m))[voxelOf(ijk)]
+                                         : Access::value(lower, m);
+    }
+
+    // Whether an entry of a lower node holds nothing but the value that rows are compared with; the
+    // part's extent along z is that of the rows.
+    static bool compare(const typename Access::Lower& lower, const GridBox& part,
+                        RowComparison<Value, kRow>& rows) {
+        const auto m = entryOf(part.min, kLowerLog2, Access::kLeafLog2);
+        if (!Access::isChild(lower, m))
+            return isSame(Access::value(lower, m), rows.wanted());
+        const Value* const voxels =
+            Access::voxels(*Access::child(lower, m)) + voxelOf({part.min[0], part.min[1], 0});
+        for (int x = 0; x <= part.max[0] - part.min[0]; ++x)
+            for (int y = 0; y <= part.max[1] - part.min[1]; ++y)
+                rows.add(voxels + int{kRow} * (int{kRow} * x + y));
+        return !rows.differs();
     }
 
     // Cell by cell of those that the root has: the box may be as large as the whole index space.
