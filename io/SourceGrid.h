@@ -4,6 +4,7 @@
 #include "KDX/ChannelBuilder.h"
 #include "Vantor/Volume.h"
 #include "io/Cancelled.h"
+#include "io/LeafCounts.h"
 #include "io/gridPlacement.h"
 #include "io/gridRegion.h"
 
@@ -55,6 +56,7 @@ public:
     virtual bool bounds(std::array<std::int64_t, 3>& lower,
                         std::array<std::int64_t, 3>& upper) const = 0;
 
+    /// Makes the grid's channel, once: its values may be gone afterwards.
     virtual void addChannel(Vantor::Object& object,
                             const Ostrum::Ptr<const TileTree<Traits<2, 4, 1>>>& tree,
                             const TileFlags& holds,
@@ -131,10 +133,13 @@ private:
                             [static_cast<std::size_t>(index.index)] != 0;
             },
             Builder::Initial::kUnset);
-        builder.fillTiles([this](const auto& tile, const TreeIndex&, auto values) {
+        LeafCounts<Region, Access> leaves(region_);
+        if constexpr (Access::kReleasesLeaves)
+            announceLeaves(*tree, holds, leaves);
+        builder.fillTiles([&](const auto& tile, const TreeIndex&, auto values) {
             if (Ostrum::isJobCancelled())
                 return;
-            this->template fillTile<Shape>(tile, values);
+            this->template fillTile<Shape>(tile, values, leaves);
         });
         throwIfCancelled();
         const auto channel = builder.finish();
@@ -142,28 +147,57 @@ private:
             Vantor::Geometry::addChannel(object, channel, channelName);
     }
 
+    template <class Shape>
+    void announceLeaves(const TileTree<Shape>& tree, const TileFlags& holds,
+                        LeafCounts<Region, Access>& leaves) const {
+        for (int depth = 0; depth <= Shape::kFinestDepth; ++depth) {
+            const auto tiles = tree.tiles(depth);
+            const auto& flags = holds[static_cast<std::size_t>(depth)];
+            parallelForIsolated(tiles.size(), 256, [&](const IndexRange& range) {
+                typename Region::Reader reader(region_);
+                for (std::size_t i = range.begin(); i < range.end(); ++i)
+                    if (flags[i] != 0)
+                        reader.forEachPart(readBy<Shape>(tiles[i]), [&](auto&, const auto& cover) {
+                            if (cover.voxels)
+                                leaves.announce(cover.leaf);
+                        });
+            });
+        }
+        leaves.releaseUnannounced();
+    }
+
+    // The voxels that a tile is made of: one for a coarse tile, which is constant throughout.
+    template <class Shape, class Tile>
+    GridBox readBy(const Tile& tile) const {
+        const int edge = tile.depth() < Shape::kFinestDepth ? 1 : Shape::kVoxelsPerAxis;
+        GridBox box{};
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            const std::int64_t lower = inGrid(tile.tijk())[axis];
+            box.min[axis] = clamped(lower);
+            box.max[axis] = clamped(lower + edge - 1);
+        }
+        return box;
+    }
+
     template <class Shape, class Tile, class Values>
-    void fillTile(const Tile& tile, Values values) const {
+    void fillTile(const Tile& tile, Values values, LeafCounts<Region, Access>& leaves) const {
         constexpr int W = Shape::kVoxelsPerAxis;
         typename Region::Reader reader(region_);
-        const std::array<std::int64_t, 3> lower = inGrid(tile.tijk());
-        const GridIndex first{clamped(lower[0]), clamped(lower[1]), clamped(lower[2])};
-        // Coarse tiles are constant throughout.
-        if (tile.depth() < Shape::kFinestDepth) {
-            std::ranges::fill(values, toChannelValue(reader.value(first)));
-            return;
-        }
-        const bool isInside = std::ranges::all_of(lower, [](std::int64_t v) {
-            return v == clamped(v) && v + W - 1 == clamped(v + W - 1);
-        });
-        if (!isInside)
-            return fillVoxels<W>(lower, reader, values);
-        const GridBox box{first, {first[0] + W - 1, first[1] + W - 1, first[2] + W - 1}};
+        const GridBox box = readBy<Shape>(tile);
+        const bool isWhole = box.max[0] - box.min[0] == W - 1 && box.max[1] - box.min[1] == W - 1 &&
+                             box.max[2] - box.min[2] == W - 1;
+        if (tile.depth() < Shape::kFinestDepth)
+            std::ranges::fill(values, toChannelValue(reader.value(box.min)));
+        else if (!isWhole)
+            fillVoxels<W>(inGrid(tile.tijk()), reader, values);
         reader.forEachPart(box, [&](const GridBox& part, const typename Region::Cover& cover) {
-            if (part == box && cover.voxels)
+            if (isWhole && part == box && cover.voxels)
                 copyPart<W, W>(part, box, cover, values);
-            else
+            else if (isWhole)
                 copyPart<W, 0>(part, box, cover, values);
+            if constexpr (Access::kReleasesLeaves)
+                if (cover.voxels)
+                    leaves.done(cover.leaf);
         });
     }
 

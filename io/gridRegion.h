@@ -33,9 +33,9 @@ struct RootCell {
 
 /// Reads a tree of nodes: a table of cells, two levels of internal nodes, and leaves of voxels.
 /// `Access` gives Value, Upper, Lower and Leaf, `isChild`, `child` and `value` of a node's entry n,
-/// the `voxels` of a leaf, and the edges as powers of two. Entries of a node are ordered with z
-/// fastest. Values are compared by their bits, so NaN equals itself; whether voxels are active
-/// plays no role.
+/// the `voxels` of a leaf, and the edges as powers of two; where kReleasesLeaves, also `release` of
+/// a leaf's voxels. Entries of a node are ordered with z fastest. Values are compared by their
+/// bits, so NaN equals itself; whether voxels are active plays no role.
 template <class Access>
 class GridRegion {
 public:
@@ -45,7 +45,7 @@ public:
     GridRegion(Cells cells, const Value& background)
         : cells_(std::move(cells)), background_(background), bounds_(boundsOf()) {
         listLowers();
-        parallelFor(lowers_.size(), 1, [this](const IndexRange& range) {
+        parallelForIsolated(lowers_.size(), 1, [this](const IndexRange& range) {
             for (std::size_t i = range.begin(); i < range.end(); ++i)
                 summarize(lowers_[i]);
         });

@@ -37,6 +37,7 @@ struct NvdbAccess {
         return node.data()->getValue(n);
     }
     static const Value* voxels(const Leaf& leaf) { return leaf.data()->mValues; }
+    static constexpr bool kReleasesLeaves = false; // all of a grid is one block
 };
 
 /// Follows every offset of a grid in a buffer, and no offset out of it. A node that two parents

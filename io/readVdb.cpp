@@ -3,6 +3,7 @@
 
 #include "io/gridVolume.h"
 #include "io/quoted.h"
+#include "io/returnMemory.h"
 #include "io/vdbFile.h"
 
 #include <algorithm>
@@ -41,6 +42,13 @@ struct VdbAccess {
         return node.getTable()[n].getValue();
     }
     static const Value* voxels(const Leaf& leaf) { return leaf.buffer().data(); }
+
+    // No other grid shares the tree (see VdbFile::grid), and its channel is made but once.
+    static constexpr bool kReleasesLeaves = true;
+    static void release(const Leaf& leaf) {
+        typename Leaf::Buffer nothing(openvdb::PartialCreate(), Value{});
+        const_cast<Leaf&>(leaf).swap(nothing);
+    }
 };
 
 template <class TreeT>
@@ -143,7 +151,10 @@ Volume readChecked(const std::string& path, const VdbOptions& options) {
     std::vector<FileGrid> grids;
     for (const Found& each : readGrids(path, options, warnings))
         grids.push_back(fileGrid(each, warnings));
-    return makeGridVolume(grids, options.shape, std::move(warnings));
+    Volume volume = makeGridVolume(grids, options.shape, std::move(warnings));
+    grids.clear();
+    returnMemory();
+    return volume;
 }
 
 } // namespace

@@ -17,6 +17,7 @@
 #include <filesystem>
 #include <istream>
 #include <memory>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -126,6 +127,7 @@ public:
         return grid;
     }
 
+    /// A grid whose tree no other one shares.
     GridBase::Ptr grid(std::size_t i) {
         const Entry& entry = grids_[i];
         if (entry.whole)
@@ -212,8 +214,12 @@ private:
     // For a file that was written without the places of its grids.
     void readAll() {
         in_.seekg(0);
-        for (const auto& grid : *openvdb::io::Stream(in_, /*delayLoad=*/false).getGrids())
+        std::set<const openvdb::TreeBase*> trees;
+        for (const auto& grid : *openvdb::io::Stream(in_, /*delayLoad=*/false).getGrids()) {
+            if (!trees.insert(&grid->baseTree()).second)
+                grid->setTree(grid->baseTree().copy());
             grids_.push_back({Descriptor(grid->getName(), grid->type()), grid});
+        }
     }
 
     static GridBase::Ptr create(const Descriptor& descriptor) {
