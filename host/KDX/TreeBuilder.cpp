@@ -104,6 +104,15 @@ void TreeBuilder<Traits>::addChildren(const Entry& tile, int depth, const bbox<i
     }
 }
 
+// There is memory for the entries but once where they are the first.
+template <class Traits>
+void TreeBuilder<Traits>::append(Entries added, Entries& entries) {
+    if (entries.empty())
+        entries = std::move(added);
+    else
+        entries.insert(entries.end(), added.begin(), added.end());
+}
+
 template <class Traits>
 void TreeBuilder<Traits>::addRefined(const bbox<int3, int>& box, const Rule& rule) {
     Entries tiles;
@@ -115,12 +124,19 @@ void TreeBuilder<Traits>::addRefined(const bbox<int3, int>& box, const Rule& rul
                 wishes[i] = rule(tiles[i].tijk, depth);
         });
         Entries children;
-        for (std::size_t i = 0; i < tiles.size(); ++i) {
-            if (wishes[i].holdsVoxels)
-                entries_[depth].push_back(tiles[i]);
-            if (wishes[i].refine && depth < Traits::kFinestDepth)
-                addChildren(tiles[i], depth, box, children);
+        if (depth < Traits::kFinestDepth) {
+            const auto refined = std::ranges::count_if(wishes, &Wish::refine);
+            children.reserve(static_cast<std::size_t>(refined) * Traits::kChildCount);
+            for (std::size_t i = 0; i < tiles.size(); ++i)
+                if (wishes[i].refine)
+                    addChildren(tiles[i], depth, box, children);
         }
+        std::size_t kept = 0;
+        for (std::size_t i = 0; i < tiles.size(); ++i)
+            if (wishes[i].holdsVoxels)
+                tiles[kept++] = tiles[i];
+        tiles.resize(kept);
+        append(std::move(tiles), entries_[depth]);
         tiles = std::move(children);
     }
 }
