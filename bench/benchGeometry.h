@@ -5,10 +5,14 @@
 #include "common/Math.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
 namespace Stratum::Bench {
+
+/// Locations per benchmark.
+inline constexpr std::size_t kLocations = 10'000'000;
 
 /// A million triangles: a grid over the unit square with a relief. Equal ones, or of widths that
 /// vary over four powers of ten in each direction.

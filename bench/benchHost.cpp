@@ -1,11 +1,10 @@
 // The in-memory host: finding tiles at various depths, and building a volume.
+#include "benchSetup.h"
 #include "benchVolumes.h"
 
 #include "KDX/ChannelBuilder.h"
 #include "KDX/TreeBuilder.h"
 #include "common/randomUnit.h"
-
-#include <benchmark/benchmark.h>
 
 namespace Stratum::Bench {
 
@@ -55,20 +54,18 @@ void buildVolume(benchmark::State& state) {
 }
 
 const bool registered = [] {
-    for (const int depth : {28, 24, 20, 15, 10})
-        benchmark::RegisterBenchmark(
-            join({"find-tile/2-4/depth", std::to_string(depth)}).c_str(),
-            [=](benchmark::State& state) { findTile<Traits<2, 4, 1>>(state, depth); });
-    for (const int depth : {12, 10, 8, 6})
-        benchmark::RegisterBenchmark(
-            join({"find-tile/5-5/depth", std::to_string(depth)}).c_str(),
-            [=](benchmark::State& state) { findTile<Traits<5, 5, 1>>(state, depth); });
-    benchmark::RegisterBenchmark("build/2-4", buildVolume<Traits<2, 4, 1>>)
-        ->Unit(benchmark::kMillisecond)
-        ->UseRealTime();
-    benchmark::RegisterBenchmark("build/5-5", buildVolume<Traits<5, 5, 1>>)
-        ->Unit(benchmark::kMillisecond)
-        ->UseRealTime();
+    using Two = Traits<2, 4, 1>;
+    using Five = Traits<5, 5, 1>;
+    const auto addDepth = [](const char* shape, int depth, auto find) {
+        benchmark::RegisterBenchmark(join({"find-tile", shape, std::to_string(depth)}).c_str(),
+                                     [=](benchmark::State& state) { find(state, depth); });
+    };
+    for (const int depth : {28, 20, 10})
+        addDepth("2-4", depth, findTile<Two>);
+    for (const int depth : {12, 6})
+        addDepth("5-5", depth, findTile<Five>);
+    add("build/2-4", buildVolume<Two>);
+    add("build/5-5", buildVolume<Five>);
     return true;
 }();
 

@@ -1,23 +1,11 @@
-// Scattering locations, beside what it costs to write the records once, the loop that anybody would
-// write first, and CGAL's generator.
+// Scattering locations, beside what it costs to write the records once and beside the loop
+// that anybody would write first.
 #include "benchGeometry.h"
-#include "benchVolumes.h"
+#include "benchSetup.h"
 
 #include "common/parallel.h"
 #include "locations/generateSampleLocations.h"
 
-#include <benchmark/benchmark.h>
-#include <oneapi/tbb/global_control.h>
-
-#ifdef STRATUM_CGAL
-#include <CGAL/Random.h>
-#include <CGAL/Simple_cartesian.h>
-#include <CGAL/Surface_mesh.h>
-#include <CGAL/point_generators_3.h>
-#endif
-
-#include <functional>
-#include <map>
 #include <random>
 #include <vector>
 
@@ -30,8 +18,8 @@ using Vantor::Sample::GenerateLocationOptions;
 using namespace VantorExp::Geometry;
 using Locations = Ostrum::Array<GeoLocation>;
 
-void count(benchmark::State& state, std::size_t locations) {
-    state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * locations));
+void count(benchmark::State& state) {
+    state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * kLocations));
 }
 
 GenerateLocationOptions byCount(std::size_t n) {
@@ -43,36 +31,50 @@ GenerateLocationOptions byCount(std::size_t n) {
 }
 
 void scatter(benchmark::State& state, const Vantor::Object& object,
-             const GenerateLocationOptions& options, std::size_t expected, int threads) {
-    const tbb::global_control limit(tbb::global_control::max_allowed_parallelism,
-                                    static_cast<std::size_t>(threads));
+             const GenerateLocationOptions& options, int threads) {
+    const Threads limit(threads);
     for (auto _ : state) {
         Locations locations;
         Vantor::Sample::generateSampleLocations(object, options, locations, nullptr);
         benchmark::DoNotOptimize(locations.data());
-        if (locations.size() < expected / 10 * 9)
+        if (locations.size() < kLocations / 10 * 9)
             state.SkipWithError("locations are missing");
     }
-    count(state, expected);
+    count(state);
 }
 
 // Fresh records, all written once.
-void writeRecords(benchmark::State& state, std::size_t n) {
+void writeRecords(benchmark::State& state) {
     for (auto _ : state) {
         Locations locations;
-        locations.reserve(n);
+        locations.reserve(kLocations);
         GeoLocation location;
-        for (std::size_t i = 0; i < n; ++i) {
+        for (std::size_t i = 0; i < kLocations; ++i) {
             location.element = static_cast<std::uint32_t>(i);
             locations.push_back(location);
         }
         benchmark::DoNotOptimize(locations.data());
     }
-    count(state, n);
+    count(state);
+}
+
+// What the memory allows: a copy of as many records.
+void copyRecords(benchmark::State& state, int threads) {
+    const Threads limit(threads);
+    const Locations from(kLocations);
+    for (auto _ : state) {
+        Locations to(kLocations);
+        parallelFor(kLocations, 1000, [&](const IndexRange& range) {
+            std::copy(&from[range.begin()], &from[range.begin()] + (range.end() - range.begin()),
+                      &to[range.begin()]);
+        });
+        benchmark::DoNotOptimize(to.data());
+    }
+    count(state);
 }
 
 // Positions only, the standard library alone.
-void plainLoop(benchmark::State& state, const BenchMesh& mesh, std::size_t n) {
+void plainLoop(benchmark::State& state, const BenchMesh& mesh) {
     for (auto _ : state) {
         std::vector<double> areas;
         for (const auto& triangle : mesh.triangles)
@@ -81,8 +83,8 @@ void plainLoop(benchmark::State& state, const BenchMesh& mesh, std::size_t n) {
         std::mt19937 twister(1);
         std::uniform_real_distribution<float> unit;
         std::vector<GeoLocation> out;
-        out.reserve(n);
-        for (std::size_t i = 0; i < n; ++i) {
+        out.reserve(kLocations);
+        for (std::size_t i = 0; i < kLocations; ++i) {
             GeoLocation location;
             location.kind = 3;
             location.element = static_cast<std::uint32_t>(pick(twister));
@@ -96,86 +98,35 @@ void plainLoop(benchmark::State& state, const BenchMesh& mesh, std::size_t n) {
         }
         benchmark::DoNotOptimize(out.data());
     }
-    count(state, n);
+    count(state);
 }
 
-#ifdef STRATUM_CGAL
-void cgal(benchmark::State& state, const BenchMesh& mesh, std::size_t n) {
-    using Kernel = CGAL::Simple_cartesian<double>;
-    using Surface = CGAL::Surface_mesh<Kernel::Point_3>;
-    static std::map<const BenchMesh*, Surface> surfaces;
-    Surface& surface = surfaces[&mesh];
-    if (surface.is_empty()) {
-        for (const auto& p : mesh.points)
-            surface.add_vertex({p.x, p.y, p.z});
-        for (const auto& t : mesh.triangles)
-            surface.add_face(Surface::Vertex_index(t[0]), Surface::Vertex_index(t[1]),
-                             Surface::Vertex_index(t[2]));
-    }
-    for (auto _ : state) {
-        CGAL::Random random(1);
-        CGAL::Random_points_in_triangle_mesh_3<Surface> generator(surface, random);
-        std::vector<Kernel::Point_3> points;
-        points.reserve(n);
-        std::copy_n(generator, n, std::back_inserter(points));
-        benchmark::DoNotOptimize(points.data());
-    }
-    count(state, n);
-}
-#endif
-
-void add(const std::string& name, const std::function<void(benchmark::State&)>& run) {
-    benchmark::RegisterBenchmark(name.c_str(), run)->Unit(benchmark::kMillisecond)->UseRealTime();
+void addMesh(bool unequal) {
+    const std::string mesh = unequal ? "unequal" : "equal";
+    add("locations/mesh-count/" + mesh,
+        [=](auto& state) { scatter(state, benchMesh(unequal).object, byCount(kLocations), 1); });
+    add("locations/mesh-density/" + mesh, [=](auto& state) {
+        auto options = byCount(kLocations);
+        options.amount_type = AmountType::Density;
+        options.amount /= benchMesh(unequal).totalArea;
+        scatter(state, benchMesh(unequal).object, options, 1);
+    });
+    add("locations/plain-loop/" + mesh, [=](auto& state) { plainLoop(state, benchMesh(unequal)); });
 }
 
 const bool registered = [] {
-    for (const std::size_t n : {std::size_t{1'000'000}, std::size_t{10'000'000}}) {
-        const std::string end = n == 1'000'000 ? "1M" : "10M";
-        add(join({"locations/write-records", end}), [=](auto& state) { writeRecords(state, n); });
-        for (const bool unequal : {false, true}) {
-            const std::string mesh = unequal ? "unequal" : "equal";
-            add(join({"locations/mesh-count", mesh, end}),
-                [=](auto& state) { scatter(state, benchMesh(unequal).object, byCount(n), n, 1); });
-            add(join({"locations/mesh-density", mesh, end}), [=](auto& state) {
-                auto options = byCount(n);
-                options.amount_type = AmountType::Density;
-                options.amount /= benchMesh(unequal).totalArea;
-                scatter(state, benchMesh(unequal).object, options, n, 1);
-            });
-            add(join({"locations/plain-loop", mesh, end}),
-                [=](auto& state) { plainLoop(state, benchMesh(unequal), n); });
-#ifdef STRATUM_CGAL
-            add(join({"locations/cgal", mesh, end}),
-                [=](auto& state) { cgal(state, benchMesh(unequal), n); });
-#endif
-        }
-        for (const int threads : {1, 2}) {
-            const std::string row = join({end, "threads", std::to_string(threads)});
-            add(join({"locations/strands", row}),
-                [=](auto& state) { scatter(state, benchStrands(), byCount(n), n, threads); });
-            add(join({"locations/points", row}), [=](auto& state) {
-                auto options = byCount(n);
-                options.sample_type = SampleType::Points;
-                scatter(state, benchMesh(false).object, options, n, threads);
-            });
-            // What the memory allows: a copy of as many records.
-            add(join({"locations/copy-records", row}), [=](auto& state) {
-                const tbb::global_control limit(tbb::global_control::max_allowed_parallelism,
-                                                static_cast<std::size_t>(threads));
-                const Locations from(n);
-                for (auto _ : state) {
-                    Locations to(n);
-                    parallelFor(n, 1000, [&](const IndexRange& range) {
-                        std::copy(&from[range.begin()],
-                                  &from[range.begin()] + (range.end() - range.begin()),
-                                  &to[range.begin()]);
-                    });
-                    benchmark::DoNotOptimize(to.data());
-                }
-                count(state, n);
-            });
-        }
-    }
+    add("locations/write-records", writeRecords);
+    addMesh(false);
+    addMesh(true);
+    addThreaded("locations/strands", [](auto& state, int threads) {
+        scatter(state, benchStrands(), byCount(kLocations), threads);
+    });
+    addThreaded("locations/points", [](auto& state, int threads) {
+        auto options = byCount(kLocations);
+        options.sample_type = SampleType::Points;
+        scatter(state, benchMesh(false).object, options, threads);
+    });
+    addThreaded("locations/copy-records", copyRecords);
     return true;
 }();
 

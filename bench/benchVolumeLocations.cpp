@@ -1,7 +1,8 @@
 // Scattering inside volumes and sampling at the locations, beside OpenVDB's point scatterers and
 // its BoxSampler on the same voxels. The environment variable STRATUM_BENCH_VDB names a file whose
 // first grid of floats is timed too.
-#include "benchVolumes.h"
+#include "benchGeometry.h"
+#include "sampling.h"
 
 #include "KDX/ChannelBuilder.h"
 #include "KDX/TreeBuilder.h"
@@ -12,8 +13,6 @@
 #include "locations/generateSampleLocations.h"
 #include "ops/sample_volume_property.h"
 
-#include <benchmark/benchmark.h>
-#include <oneapi/tbb/global_control.h>
 #include <openvdb/openvdb.h>
 #include <openvdb/tools/Interpolation.h>
 #include <openvdb/tools/LevelSetSphere.h>
@@ -32,8 +31,6 @@ namespace {
 using namespace KDX::TileTree3D;
 using Locations = Ostrum::Array<Vantor::Geometry::Common::GeoLocation>;
 using Shape = Traits<2, 4, 1>;
-
-constexpr std::size_t kCount = 10'000'000;
 
 // A ball of density, the inner half of a sphere's band in a cube of 512 voxels, or a file. Active
 // are the voxels that ours scatters in.
@@ -58,6 +55,7 @@ openvdb::FloatGrid::Ptr makeGrid(const std::string& name) {
 }
 
 struct Case {
+    std::string name;
     openvdb::FloatGrid::Ptr grid;
     Vantor::Object object;
     Ostrum::Ptr<Container<Shape>> container;
@@ -81,6 +79,7 @@ Ostrum::Ptr<const TileTree<Shape>> makeTree(const openvdb::FloatGrid& grid, Voxe
 
 Case makeCase(const std::string& name, VoxelOffsetType type) {
     Case made;
+    made.name = name + (type == VoxelOffsetType::kCorner ? "/corners" : "/centres");
     made.grid = makeGrid(name);
     made.offset = double{voxelOffset(type).x};
     const bool distance = name == "level-set";
@@ -120,7 +119,7 @@ const Case& benchCase(const std::string& name, VoxelOffsetType type) {
 Locations scattered(const Case& volume) {
     Vantor::Sample::GenerateLocationOptions options;
     options.sample_type = volume.type;
-    options.amount = kCount;
+    options.amount = kLocations;
     options.amount_type = VantorExp::Geometry::AmountType::Count;
     options.seed = 1;
     Locations locations;
@@ -128,11 +127,12 @@ Locations scattered(const Case& volume) {
     return locations;
 }
 
-void scatterOurs(benchmark::State& state, const Case& volume) {
+void scatterOurs(benchmark::State& state, const Case& volume, int threads) {
+    const Threads limit(threads);
     for (auto _ : state) {
         const Locations locations = scattered(volume);
         benchmark::DoNotOptimize(locations.data());
-        if (locations.size() != kCount)
+        if (locations.size() != kLocations)
             state.SkipWithError("locations are missing");
     }
     using namespace Vantor::Sample;
@@ -159,30 +159,46 @@ template <class Scatter, class... Arguments>
 void scatterPeer(benchmark::State& state, const Case& volume, const Arguments&... arguments) {
     for (auto _ : state) {
         Points points;
-        points.values.reserve(kCount);
+        points.values.reserve(kLocations);
         std::mt19937 random(1);
         Scatter scatter(points, arguments..., random);
         scatter(*volume.grid);
         benchmark::DoNotOptimize(points.values.data());
-        if (points.values.size() < kCount / 10 * 9)
+        if (points.values.size() < kLocations / 10 * 9)
             state.SkipWithError("points are missing");
     }
 }
 
-void propertyOurs(benchmark::State& state, const Case& volume) {
+Positions positionsOf(const Locations& locations) {
+    Positions positions(locations.size());
+    for (std::size_t i = 0; i < positions.size(); ++i)
+        positions[i] = {locations[i].weights[0], locations[i].weights[1], locations[i].weights[2]};
+    return positions;
+}
+
+void propertyOurs(benchmark::State& state, const Case& volume, int threads) {
     const Locations locations = scattered(volume);
-    for (auto _ : state) {
-        Ostrum::Ptr<Ostrum::Array<float>> values;
-        Ostrum::Ptr<Ostrum::Array<bool>> valid;
-        Geometry::Internal::sample_volume_property(volume.object, locations, volume.property, 0.0F,
-                                                   {}, values, valid);
-        benchmark::DoNotOptimize(values->data());
-    }
+    Ostrum::Ptr<Ostrum::Array<float>> values;
+    Ostrum::Ptr<Ostrum::Array<bool>> valid;
+    timeChecked(
+        state, "property/" + volume.name, threads,
+        [&] {
+            Geometry::Internal::sample_volume_property(volume.object, locations, volume.property,
+                                                       volume.channel->defaultValue(), {}, values,
+                                                       valid);
+            return spanOf(*values);
+        },
+        [&](std::span<const float> found) {
+            const LinearSampler<Shape, float> plain(*volume.container, *volume.topology,
+                                                    *volume.channel);
+            return sameAsSingles(found, positionsOf(locations), singleValue(plain));
+        });
 }
 
 // A sample of ours is an index of the peer.
-void propertyPeer(benchmark::State& state, const Case& volume) {
+void propertyPeer(benchmark::State& state, const Case& volume, int threads) {
     const Locations locations = scattered(volume);
+    const Threads limit(threads);
     const double toIndex = 1 / volume.grid->voxelSize()[0];
     for (auto _ : state) {
         std::vector<float> values(locations.size());
@@ -200,20 +216,14 @@ void propertyPeer(benchmark::State& state, const Case& volume) {
     }
 }
 
-void add(const std::string& what, const std::string& volume, VoxelOffsetType type, int threads,
-         const std::function<void(benchmark::State&, const Case&)>& run) {
+void addRow(const std::string& what, const std::string& volume, VoxelOffsetType type, int threads,
+            const std::function<void(benchmark::State&, const Case&, int)>& run) {
     const std::string samples = type == VoxelOffsetType::kCorner ? "corners" : "centres";
-    benchmark::RegisterBenchmark(
-        join({"volume-locations", what, volume, samples, "threads", std::to_string(threads)})
-            .c_str(),
+    add(join({"volume-locations", what, volume, samples, "threads", std::to_string(threads)}),
         [=](benchmark::State& state) {
-            const tbb::global_control limit(tbb::global_control::max_allowed_parallelism,
-                                            static_cast<std::size_t>(threads));
-            run(state, benchCase(volume, type));
-            state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * kCount));
-        })
-        ->Unit(benchmark::kMillisecond)
-        ->UseRealTime();
+            run(state, benchCase(volume, type), threads);
+            state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * kLocations));
+        });
 }
 
 const bool registered = [] {
@@ -223,19 +233,19 @@ const bool registered = [] {
     for (const std::string& volume : volumes) {
         using Random = std::mt19937;
         constexpr auto kCentre = VoxelOffsetType::kCellCentre;
-        add("uniform-scatter", volume, kCentre, 1, [](auto& state, const Case& c) {
+        addRow("uniform-scatter", volume, kCentre, 1, [](auto& state, const Case& c, int) {
             scatterPeer<openvdb::tools::UniformPointScatter<Points, Random>>(
-                state, c, openvdb::Index64{kCount});
+                state, c, openvdb::Index64{kLocations});
         });
-        add("dense-scatter", volume, kCentre, 1, [](auto& state, const Case& c) {
+        addRow("dense-scatter", volume, kCentre, 1, [](auto& state, const Case& c, int) {
             scatterPeer<openvdb::tools::DenseUniformPointScatter<Points, Random>>(
-                state, c, float(double{kCount} / double(c.candidates)));
+                state, c, float(double{kLocations} / double(c.candidates)));
         });
         for (const auto type : {kCentre, VoxelOffsetType::kCorner})
             for (const int threads : {1, 2}) {
-                add("scatter", volume, type, threads, scatterOurs);
-                add("box-sampler", volume, type, threads, propertyPeer);
-                add("property", volume, type, threads, propertyOurs);
+                addRow("scatter", volume, type, threads, scatterOurs);
+                addRow("box-sampler", volume, type, threads, propertyPeer);
+                addRow("property", volume, type, threads, propertyOurs);
             }
     }
     return true;

@@ -13,6 +13,7 @@
 #include <array>
 #include <cstddef>
 #include <span>
+#include <type_traits>
 
 namespace Stratum {
 
@@ -70,17 +71,45 @@ void sampleAll(const Sampler& sampler, const KDX::TileTree3D::PositionsView& pos
     throwIfCancelled();
 }
 
+/// A part of the loop over positions that the sampler can read, and results that it can write,
+/// where they are.
+template <class PositionT, class R, class Sampler, class Evaluate>
+struct InPlaceLoopBody {
+    mutable Sampler sampler;
+    const PositionT* positions;
+    R* results;
+    const Evaluate& evaluate;
+
+    void operator()(const IndexRange& range) const {
+        evaluate(sampler, positions + range.begin(), range.end() - range.begin(),
+                 results + range.begin());
+    }
+};
+
+/// As sampleAll() in the positions' own order.
+template <class PositionT, class R, class Sampler, class Evaluate>
+void sampleInPlace(const Sampler& sampler, const PositionT* positions, std::size_t count,
+                   const Evaluate& evaluate, R* results) {
+    parallelFor(
+        count, 1,
+        InPlaceLoopBody<PositionT, R, Sampler, Evaluate>{sampler, positions, results, evaluate});
+    throwIfCancelled();
+}
+
 /// results[i] = the value at positions[i], in world units, at any depth.
 template <class Sampler, class T>
 void sampleValues(const Sampler& sampler, const Ostrum::Array<Vantor::Math::float3>& positions,
                   Ostrum::Array<T>& results, const KDX::TileTree3D::VisitOrder& order) {
     using PositionT = typename Sampler::PositionType;
-    sampleAll<PositionT, T>(
-        sampler, viewOf(positions), 1, order,
-        [](Sampler& own, const PositionT* chunk, std::size_t count, T* values) {
-            own.sample(chunk, count, Sampler::kAnyDepth, KDX::TileTree3D::kWorld, values);
-        },
-        [&results](std::size_t i, const T& value) { results[i] = value; });
+    const auto evaluate = [](Sampler& own, const PositionT* chunk, std::size_t count, T* values) {
+        own.sample(chunk, count, Sampler::kAnyDepth, KDX::TileTree3D::kWorld, values);
+    };
+    if constexpr (std::is_same_v<PositionT, Vantor::Math::float3>)
+        if (order.isIdentity())
+            return sampleInPlace(sampler, positions.data(), positions.size(), evaluate,
+                                 results.data());
+    sampleAll<PositionT, T>(sampler, viewOf(positions), 1, order, evaluate,
+                            [&results](std::size_t i, const T& value) { results[i] = value; });
 }
 
 } // namespace Stratum

@@ -53,6 +53,7 @@ TYPED_TEST(ChannelTest, MemoryRunningOutLeavesChannelsAsTheyWere) {
     const auto tree = build<Traits>({.seed = 4, .type = VoxelOffsetType::kCornerXY});
     const Container<Traits> container(tree);
     const auto source = makeChannel<Traits, double>(tree, 2.0, noise(1));
+    const EagerHalos eager;
     const auto usual = makeHalo(*source, container);
     ChannelMemoryPool::trim();
     for (const bool pooled : {false, true}) {
@@ -244,6 +245,7 @@ TYPED_TEST(ChannelTest, HalosOfSomeDepthsOnlyAndOfNothing) {
 TYPED_TEST(ChannelTest, HalosNeedNoMoreRestrictedTilesThanAreKept) {
     using Traits = TypeParam;
     using Restricted = RestrictedTiles<Traits, double>;
+    const EagerHalos eager; // before the source changes
     std::size_t keptBytes = 0, allBytes = 0;
     for (std::uint64_t seed = 0; seed < 8; ++seed) {
         const auto tree = build<Traits>({.seed = seed, .type = static_cast<VoxelOffsetType>(seed)});

@@ -16,6 +16,8 @@ struct Cell {
     int stepY = 0, stepZ = 0;
 
     Cell() = default;
+    /// The cell whose lower corner's value stands there, in a cube of values `stride` wide.
+    Cell(const ValueT* value, int stride) : lower(value), stepY(stride), stepZ(stride * stride) {}
     /// The cell that begins at local voxel n of values stored as the layout says.
     Cell(const ValueT* values, const HaloLayout& layout, const int3& n)
         : lower(values + layout.base + n.x + layout.stride * (n.y + layout.stride * n.z)),
@@ -36,13 +38,35 @@ struct Cell {
 
 /// Trilinear interpolation in a cell: along x first, then y, then z.
 template <class ValueT, class PositionT>
-ValueT trilinear(const Cell<ValueT>& cell, const PositionT& f) {
+[[gnu::always_inline]] inline ValueT trilinear(const Cell<ValueT>& cell, const PositionT& f) {
     using Vantor::Math::lerp;
     const ValueT c00 = lerp(cell.at(0, 0, 0), cell.at(1, 0, 0), f.x);
     const ValueT c10 = lerp(cell.at(0, 1, 0), cell.at(1, 1, 0), f.x);
     const ValueT c01 = lerp(cell.at(0, 0, 1), cell.at(1, 0, 1), f.x);
     const ValueT c11 = lerp(cell.at(0, 1, 1), cell.at(1, 1, 1), f.x);
     return lerp(lerp(c00, c10, f.y), lerp(c01, c11, f.y), f.z);
+}
+
+/// The same for floats, four rows at a time and bit for bit.
+[[gnu::always_inline]] inline float trilinear(const Cell<float>& cell,
+                                              const Vantor::Math::float3& f) {
+    using Four = float __attribute__((vector_size(16)));
+    using Two = float __attribute__((vector_size(8)));
+    const auto rows = [&](int z) {
+        Two lower, upper;
+        __builtin_memcpy(&lower, &cell.at(0, 0, z), sizeof lower);
+        __builtin_memcpy(&upper, &cell.at(0, 1, z), sizeof upper);
+        return __builtin_shufflevector(lower, upper, 0, 1, 2, 3);
+    };
+    const Four z0 = rows(0), z1 = rows(1);
+    const Four low = __builtin_shufflevector(z0, z1, 0, 4, 2, 6),
+               high = __builtin_shufflevector(z0, z1, 1, 5, 3, 7);
+    // In the order (y, z) = 00, 01, 10, 11.
+    const Four alongX = (high - low) * f.x + low;
+    const Two y0 = __builtin_shufflevector(alongX, alongX, 0, 1),
+              y1 = __builtin_shufflevector(alongX, alongX, 2, 3);
+    const Two alongY = (y1 - y0) * f.y + y0;
+    return (alongY[1] - alongY[0]) * f.z + alongY[0];
 }
 
 /// Reads cells of a plain channel: from their tile where that holds all corners, otherwise from a

@@ -1,4 +1,5 @@
 #include "volume/VoxelSampler.h"
+#include "volume/haloLayout.h"
 
 namespace KDX::TileTree3D {
 
@@ -10,12 +11,19 @@ VoxelSampler<Traits, PositionT>::VoxelSampler(const ContainerT& container,
                        ? ScalarT{0}
                        : ScalarT{1} / static_cast<ScalarT>(container.voxelSize())),
       offset{topology.offset().x, topology.offset().y, topology.offset().z},
-      offsetType(topology.offsetType()) {}
+      offsetType(topology.offsetType()), placement{{offset.x, offset.y, offset.z},
+                                                   static_cast<ScalarT>(
+                                                       offsetType == VoxelOffsetType::kCorner ? 0
+                                                                                              : -1),
+                                                   static_cast<ScalarT>(Traits::kVoxelsPerAxis - 1),
+                                                   haloLayout<Traits>(offsetType).base,
+                                                   haloLayout<Traits>(offsetType).stride},
+      kernels(&blockKernels<ScalarT>()) {}
 
 template <class Traits, class PositionT>
 VoxelSampler<Traits, PositionT>::VoxelSampler(const VoxelSampler& other)
     : accessor(other.accessor), worldToVoxel(other.worldToVoxel), offset(other.offset),
-      offsetType(other.offsetType) {}
+      offsetType(other.offsetType), placement(other.placement), kernels(other.kernels) {}
 
 template <class Traits, class PositionT>
 auto VoxelSampler<Traits, PositionT>::operator=(const VoxelSampler& other) -> VoxelSampler& {
@@ -25,6 +33,7 @@ auto VoxelSampler<Traits, PositionT>::operator=(const VoxelSampler& other) -> Vo
     worldToVoxel = other.worldToVoxel;
     offset = other.offset;
     offsetType = other.offsetType;
+    placement = other.placement;
     currentTile = {};
     return *this;
 }

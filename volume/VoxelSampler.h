@@ -4,10 +4,16 @@
 #include "KDX/Container.h"
 #include "KDX/VoxelTopology.h"
 #include "Ostrum/String.h"
+#include "volume/blockKernels.h"
+#include "volume/placeAlong.h"
 #include "volume/treeScale.h"
 
 #include <algorithm>
-#include <cmath>
+#include <array>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
 #include <type_traits>
 
 namespace KDX::TileTree3D {
@@ -53,15 +59,11 @@ public:
                 VoxelLocation<PositionT>& location) {
         location.treeIndex = {};
         const PositionT p = space == kWorld ? position * worldToVoxel : position;
-        if (depthLimit < 0 || !isIndex(p.x) || !isIndex(p.y) || !isIndex(p.z))
+        if (!isIndexAlong(p.x) || !isIndexAlong(p.y) || !isIndexAlong(p.z))
             return false;
-        const int3 ijk{floorToInt(p.x), floorToInt(p.y), floorToInt(p.z)};
-        if (currentTilePtr->depth() != depthLimit ||
-            !currentTilePtr->contains(ijk, Traits::tileExtent(depthLimit))) {
-            currentTile = accessor.tileImpl(ijk, depthLimit);
-            if (!currentTile)
-                return false;
-        }
+        const auto below = [](ScalarT v) { return static_cast<int>(roundDown(v)); };
+        if (!findTile({below(p.x), below(p.y), below(p.z)}, depthLimit))
+            return false;
         const auto& tile = *currentTilePtr;
         const ScalarT scale = treeScale<Traits, ScalarT>(tile.depth());
         location.treeIndex = tile.treeIndex();
@@ -69,6 +71,37 @@ public:
         place(p.y, tile.tijk().y, scale, offset.y, location.n.y, location.f.y);
         place(p.z, tile.tijk().z, scale, offset.z, location.n.z, location.f.z);
         return true;
+    }
+
+    using Block = PositionBlock<ScalarT>;
+
+    /// A block of positions and their tiles. A run of consecutive positions lies in one tile, or in
+    /// none: invalid then. Run r ends where run r + 1 begins; one more begins at the block's end.
+    struct Located {
+        Block block;
+        std::size_t runCount = 0;
+        std::array<TreeIndex, Block::kSize> tiles;
+        std::array<std::size_t, Block::kSize + 1> begins;
+    };
+
+    /// The same for 1 to Block::kSize positions.
+    void locate(const PositionT* positions, std::size_t count, int depthLimit, int space,
+                Located& located) {
+        static_assert(sizeof(PositionT) == 3 * sizeof(ScalarT));
+        const int depth = std::clamp(depthLimit, 0, Traits::kFinestDepth);
+        Block& block = located.block;
+        kernels->locate(&positions->x, count, space == kWorld ? worldToVoxel : ScalarT{1},
+                        tileGrid(depth), block);
+        // All positions in one cell of the finest grid that counts have the same tile.
+        std::size_t runs = 0;
+        for (std::size_t i = 0; i < count; ++i)
+            if (block.beginsRun[i]) {
+                located.begins[runs] = i;
+                located.tiles[runs++] = tileOfRun(i, count, depthLimit, depth, block);
+            }
+        located.begins[runs] = count;
+        located.runCount = runs;
+        kernels->place(placement, count, block);
     }
 
 protected:
@@ -79,37 +112,61 @@ protected:
     ScalarT worldToVoxel;
     PositionT offset;
     VoxelOffsetType offsetType;
+    SamplePlacement<ScalarT> placement;
+    const BlockKernels<ScalarT>* kernels;
     Record currentTile;
     /// Points to `currentTile`, in every copy to its own.
     const Record* currentTilePtr = &currentTile;
 
 private:
-    static bool isIndex(ScalarT v) {
-        return v >= static_cast<ScalarT>(-0x1p31) && v < static_cast<ScalarT>(0x1p31);
+    // Makes `currentTile` the deepest tile of depth at most `depthLimit` that holds the index.
+    bool findTile(const int3& ijk, int depthLimit) {
+        if (depthLimit < 0)
+            return false;
+        if (currentTilePtr->depth() == depthLimit &&
+            currentTilePtr->contains(ijk, Traits::tileExtent(depthLimit)))
+            return true;
+        currentTile = accessor.tileImpl(ijk, depthLimit);
+        return static_cast<bool>(currentTile);
     }
-    static int floorToInt(ScalarT v) { return static_cast<int>(std::floor(v)); }
 
-    // u, the distance from the tile's first sample in its data voxels, split into voxel and
-    // fraction. The distance from the tile's origin is taken in double: for tiles that begin where
-    // `ScalarT` can no longer tell neighbouring indices apart it would come out wrong by whole
-    // voxels, and everywhere else the result is the same.
+    // The tile of the run that begins at `first`; corrects the block where that is larger than a
+    // cell of the grid of `depth`.
+    TreeIndex tileOfRun(std::size_t first, std::size_t count, int depthLimit, int depth,
+                        Block& block) {
+        if (!block.isIndex[first] || depthLimit < 0)
+            return {};
+        const Record tile = accessor.tileImpl(
+            {block.cell[0][first], block.cell[1][first], block.cell[2][first]}, depth);
+        if (tile.depth() != depth) [[unlikely]]
+            placeInCoarserTile(tile, first, count, block);
+        return tile.treeIndex();
+    }
+
+    static void placeInCoarserTile(const Record& tile, std::size_t first, std::size_t count,
+                                   Block& block) {
+        const int3& origin = tile.tijk();
+        const ScalarT scale = tile ? treeScale<Traits, ScalarT>(tile.depth()) : 0;
+        for (std::size_t i = first; i < count && (i == first || !block.beginsRun[i]); ++i) {
+            block.origin[0][i] = origin.x;
+            block.origin[1][i] = origin.y;
+            block.origin[2][i] = origin.z;
+            block.scale[i] = scale;
+        }
+    }
+
+    static TileGrid<ScalarT> tileGrid(int depth) {
+        const auto extent = static_cast<std::uint32_t>(Traits::tileExtent(depth));
+        const bool isPowerOfTwo = std::has_single_bit(extent);
+        // Tiles of other extents begin at multiples of the largest, of which one lies below 0.
+        return {isPowerOfTwo ? std::numeric_limits<std::int32_t>::min() : -Traits::tileExtent(0),
+                extent, isPowerOfTwo ? std::countr_zero(extent) : -1,
+                treeScale<Traits, ScalarT>(depth)};
+    }
+
     void place(ScalarT p, int origin, ScalarT scale, ScalarT voxelOffset, int& n,
                ScalarT& f) const {
-        constexpr int W = Traits::kVoxelsPerAxis;
-        constexpr auto kSnap = static_cast<ScalarT>(-1e-5F);
-        ScalarT u = static_cast<ScalarT>(static_cast<double>(p) - origin) * scale - voxelOffset;
-        if (u > kSnap)
-            u = std::max(u, ScalarT{0});
-        const ScalarT lowest = offsetType == VoxelOffsetType::kCorner ? ScalarT{0} : ScalarT{-1};
-        const ScalarT voxel = std::min(std::floor(u), ScalarT{W - 1});
-        // Not reached unless the topology's offset disagrees with its type or is not finite.
-        if (!(voxel >= lowest)) [[unlikely]] {
-            n = static_cast<int>(lowest);
-            f = 0;
-            return;
-        }
-        n = static_cast<int>(voxel);
-        f = u - voxel;
+        placeAlong(p, origin, scale, voxelOffset, placement.lowest, placement.highest, n, f);
     }
 };
 

@@ -56,13 +56,15 @@ public:
     /// The value at a world position, at any depth.
     ValueT sample(const PositionT& position) { return sample(position, kFinestDepth, kWorld); }
 
-    /// The same for `count` positions, bit for bit; faster when they lie far from each other.
+    /// The same for `count` positions, bit for bit, and faster.
     void sample(const PositionT* positions, std::size_t count, int maxDepthArg, int space,
                 ValueT* values) {
-        forEachCell(positions, count, maxDepthArg, space,
-                    [this, values](std::size_t i, const Corners* corners) {
-                        values[i] = corners ? trilinear(corners->cell, corners->f) : defaultValue;
-                    });
+        forEachCell(
+            positions, count, maxDepthArg, space,
+            [values](std::size_t i, const Corners& corners) {
+                values[i] = trilinear(corners.cell, corners.f);
+            },
+            [this, values](std::size_t i) { values[i] = defaultValue; });
     }
 
     /// As sample(), and writes the gradient per world unit: the derivative of the interpolation in
@@ -74,7 +76,7 @@ public:
                                                           PositionT& gradient) {
         Corners corners;
         const bool found = gather(position, maxDepthArg, space, corners);
-        gradient = gradientIn<V>(found ? &corners : nullptr);
+        gradient = found ? gradientIn<V>(corners) : PositionT{0, 0, 0};
         return found ? trilinear(corners.cell, corners.f) : defaultValue;
     }
 
@@ -83,10 +85,14 @@ public:
     requires std::is_floating_point_v<V>
     void sampleGradient(const PositionT* positions, std::size_t count, int maxDepthArg, int space,
                         PositionT* gradients) {
-        forEachCell(positions, count, maxDepthArg, space,
-                    [this, gradients](std::size_t i, const Corners* corners) {
-                        gradients[i] = gradientIn<V>(corners);
-                    });
+        forEachCell(
+            positions, count, maxDepthArg, space,
+            [this, gradients](std::size_t i, const Corners& corners) {
+                gradients[i] = gradientIn<V>(corners);
+            },
+            [gradients](std::size_t i) {
+                gradients[i] = {0, 0, 0};
+            });
     }
 
 private:
@@ -94,29 +100,61 @@ private:
     struct Corners {
         Cell<ValueT> cell;
         PositionT f{};
-        int depth = 0;
+        ScalarT scale{}; // data voxels an index unit
 
         const ValueT& at(int x, int y, int z) const { return cell.at(x, y, z); }
     };
 
-    // Calls use(i, corners) for all positions in turn, with null where the value is the default.
-    template <class Use>
+    // Calls use(i, corners) for all positions in turn, and absent(i) where the value is the
+    // default.
+    template <class Use, class Absent>
     void forEachCell(const PositionT* positions, std::size_t count, int maxDepthArg, int space,
-                     const Use& use) {
-        // Each cell's two lines or so are on their way while those before it are blended; a
-        // processor fetches some 16 lines at a time. Cells of a plain channel may lie in a cache
-        // that the next one takes over.
-        constexpr std::size_t kMostAhead = 8;
-        const std::size_t ahead = haloChannel ? kMostAhead : 1;
-        std::array<Corners, kMostAhead> cells;
-        std::array<bool, kMostAhead> found{};
-        for (std::size_t i = 0; i < count + ahead; ++i) {
-            const std::size_t slot = i % ahead;
-            if (i >= ahead)
-                use(i - ahead, found[slot] ? &cells[slot] : nullptr);
-            if (i < count && (found[slot] = gather(positions[i], maxDepthArg, space, cells[slot])))
-                cells[slot].cell.expect();
+                     const Use& use, const Absent& absent) {
+        Corners corners;
+        if (!haloChannel) { // cells may lie in a cache that the next one takes over
+            for (std::size_t i = 0; i < count; ++i)
+                if (gather(positions[i], maxDepthArg, space, corners))
+                    use(i, corners);
+                else
+                    absent(i);
+            return;
         }
+        constexpr std::size_t kBlock = Base::Block::kSize;
+        for (std::size_t begin = 0; begin < count; begin += kBlock)
+            forEachHaloCell(
+                positions + begin, std::min(kBlock, count - begin), maxDepthArg, space,
+                [&](std::size_t i, const Corners& found) { use(begin + i, found); },
+                [&](std::size_t i) { absent(begin + i); });
+    }
+
+    // Step by step for a block of positions: while a processor waits for one position's tile or
+    // values, it is busy with those of the next.
+    template <class Use, class Absent>
+    void forEachHaloCell(const PositionT* positions, std::size_t count, int maxDepthArg, int space,
+                         const Use& use, const Absent& absent) {
+        typename Base::Located located;
+        this->locate(positions, count, std::min(maxDepth, maxDepthArg), space, located);
+        const auto& block = located.block;
+        const int stride = haloLayout_.stride;
+        std::array<const ValueT*, Base::Block::kSize> lower;
+        for (std::size_t r = 0; r < located.runCount; ++r) {
+            const ValueT* const tile = haloTile(located.tiles[r]);
+            for (std::size_t i = located.begins[r]; i < located.begins[r + 1]; ++i) {
+                lower[i] = tile ? tile + block.value[i] : nullptr;
+                Cell<ValueT>(lower[i], stride).expect();
+            }
+        }
+        for (std::size_t i = 0; i < count; ++i)
+            if (lower[i])
+                use(i, Corners{{lower[i], stride},
+                               {block.fraction[0][i], block.fraction[1][i], block.fraction[2][i]},
+                               block.scale[i]});
+            else
+                absent(i);
+    }
+
+    const ValueT* haloTile(const TreeIndex& index) const {
+        return index.depth < minDepth ? nullptr : haloChannel->tileData(index).data();
     }
 
     // Finds the eight corners; false where the value is the default.
@@ -126,7 +164,7 @@ private:
             location.treeIndex.depth < minDepth)
             return false;
         corners.f = location.f;
-        corners.depth = location.treeIndex.depth;
+        corners.scale = treeScale<Traits, ScalarT>(location.treeIndex.depth);
         const ValueT* tile = haloChannel ? haloChannel->tileData(location.treeIndex).data()
                                          : channel->tileData(location.treeIndex).data();
         if (!tile)
@@ -137,10 +175,8 @@ private:
     }
 
     template <class V>
-    PositionT gradientIn(const Corners* corners) const {
-        if (!corners)
-            return {0, 0, 0};
-        return slope<V>(*corners) * (treeScale<Traits, ScalarT>(corners->depth) * inverseVoxelSize);
+    PositionT gradientIn(const Corners& corners) const {
+        return slope<V>(corners) * (corners.scale * inverseVoxelSize);
     }
 
     template <class V>

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "KDX/Channel.h"
+#include "KDX/HaloOnDemand.h"
 #include "KDX/RestrictedTiles.h"
 #include "common/parallel.h"
 
@@ -37,33 +38,33 @@ template <class Traits, class T, int Wd, int Hf, int Reserved>
 void Channel<Traits, T, Wd, Hf, Reserved>::setLayout(Ostrum::Ptr<const Tree> tree,
                                                      Ostrum::Ptr<const Layout> layout,
                                                      Values initial) {
-    const int width = Traits::kVoxelsPerAxis +
-                      (kIsHalo ? (tree->offsetType() == VoxelOffsetType::kCorner ? 1 : 2) : 0);
-    const auto valuesPerTile = static_cast<std::size_t>(width * width * width);
+    const auto perTile = static_cast<std::size_t>(valuesPerTile(tree->offsetType()));
     decltype(memory_) memory;
     decltype(levels_) levels;
     for (int depth = 0; depth <= Traits::kFinestDepth; ++depth) {
         const auto& from = layout->level(depth);
         if (from.slotCount == 0)
             continue;
-        if (from.slotCount > std::numeric_limits<std::size_t>::max() / sizeof(T) / valuesPerTile)
+        if (from.slotCount > std::numeric_limits<std::size_t>::max() / sizeof(T) / perTile)
             throw std::bad_array_new_length();
-        const std::size_t count = from.slotCount * valuesPerTile;
+        const std::size_t count = from.slotCount * perTile;
         const auto d = static_cast<std::size_t>(depth);
         memory[d] = ChannelMemory(count * sizeof(T), pooledMemory_);
         T* first = static_cast<T*>(memory[d].get());
         if (initial == Values::kDefault)
             Stratum::parallelForIsolated(
                 from.slotCount, 1024, [&](const Stratum::IndexRange& tiles) {
-                    std::uninitialized_fill(first + tiles.begin() * valuesPerTile,
-                                            first + tiles.end() * valuesPerTile, defaultValue_);
+                    std::uninitialized_fill(first + tiles.begin() * perTile,
+                                            first + tiles.end() * perTile, defaultValue_);
                 });
-        levels[d] = {first, from.slots.empty() ? nullptr : from.slots.data(), from.tileCount};
+        levels[d] = {first, nullptr, from.slots.empty() ? nullptr : from.slots.data(),
+                     from.tileCount};
     }
     levels_ = levels;
     memory_ = std::move(memory);
     restricted_.reset();
-    valuesPerTile_ = static_cast<int>(valuesPerTile);
+    onDemand_.reset();
+    valuesPerTile_ = static_cast<int>(perTile);
     minDepth_ = layout->minDepth();
     depth_ = layout->depth();
     tree_ = std::move(tree);
@@ -71,17 +72,53 @@ void Channel<Traits, T, Wd, Hf, Reserved>::setLayout(Ostrum::Ptr<const Tree> tre
 }
 
 template <class Traits, class T, int Wd, int Hf, int Reserved>
+void Channel<Traits, T, Wd, Hf, Reserved>::setLayout(
+    const Channel<Traits, T, Traits::kVoxelsPerAxis, 0, 0>& source,
+    std::unique_ptr<HaloOnDemand<Traits, T>> tiles) {
+    clear();
+    tree_ = source.tree();
+    layout_ = source.layout();
+    minDepth_ = layout_->minDepth();
+    depth_ = layout_->depth();
+    valuesPerTile_ = valuesPerTile(tree_->offsetType());
+    for (int depth = 0; depth <= Traits::kFinestDepth; ++depth) {
+        const auto& from = layout_->level(depth);
+        if (from.slotCount > 0)
+            levels_[static_cast<std::size_t>(depth)] = {
+                nullptr, tiles->places(depth), from.slots.empty() ? nullptr : from.slots.data(),
+                from.tileCount};
+    }
+    onDemand_ = std::move(tiles);
+}
+
+template <class Traits, class T, int Wd, int Hf, int Reserved>
+int Channel<Traits, T, Wd, Hf, Reserved>::valuesPerTile(VoxelOffsetType type) {
+    const int width =
+        Traits::kVoxelsPerAxis + (kIsHalo ? (type == VoxelOffsetType::kCorner ? 1 : 2) : 0);
+    return width * width * width;
+}
+
+template <class Traits, class T, int Wd, int Hf, int Reserved>
+const T* Channel<Traits, T, Wd, Hf, Reserved>::fillOnDemand(const TreeIndex& index) const {
+    if constexpr (kIsHalo)
+        return onDemand_->fill(index, *this);
+    else
+        return nullptr;
+}
+
+template <class Traits, class T, int Wd, int Hf, int Reserved>
 void Channel<Traits, T, Wd, Hf, Reserved>::clear() noexcept {
     levels_ = {};
     memory_ = {};
     restricted_.reset();
+    onDemand_.reset();
     layout_ = {};
     minDepth_ = depth_ = -1;
 }
 
 template <class Traits, class T, int Wd, int Hf, int Reserved>
 std::int64_t Channel<Traits, T, Wd, Hf, Reserved>::elementCount(const TreeIndex& index) const {
-    return values(index) ? valuesPerTile_ : 0;
+    return slotOf(index) == kNowhere ? 0 : valuesPerTile_;
 }
 
 template <class Traits, class T, int Wd, int Hf, int Reserved>
@@ -108,6 +145,9 @@ std::size_t Channel<Traits, T, Wd, Hf, Reserved>::memoryUsage() const {
         bytes += layout_->memoryUsage();
     if (restricted_)
         bytes += restricted_->memoryUsage();
+    if constexpr (kIsHalo)
+        if (onDemand_)
+            bytes += onDemand_->memoryUsage();
     return bytes;
 }
 

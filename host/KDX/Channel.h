@@ -9,6 +9,7 @@
 #include "Ostrum/String.h"
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <type_traits>
@@ -17,6 +18,8 @@ namespace KDX::TileTree3D {
 
 template <class Traits, class T>
 class RestrictedTiles;
+template <class Traits, class T>
+class HaloOnDemand;
 
 /// Values of type T, tile by tile. Wd is the data width: W for a plain channel, W + 1 for a halo
 /// channel, whose tiles repeat a layer of their neighbours' values (see computeHalo).
@@ -59,17 +62,27 @@ public:
     /// Lays the channel out as given; values of a former layout are gone.
     void setLayout(Ostrum::Ptr<const Tree> tree, Ostrum::Ptr<const Layout> layout, Values initial);
 
+    /// For a halo channel: lays it out like `source`, from which `tiles` fills each tile when it is
+    /// first asked for.
+    void setLayout(const Channel<Traits, T, Traits::kVoxelsPerAxis, 0, 0>& source,
+                   std::unique_ptr<HaloOnDemand<Traits, T>> tiles);
+
+    /// Values of a tile in a channel of this kind on a tree with that offset type.
+    static int valuesPerTile(VoxelOffsetType type);
+
     /// Drops all tiles.
     void clear() noexcept;
 
     const Ostrum::String& name() const { return name_; }
     const T& defaultValue() const { return defaultValue_; }
+    bool pooledMemory() const { return pooledMemory_; }
 
     /// The finest and the coarsest depth that hold data, -1 when none does.
     int depth() const { return depth_; }
     int minDepth() const { return minDepth_; }
 
-    /// The tile's values; false for a tile without data and for the invalid handle.
+    /// The tile's values; false for a tile without data and for the invalid handle. In a halo
+    /// channel that is filled on demand it may throw std::bad_alloc.
     View tileData(const TreeIndex& index) const { return View(values(index)); }
 
     /// The same, to write to while the channel is built; null for a tile without data.
@@ -94,26 +107,43 @@ public:
     std::size_t memoryUsage() const;
 
 private:
+    // Where a depth's tiles lie, by slot: side by side, or each by itself once it is filled.
     struct Level {
         T* values = nullptr;
+        const std::atomic<const T*>* places = nullptr;
         const std::uint32_t* slots = nullptr;
         std::size_t tileCount = 0;
     };
 
-    const T* values(const TreeIndex& index) const {
+    static constexpr std::size_t kNowhere = ~std::size_t{0};
+
+    std::size_t slotOf(const TreeIndex& index) const {
         if (static_cast<unsigned>(index.depth) >= levels_.size())
+            return kNowhere;
+        const Level& level = levels_[index.depth];
+        const auto tile = static_cast<std::size_t>(index.index);
+        if (tile >= level.tileCount)
+            return kNowhere;
+        if (!level.slots)
+            return tile;
+        const std::uint32_t slot = level.slots[tile];
+        return slot == Layout::kNoSlot ? kNowhere : slot;
+    }
+
+    const T* values(const TreeIndex& index) const {
+        const std::size_t slot = slotOf(index);
+        if (slot == kNowhere)
             return nullptr;
         const Level& level = levels_[index.depth];
-        auto slot = static_cast<std::size_t>(index.index);
-        if (slot >= level.tileCount)
-            return nullptr;
-        if (level.slots) {
-            slot = level.slots[slot];
-            if (slot == Layout::kNoSlot)
-                return nullptr;
-        }
+        if constexpr (kIsHalo)
+            if (level.places) {
+                const T* filled = level.places[slot].load(std::memory_order_acquire);
+                return filled ? filled : fillOnDemand(index);
+            }
         return level.values + slot * static_cast<std::size_t>(valuesPerTile_);
     }
+
+    const T* fillOnDemand(const TreeIndex& index) const;
 
     Ostrum::String name_;
     T defaultValue_;
@@ -124,6 +154,7 @@ private:
     std::array<Level, Traits::kDepthCount> levels_;
     std::array<ChannelMemory, Traits::kDepthCount> memory_;
     std::unique_ptr<const RestrictedTiles<Traits, T>> restricted_;
+    std::unique_ptr<HaloOnDemand<Traits, T>> onDemand_;
     Ostrum::Ptr<const Tree> tree_;
     Ostrum::Ptr<const Layout> layout_;
 };

@@ -23,6 +23,12 @@ public:
         std::vector<std::uint32_t> slots;
         std::size_t tileCount = 0; ///< tiles at this depth, or 0 when none of them holds data
         std::size_t slotCount = 0; ///< tiles that hold data
+
+        /// The slot of one of the depth's tiles, or kNoSlot.
+        std::uint32_t slotOf(std::int64_t tile) const {
+            return slots.empty() ? static_cast<std::uint32_t>(tile)
+                                 : slots[static_cast<std::size_t>(tile)];
+        }
     };
 
     /// No tile holds data.

@@ -30,6 +30,11 @@ public:
                 (static_cast<int>(type) >> axis & 1) ? &kCornerStencils : &kCentredStencils;
     }
 
+    /// The tiles of a halo channel on the channel's tree.
+    HaloTile(const Plain& channel, const T& absent)
+        : HaloTile(channel, absent, channel.tree()->offsetType(),
+                   channel.tree()->offsetType() == VoxelOffsetType::kCorner ? 0 : 1, 1) {}
+
     int valueCount() const { return width_ * width_ * width_; }
 
     /// Fills `out` for the tile. `parentValues()` gives the parent's halo tile of the same layout;
@@ -37,12 +42,14 @@ public:
     template <class ParentValues>
     void fill(const TreeIndex& index, Accessor& accessor, const ParentValues& parentValues,
               T* out) const {
-        const Tree& tree = *channel_.tree();
-        const auto& tile = *tree.tile(index);
-        for (int dz = lower_ > 0 ? -1 : 0; dz <= 1; ++dz)
-            for (int dy = lower_ > 0 ? -1 : 0; dy <= 1; ++dy)
-                for (int dx = lower_ > 0 ? -1 : 0; dx <= 1; ++dx)
-                    fillBlock(tile, index, {dx, dy, dz}, accessor, parentValues, out);
+        const auto& tile = *channel_.tree()->tile(index);
+        Neighbours found;
+        findNeighbours(tile, index, accessor, found);
+        std::array<const T*, 27> values;
+        if (haveAllValues(index.depth, found, values)) [[likely]]
+            return copyTile(values, out);
+        forEachDirection(
+            [&](const int3& d) { fillBlock(tile, found[place(d)], d, parentValues, out); });
     }
 
 private:
@@ -90,27 +97,87 @@ private:
                     f(i, j, k);
     }
 
-    // The deepest tile, not deeper than the tile itself, that covers its neighbour cell.
-    static typename Tree::Record neighbour(const Tile& tile, const TreeIndex& index, const int3& d,
-                                           Accessor& accessor) {
-        if (d == int3{0, 0, 0})
-            return {tile.tijk(), index};
+    template <class F>
+    void forEachDirection(const F& f) const {
+        for (int dz = -lower_; dz <= 1; ++dz)
+            for (int dy = -lower_; dy <= 1; ++dy)
+                for (int dx = -lower_; dx <= 1; ++dx)
+                    f(int3{dx, dy, dz});
+    }
+
+    // By direction: the deepest tile, not deeper than the tile itself, that covers the neighbour
+    // cell.
+    using Neighbours = std::array<TreeIndex, 27>;
+    static std::size_t place(const int3& d) {
+        return static_cast<std::size_t>((d.x + 1) + 3 * ((d.y + 1) + 3 * (d.z + 1)));
+    }
+
+    // Two cells an axis are found at a time: those at 0 and 1, or at -1 and 0 and then at 1.
+    void findNeighbours(const Tile& tile, const TreeIndex& index, Accessor& accessor,
+                        Neighbours& found) const {
         const std::int64_t extent = tile.tileVoxelWidth();
         const int3& origin = tile.tijk();
-        return accessor.tileImpl(
-            WideIndex{origin.x + d.x * extent, origin.y + d.y * extent, origin.z + d.z * extent},
-            tile.depth());
+        for (int z = -lower_; z <= 1; z += 2)
+            for (int y = -lower_; y <= 1; y += 2)
+                for (int x = -lower_; x <= 1; x += 2) {
+                    const int3 count{x < 1 ? 2 : 1, y < 1 ? 2 : 1, z < 1 ? 2 : 1};
+                    std::array<TreeIndex, 8> block;
+                    accessor.tileBlock(WideIndex{origin.x + x * extent, origin.y + y * extent,
+                                                 origin.z + z * extent},
+                                       count, index.depth, block);
+                    for (int i = 0; i < count.x; ++i)
+                        for (int j = 0; j < count.y; ++j)
+                            for (int k = 0; k < count.z; ++k)
+                                found[place({x + i, y + j, z + k})] =
+                                    block[static_cast<std::size_t>((i * 2 + j) * 2 + k)];
+                }
+    }
+
+    bool haveAllValues(int depth, const Neighbours& found, std::array<const T*, 27>& values) const {
+        bool all = true;
+        forEachDirection([&](const int3& d) {
+            const TreeIndex& index = found[place(d)];
+            const T* own = index.depth == depth ? channel_.tileData(index).data() : nullptr;
+            values[place(d)] = own;
+            all = all && own;
+        });
+        return all;
+    }
+
+    // The whole tile from neighbours that all hold values at its depth, row by row.
+    void copyTile(const std::array<const T*, 27>& values, T* out) const {
+        if (lower_ == 0)
+            copyRows<0, 1>(values, out);
+        else if (upperEnd_ == W + 1)
+            copyRows<1, 1>(values, out);
+        else
+            copyRows<1, kLayersAtMost>(values, out);
+    }
+
+    template <int lower, int upper>
+    static void copyRows(const std::array<const T*, 27>& values, T* out) {
+        for (int k = -lower; k < W + upper; ++k)
+            for (int j = -lower; j < W + upper; ++j) {
+                const int dz = k < 0 ? -1 : k < W ? 0 : 1, dy = j < 0 ? -1 : j < W ? 0 : 1;
+                const int row = W * ((j - dy * W) + W * (k - dz * W));
+                const T* const* const along = &values[place({0, dy, dz})];
+                if constexpr (lower > 0)
+                    *out++ = along[-1][row + W - 1];
+                for (int i = 0; i < W; ++i)
+                    *out++ = along[0][row + i];
+                for (int i = 0; i < upper; ++i)
+                    *out++ = along[1][row + i];
+            }
     }
 
     template <class ParentValues>
-    void fillBlock(const Tile& tile, const TreeIndex& index, const int3& d, Accessor& accessor,
+    void fillBlock(const Tile& tile, const TreeIndex& found, const int3& d,
                    const ParentValues& parentValues, T* out) const {
-        const auto found = neighbour(tile, index, d, accessor);
-        if (found && found.depth() == tile.depth()) {
-            const auto values = tileValues(channel_, found.treeIndex());
+        if (found.depth == tile.depth()) {
+            const auto values = tileValues(channel_, found);
             if (values)
                 return copyBlock(d, values, out);
-        } else if (found && channel_.tileData(found.treeIndex())) {
+        } else if (found.isValid() && channel_.tileData(found)) {
             return interpolateBlock(tile, d, parentValues(), out);
         }
         forEachVoxel(d, [&](int i, int j, int k) { out[flat(i, j, k)] = absent_; });
@@ -174,18 +241,27 @@ private:
     std::array<const Stencils*, 3> stencils_;
 };
 
-/// The halo tiles of a tile's ancestors, one slot a depth: while tiles of one parent are filled in
-/// turn, each ancestor is made once.
+/// The halo tiles of a tile's ancestors: those of a halo channel where that has them, and of others
+/// one slot a depth, so that while tiles of one parent are filled in turn, each ancestor is made
+/// once.
 template <class Traits, class T>
 class HaloChain {
 public:
-    explicit HaloChain(const HaloTile<Traits, T>& halo) : halo_(halo) {}
+    using Channel = TileTree3D::Channel<Traits, T, Traits::kVoxelsPerAxis + 1, 0, 0>;
+
+    /// `channel`, if not null, has tiles of the layout of `halo`, and gives them for all depths
+    /// coarser than those that are asked about.
+    explicit HaloChain(const HaloTile<Traits, T>& halo, const Channel* channel = nullptr)
+        : halo_(halo), channel_(channel) {}
 
     /// The halo tile of the parent of the tile, resolved through its own parents as far as values
     /// call for it. The tile must have a parent.
     const T* parentOf(const TreeIndex& index, const TileTree<Traits>& tree,
                       typename Container<Traits>::ConstTileAccessor& accessor) {
         const TreeIndex parent = tree.tile(index)->parentTreeIndex();
+        if (channel_)
+            if (const auto known = channel_->tileData(parent))
+                return known.data();
         Slot& slot = slots_[parent.depth];
         if (slot.index != parent.index) {
             slot.values.resize(static_cast<std::size_t>(halo_.valueCount()));
@@ -204,6 +280,7 @@ private:
         std::vector<T, Ostrum::Allocator<T>> values;
     };
     const HaloTile<Traits, T>& halo_;
+    const Channel* channel_;
     std::array<Slot, Traits::kDepthCount> slots_;
 };
 

@@ -5,13 +5,15 @@
 #include "Ostrum/Ptr.h"
 #include "Ostrum/String.h"
 
+#include <memory>
 #include <utility>
 #include <vector>
 
 namespace KDX {
 
-/// Whatever an object can be made of.
-class OSTRUM_API Component {
+/// Whatever an object can be made of. What works on a component for longer than a call may share
+/// in its ownership.
+class OSTRUM_API Component : public std::enable_shared_from_this<Component> {
 public:
     Component() = default;
     Component(const Component&) = default;

@@ -69,9 +69,7 @@ public:
     }
 
     /// The group that a depth belongs to; the groups' finest depths end at Traits::kFinestDepth.
-    static constexpr int groupOf(int depth) {
-        return kGroupCount - 1 - (Traits::kFinestDepth - depth) / kDepthsPerPage;
-    }
+    static constexpr int groupOf(int depth) { return kGroups[static_cast<std::size_t>(depth)]; }
 
     /// Remembers the page of the last search of one caller.
     struct Cursor {
@@ -130,6 +128,30 @@ public:
     }
 
 private:
+    static constexpr auto kGroups = [] {
+        std::array<int, Traits::kDepthCount> groups{};
+        for (int depth = 0; depth < Traits::kDepthCount; ++depth)
+            groups[static_cast<std::size_t>(depth)] =
+                kGroupCount - 1 - (Traits::kFinestDepth - depth) / kDepthsPerPage;
+        return groups;
+    }();
+    // 2^64 / extent, rounded up: the upper half of its product with a 32-bit number is the number
+    // divided by the extent, rounded down.
+    static constexpr auto kInverseExtents = [] {
+        std::array<std::uint64_t, Traits::kDepthCount> inverses{};
+        for (int depth = 0; depth < Traits::kDepthCount; ++depth)
+            inverses[static_cast<std::size_t>(depth)] =
+                ~std::uint64_t{0} / static_cast<std::uint64_t>(Traits::tileExtent(depth)) + 1;
+        return inverses;
+    }();
+    // A distance in tiles of a depth, rounded down.
+    static std::uint32_t inTiles(std::uint32_t distance, int depth) {
+        __extension__ using Product = unsigned __int128;
+        return static_cast<std::uint32_t>(
+            static_cast<Product>(kInverseExtents[static_cast<std::size_t>(depth)]) * distance >>
+            64);
+    }
+
     static constexpr std::uint32_t kIndexMask = (1U << kIndexBits) - 1U;
     static constexpr std::uint32_t kNoPage = std::numeric_limits<std::uint32_t>::max();
 
@@ -153,9 +175,9 @@ private:
     }
     static int3 originOf(const Place& place, int depth) {
         const auto extent = static_cast<std::uint32_t>(Traits::tileExtent(depth));
-        const auto origin = [extent](std::uint32_t v) {
-            const std::uint32_t inTile = B == 2 ? v & (extent - 1) : v % extent;
-            return static_cast<int>(v - inTile + static_cast<std::uint32_t>(kLowest));
+        const auto origin = [extent, depth](std::uint32_t v) {
+            const std::uint32_t begin = B == 2 ? v & ~(extent - 1) : inTiles(v, depth) * extent;
+            return static_cast<int>(begin + static_cast<std::uint32_t>(kLowest));
         };
         return {origin(place.x), origin(place.y), origin(place.z)};
     }
@@ -197,12 +219,13 @@ private:
     }
 
     static Place cellAt(int group, const Place& place) {
-        const auto extent = static_cast<std::uint32_t>(Traits::tileExtent(finestDepthOf(group)));
+        const int depth = finestDepthOf(group);
         if constexpr (B == 2) {
-            const int shift = std::countr_zero(extent);
+            constexpr int kLargest = std::countr_zero(static_cast<unsigned>(Traits::tileExtent(0)));
+            const int shift = kLargest - depth;
             return {place.x >> shift, place.y >> shift, place.z >> shift};
         } else {
-            return {place.x / extent, place.y / extent, place.z / extent};
+            return {inTiles(place.x, depth), inTiles(place.y, depth), inTiles(place.z, depth)};
         }
     }
     static Place pageOf(const Place& cell) {

@@ -33,10 +33,15 @@ enum class HaloType : int {
 ///   so that a field linear in space stays linear across the change;
 /// - where there is nothing: the halo channel's default.
 ///
-/// A constant field stays constant throughout. Runs in parallel. The last two arguments restrict
-/// the depths that are filled, -1 standing for no restriction; tiles outside keep the default.
-/// Throws std::invalid_argument when the source has no tree, std::bad_alloc when memory runs out,
-/// and the halo channel then holds no data.
+/// A constant field stays constant throughout. The last two arguments restrict the depths that are
+/// filled, -1 standing for no restriction; tiles outside keep the default. Throws
+/// std::invalid_argument when the source has no tree, std::bad_alloc when memory runs out, and the
+/// halo channel then holds no data.
+///
+/// Without a restriction, tiles are filled when they are first read, unless HaloFilling is eager or
+/// nothing shares the source (it is no Ptr's). Such a halo channel keeps the source alive, reading
+/// a tile may throw std::bad_alloc, and values written into the source later may or may not show.
+/// All other halos are filled at once, in parallel.
 template <class Traits, class T, int, int, int, int>
 void computeHalo(const Channel<Traits, T, Traits::kVoxelsPerAxis, 0, 0>& source,
                  const Container<Traits>& container,

@@ -3,6 +3,7 @@
 
 #include "KDX/ChannelBuilder.h"
 #include "KDX/Container.h"
+#include "KDX/HaloFilling.h"
 #include "KDX/TreeBuilder.h"
 #include "KDX/VoxelTopology.h"
 #include "KDX/halo.h"
@@ -84,6 +85,12 @@ inline auto noise(std::uint64_t seed) {
 inline double linearField(const double3& p) {
     return 0.5 * p.x - 0.25 * p.y + 0.125 * p.z + 3;
 }
+
+/// Halo channels are filled whole while one of these lives.
+struct EagerHalos {
+    EagerHalos() { HaloFilling::setEager(true); }
+    ~EagerHalos() { HaloFilling::setEager(false); }
+};
 
 template <class Traits, class T>
 Ostrum::Ptr<Halo<Traits, T>> makeHalo(const Plain<Traits, T>& source,
