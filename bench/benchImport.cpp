@@ -5,6 +5,8 @@
 #include "io/readVdb.h"
 #include "ops/sample_volume.h"
 
+#include <sys/resource.h>
+
 #include <openvdb/openvdb.h>
 #include <openvdb/tools/Dense.h>
 #include <openvdb/tools/LevelSetSphere.h>
@@ -43,14 +45,27 @@ void print(const char* name, double value) {
     std::printf("%s %.6g\n", name, value);
 }
 
+// What the process's threads have computed, in the system too.
+double processorMilliseconds() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    const auto of = [](const timeval& t) {
+        return 1e3 * static_cast<double>(t.tv_sec) + 1e-3 * static_cast<double>(t.tv_usec);
+    };
+    return of(usage.ru_utime) + of(usage.ru_stime);
+}
+
 class Clock {
 public:
-    double milliseconds() const {
-        return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start_)
-            .count();
+    void printAs(const std::string& name) const {
+        const std::chrono::duration<double, std::milli> elapsed =
+            std::chrono::steady_clock::now() - start_;
+        print((name + "ms").c_str(), elapsed.count());
+        print((name + "processor-ms").c_str(), processorMilliseconds() - processorStart_);
     }
 
 private:
+    double processorStart_ = processorMilliseconds();
     std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
 
@@ -94,7 +109,7 @@ openvdb::FloatGrid::Ptr readPeer(const std::string& path) {
 void peer(const std::string& path) {
     const Clock clock;
     const auto grid = readPeer(path);
-    print("ms", clock.milliseconds());
+    clock.printAs("");
     print("peak", processMemory("VmHWM"));
 }
 
@@ -131,7 +146,7 @@ void sampleData(const Vantor::Object& object, const openvdb::CoordBBox& box) {
     const Clock sampling;
     Geometry::Query::sample_volume(object, positions, 0.0F, "density",
                                    Geometry::Query::SamplerType::kLinear, values);
-    print("sampling-ms", sampling.milliseconds());
+    sampling.printAs("sampling-");
     print("sampling-peak", processMemory("VmHWM"));
 }
 
@@ -139,7 +154,7 @@ void ours(const std::string& path, TreeShape shape, bool samples) {
     print("start", processMemory("VmRSS"));
     const Clock clock;
     const auto volume = Stratum::io::readVdb(path, {.shape = shape, .grid = {}});
-    print("ms", clock.milliseconds());
+    clock.printAs("");
     print("peak", processMemory("VmHWM"));
     print("held", processMemory("VmRSS"));
     if (!samples)
