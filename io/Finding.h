@@ -28,6 +28,11 @@ struct Finding {
         mixed = mixed || !isSame(first, value);
         return !mixed;
     }
+    bool add(const Finding& part) {
+        add(part.first);
+        mixed = mixed || part.mixed;
+        return !mixed;
+    }
     bool addMixed() {
         mixed = true;
         return false;

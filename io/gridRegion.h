@@ -3,8 +3,8 @@
 #pragma once
 
 #include "common/parallel.h"
+#include "io/EntrySummary.h"
 #include "io/Finding.h"
-#include "io/GridBox.h"
 
 #include <array>
 #include <cstdint>
@@ -27,8 +27,8 @@ struct RootCell {
     const typename Access::Upper* node = nullptr;
     typename Access::Value value{};
     std::vector<std::uint32_t> lowers = {}; ///< by the node's entry, the numbers of lower nodes
-    std::uint32_t firstLower = 0, endLower = 0;
-    bool isMixed = false; ///< whether the node holds several values
+    EntrySummary<Access::kUpperLog2> entries = {};
+    bool isMixed = false; ///< whether the node holds several values; else `value` is the one
 };
 
 /// Reads a tree of nodes: a table of cells, two levels of internal nodes, and leaves of voxels.
@@ -153,10 +153,9 @@ private:
     // A lower node, and whether it, and each of its entries, holds several values.
     struct Lower {
         const typename Access::Lower* node;
-        GridIndex origin;
         Value first{}; // the only one when there are not several
         bool isMixed = false;
-        std::vector<bool> isMixedEntry = {};
+        EntrySummary<Access::kLowerLog2> entries = {};
     };
 
     void listLowers() {
@@ -164,53 +163,48 @@ private:
             if (!cell.node)
                 continue;
             cell.lowers.resize(kUpperEntries);
-            cell.firstLower = static_cast<std::uint32_t>(lowers_.size());
             for (unsigned n = 0; n < kUpperEntries; ++n)
                 if (Access::isChild(*cell.node, n)) {
                     cell.lowers[n] = static_cast<std::uint32_t>(lowers_.size());
-                    lowers_.push_back({Access::child(*cell.node, n), originOf(origin, n)});
+                    lowers_.push_back({Access::child(*cell.node, n)});
                 }
-            cell.endLower = static_cast<std::uint32_t>(lowers_.size());
         }
     }
 
-    // Of entry n of an upper node.
-    static GridIndex originOf(const GridIndex& upper, unsigned n) {
-        const auto along = [n](int axis) {
-            const unsigned cell = n >> (2 - axis) * Access::kUpperLog2;
-            return static_cast<int>(cell % (1U << Access::kUpperLog2) << kLowerLog2);
-        };
-        return {upper[0] + along(0), upper[1] + along(1), upper[2] + along(2)};
-    }
-
-    static void summarize(Lower& lower) {
-        lower.isMixedEntry.resize(kLowerEntries);
-        Finding<Value> finding;
+    void summarize(Lower& lower) const {
+        Finding<Value> all;
         for (unsigned m = 0; m < kLowerEntries; ++m) {
-            if (!Access::isChild(*lower.node, m)) {
-                finding.add(Access::value(*lower.node, m));
-                continue;
-            }
-            Finding<Value> inLeaf;
-            const GridIndex zero{};
-            lower.isMixedEntry[m] = !scanLeaf(*Access::child(*lower.node, m), zero,
-                                              cube(zero, Access::kLeafLog2), inLeaf);
-            finding.add(inLeaf.first);
-            finding.mixed = finding.mixed || inLeaf.mixed;
+            Finding<Value> entry;
+            if (Access::isChild(*lower.node, m))
+                scanLeaf(*Access::child(*lower.node, m), {}, cube({}, Access::kLeafLog2), entry);
+            else
+                entry.add(Access::value(*lower.node, m));
+            lower.entries.set(m, kindOf(entry));
+            all.add(entry);
         }
-        lower.first = finding.first;
-        lower.isMixed = finding.mixed;
+        lower.first = all.first;
+        lower.isMixed = all.mixed;
     }
 
     void summarize(RootCell<Access>& cell) const {
-        Finding<Value> finding;
-        for (unsigned n = 0; n < kUpperEntries; ++n)
+        Finding<Value> all;
+        for (unsigned n = 0; n < kUpperEntries; ++n) {
+            Finding<Value> entry;
             if (Access::isChild(*cell.node, n))
-                addWhole(lowers_[cell.lowers[n]], finding);
+                addWhole(lowers_[cell.lowers[n]], entry);
             else
-                finding.add(Access::value(*cell.node, n));
-        cell.value = finding.first;
-        cell.isMixed = finding.mixed;
+                entry.add(Access::value(*cell.node, n));
+            cell.entries.set(n, kindOf(entry));
+            all.add(entry);
+        }
+        cell.value = all.first;
+        cell.isMixed = all.mixed;
+    }
+
+    EntryKinds kindOf(const Finding<Value>& entry) const {
+        return entry.mixed                        ? kMixedEntry
+               : isSame(entry.first, background_) ? kBackgroundEntry
+                                                  : kConstantEntry;
     }
 
     // A cell or lower node that lies in a box as a whole. False once there is nothing more to
@@ -378,38 +372,38 @@ private:
 
     bool scanUpper(const RootCell<Access>& cell, const GridIndex& origin, const GridBox& part,
                    Finding<Value>& finding) const {
-        // Few entries are nodes.
-        const bool mayHoldOne = part.max[0] - part.min[0] >= (1 << kLowerLog2) - 1;
-        for (std::uint32_t i = cell.firstLower; mayHoldOne && i < cell.endLower; ++i)
-            if (lowers_[i].isMixed && part.contains(cube(lowers_[i].origin, kLowerLog2)))
-                return finding.addMixed();
-        return forEachChild<kUpperLog2, kLowerLog2>(
-            origin, part, [&](unsigned n, const GridIndex& at, const GridBox& inChild, bool whole) {
-                if (!Access::isChild(*cell.node, n))
-                    return finding.add(Access::value(*cell.node, n));
-                const Lower& lower = lowers_[cell.lowers[n]];
-                return whole ? addWhole(lower, finding) : scanLower(lower, at, inChild, finding);
+        return scanEntries<kUpperLog2, kLowerLog2>(
+            cell.entries, origin, part, finding,
+            [&](unsigned n) {
+                return Access::isChild(*cell.node, n) ? lowers_[cell.lowers[n]].first
+                                                      : Access::value(*cell.node, n);
+            },
+            [&](unsigned n, const GridIndex& at, const GridBox& inChild) {
+                return scanLower(lowers_[cell.lowers[n]], at, inChild, finding);
             });
     }
 
-    static bool scanLower(const Lower& lower, const GridIndex& origin, const GridBox& part,
-                          Finding<Value>& finding) {
-        return forEachChild<kLowerLog2, Access::kLeafLog2>(
-            origin, part, [&](unsigned m, const GridIndex& at, const GridBox& inChild, bool whole) {
-                if (!Access::isChild(*lower.node, m))
-                    return finding.add(Access::value(*lower.node, m));
-                if (whole && lower.isMixedEntry[m])
-                    return finding.addMixed();
-                const Leaf& leaf = *Access::child(*lower.node, m);
-                return whole ? finding.add(*Access::voxels(leaf))
-                             : scanLeaf(leaf, at, inChild, finding);
+    bool scanLower(const Lower& lower, const GridIndex& origin, const GridBox& part,
+                   Finding<Value>& finding) const {
+        return scanEntries<kLowerLog2, Access::kLeafLog2>(
+            lower.entries, origin, part, finding,
+            [&](unsigned m) {
+                return Access::isChild(*lower.node, m)
+                           ? *Access::voxels(*Access::child(*lower.node, m))
+                           : Access::value(*lower.node, m);
+            },
+            [&](unsigned m, const GridIndex& at, const GridBox& inChild) {
+                return scanLeaf(*Access::child(*lower.node, m), at, inChild, finding);
             });
     }
 
-    // Calls `f(entry, origin, part, whole)` for the entries that a part of a node touches, those
-    // that lie in it as a whole first, since they may tell all at once; until f returns false.
-    template <int Log2, int ChildLog2, class F>
-    static bool forEachChild(const GridIndex& origin, const GridBox& part, const F& f) {
+    // Adds the entries that a part of a node touches, those that lie in it as a whole first, since
+    // they may tell all at once. `valueOf(entry)` is the value of a constant one, and `scanPart(
+    // entry, origin, part)` looks into one of several values.
+    template <int Log2, int ChildLog2, class ValueOf, class ScanPart>
+    bool scanEntries(const EntrySummary<Log2 - ChildLog2>& entries, const GridIndex& origin,
+                     const GridBox& part, Finding<Value>& finding, const ValueOf& valueOf,
+                     const ScanPart& scanPart) const {
         // In cells, counted from the node's origin: the last cell may end where `int` does.
         constexpr int kLast = (1 << ChildLog2) - 1;
         GridBox touched{}, whole{};
@@ -420,16 +414,31 @@ private:
             whole.min[axis] = (first + kLast) >> ChildLog2;
             whole.max[axis] = ((last + 1) >> ChildLog2) - 1;
         }
-        const auto visit = [&](const GridIndex& cell, bool isWhole) {
+        const auto entryAt = [](const GridIndex& cell) {
+            return entryOf(cell, Log2 - ChildLog2, 0);
+        };
+        const unsigned kinds = entries.kindsIn(whole);
+        if ((kinds & kMixedEntry) != 0)
+            return finding.addMixed();
+        if ((kinds & kBackgroundEntry) != 0 && !finding.add(background_))
+            return false;
+        if ((kinds & kConstantEntry) != 0 && !forEachCell(whole, [&](const GridIndex& cell) {
+                return entries.kind(entryAt(cell)) != kConstantEntry ||
+                       finding.add(valueOf(entryAt(cell)));
+            }))
+            return false;
+        return forEachCell(touched, [&](const GridIndex& cell) {
+            if (whole.contains(cell))
+                return true;
+            const unsigned entry = entryAt(cell);
+            const EntryKinds kind = entries.kind(entry);
+            if (kind != kMixedEntry)
+                return finding.add(kind == kBackgroundEntry ? background_ : valueOf(entry));
             const GridIndex at{origin[0] + (cell[0] << ChildLog2),
                                origin[1] + (cell[1] << ChildLog2),
                                origin[2] + (cell[2] << ChildLog2)};
-            return f(entryOf(at, Log2, ChildLog2), at, cube(at, ChildLog2).within(part), isWhole);
-        };
-        return forEachCell(whole, [&](const GridIndex& cell) { return visit(cell, true); }) &&
-               forEachCell(touched, [&](const GridIndex& cell) {
-                   return whole.contains(cell) || visit(cell, false);
-               });
+            return scanPart(entry, at, cube(at, ChildLog2).within(part));
+        });
     }
 
     template <class F>
