@@ -11,10 +11,8 @@ template <class Traits, class T>
 RestrictedTiles<Traits, T>::RestrictedTiles(const Plain& channel, Keep keep) {
     const auto prune = [&](int depth) {
         Level& level = levels_[depth];
-        if (keep != Keep::kNearOtherDepths || level.tiles.empty())
-            return;
-        const std::vector<std::uint8_t> wanted = wantedTiles(channel, level, depth);
-        level = select(std::move(level), wanted);
+        if (keep == Keep::kNearOtherDepths && !level.tiles.empty())
+            level = select(level, wantedTiles(channel, level, depth));
     };
     const int coarsest = std::max(channel.minDepth(), 0);
     for (int depth = channel.depth() - 1; depth >= coarsest; --depth) {
@@ -92,29 +90,23 @@ std::vector<std::uint8_t> RestrictedTiles<Traits, T>::wantedTiles(const Plain& c
 
 // The wanted tiles of a level, as far as any of their voxels exists.
 template <class Traits, class T>
-auto RestrictedTiles<Traits, T>::select(Level level, const std::vector<std::uint8_t>& wanted)
+auto RestrictedTiles<Traits, T>::select(const Level& level, const std::vector<std::uint8_t>& wanted)
     -> Level {
     std::vector<std::size_t> slots;
     for (std::size_t s = 0; s < level.tiles.size(); ++s)
         if (wanted[s] && level.present[s].any())
             slots.push_back(s);
-    // Where nearly all are kept they move up in the memory that there is.
-    const bool isMost = slots.size() >= level.tiles.size() / 4 * 3;
-    Level fresh;
-    if (!isMost)
-        fresh = {std::vector<std::uint32_t>(slots.size()),
-                 ChannelMemory(slots.size() * kValuesPerTile * sizeof(T), false),
-                 std::vector<Present>(slots.size())};
-    Level& kept = isMost ? level : fresh;
-    for (std::size_t s = 0; s < slots.size(); ++s) {
-        kept.tiles[s] = level.tiles[slots[s]];
-        kept.present[s] = level.present[slots[s]];
-        if (kept.values(s) != level.values(slots[s]))
+    Level kept{std::vector<std::uint32_t>(slots.size()),
+               ChannelMemory(slots.size() * kValuesPerTile * sizeof(T), false),
+               std::vector<Present>(slots.size())};
+    Stratum::parallelForIsolated(slots.size(), 256, [&](const Stratum::IndexRange& range) {
+        for (std::size_t s = range.begin(); s < range.end(); ++s) {
+            kept.tiles[s] = level.tiles[slots[s]];
+            kept.present[s] = level.present[slots[s]];
             std::copy_n(level.values(slots[s]), kValuesPerTile, kept.values(s));
-    }
-    kept.tiles.resize(slots.size());
-    kept.present.resize(slots.size());
-    return std::move(kept);
+        }
+    });
+    return kept;
 }
 
 template <class Traits, class T>

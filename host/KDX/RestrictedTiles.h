@@ -54,7 +54,7 @@ private:
     static Level restrictLevel(const Plain& channel, const RestrictedTiles& finer, int depth);
     static std::vector<std::uint8_t> wantedTiles(const Plain& channel, const Level& level,
                                                  int depth);
-    static Level select(Level level, const std::vector<std::uint8_t>& wanted);
+    static Level select(const Level& level, const std::vector<std::uint8_t>& wanted);
 
     RestrictedTiles() = default;
 
