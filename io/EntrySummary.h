@@ -22,7 +22,11 @@ class EntrySummary {
     static_assert(kEdge <= 32);
 
 public:
-    EntrySummary() : background_(kEdge * kEdge), mixed_(kEdge * kEdge) {}
+    /// Before the first kind is set.
+    void allocate() {
+        background_.assign(kEdge * kEdge, 0);
+        mixed_.assign(kEdge * kEdge, 0);
+    }
 
     void set(unsigned entry, EntryKinds kind) {
         const std::uint32_t bit = std::uint32_t{1} << entry % kEdge;

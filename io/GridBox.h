@@ -20,6 +20,15 @@ struct GridBox {
                ijk[2] >= min[2] && ijk[2] <= max[2];
     }
     bool contains(const GridBox& other) const { return contains(other.min) && contains(other.max); }
+    /// The same box counted from an origin.
+    GridBox from(const GridIndex& origin) const {
+        GridBox box = *this;
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            box.min[axis] -= origin[axis];
+            box.max[axis] -= origin[axis];
+        }
+        return box;
+    }
     GridBox within(const GridBox& other) const {
         GridBox box = *this;
         for (std::size_t axis = 0; axis < 3; ++axis) {

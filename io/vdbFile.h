@@ -215,7 +215,8 @@ private:
     void readAll() {
         in_.seekg(0);
         std::set<const openvdb::TreeBase*> trees;
-        for (const auto& grid : *openvdb::io::Stream(in_, /*delayLoad=*/false).getGrids()) {
+        const auto whole = openvdb::io::Stream(in_, /*delayLoad=*/false).getGrids();
+        for (const auto& grid : *whole) {
             if (!trees.insert(&grid->baseTree()).second)
                 grid->setTree(grid->baseTree().copy());
             grids_.push_back({Descriptor(grid->getName(), grid->type()), grid});
