@@ -4,6 +4,7 @@
 #include "KDX/ChannelBuilder.h"
 #include "Vantor/Volume.h"
 #include "io/Cancelled.h"
+#include "io/LeafCounts.h"
 #include "io/gridPlacement.h"
 #include "io/gridRegion.h"
 
@@ -55,6 +56,7 @@ public:
     virtual bool bounds(std::array<std::int64_t, 3>& lower,
                         std::array<std::int64_t, 3>& upper) const = 0;
 
+    /// Makes the grid's channel, once: its values may be gone afterwards.
     virtual void addChannel(Vantor::Object& object,
                             const Ostrum::Ptr<const TileTree<Traits<2, 4, 1>>>& tree,
                             const TileFlags& holds,
@@ -124,15 +126,20 @@ private:
     void addTyped(Vantor::Object& object, const Ostrum::Ptr<const TileTree<Shape>>& tree,
                   const TileFlags& holds, const std::vector<std::string>& names) const {
         using Builder = ChannelBuilder<Shape, T>;
-        Builder builder(tree, name, toChannelValue(region_.background()),
-                        [&holds](const auto&, const TreeIndex& index) {
-                            return holds[static_cast<std::size_t>(index.depth)]
-                                        [static_cast<std::size_t>(index.index)] != 0;
-                        });
-        builder.fillTiles([this](const auto& tile, const TreeIndex&, auto values) {
+        Builder builder(
+            tree, name, toChannelValue(region_.background()),
+            [&holds](const auto&, const TreeIndex& index) {
+                return holds[static_cast<std::size_t>(index.depth)]
+                            [static_cast<std::size_t>(index.index)] != 0;
+            },
+            Builder::Initial::kUnset);
+        LeafCounts<Region, Access> leaves(region_);
+        if constexpr (Access::kReleasesLeaves)
+            announceLeaves(*tree, holds, leaves);
+        builder.fillTiles([&](const auto& tile, const TreeIndex&, auto values) {
             if (Ostrum::isJobCancelled())
                 return;
-            this->template fillTile<Shape>(tile, values);
+            this->template fillTile<Shape>(tile, values, leaves);
         });
         throwIfCancelled();
         const auto channel = builder.finish();
@@ -140,23 +147,91 @@ private:
             Vantor::Geometry::addChannel(object, channel, channelName);
     }
 
-    // Coarse tiles are constant throughout, so the voxel at each data voxel's lower corner will do.
+    template <class Shape>
+    void announceLeaves(const TileTree<Shape>& tree, const TileFlags& holds,
+                        LeafCounts<Region, Access>& leaves) const {
+        for (int depth = 0; depth <= Shape::kFinestDepth; ++depth) {
+            const auto tiles = tree.tiles(depth);
+            const auto& flags = holds[static_cast<std::size_t>(depth)];
+            parallelForIsolated(tiles.size(), 256, [&](const IndexRange& range) {
+                typename Region::Reader reader(region_);
+                for (std::size_t i = range.begin(); i < range.end(); ++i)
+                    if (flags[i] != 0)
+                        reader.forEachPart(readBy<Shape>(tiles[i]), [&](auto&, const auto& cover) {
+                            if (cover.voxels)
+                                leaves.announce(cover.leaf);
+                        });
+            });
+        }
+        leaves.releaseUnannounced();
+    }
+
+    // The voxels that a tile is made of: one for a coarse tile, which is constant throughout.
+    template <class Shape, class Tile>
+    GridBox readBy(const Tile& tile) const {
+        const int edge = tile.depth() < Shape::kFinestDepth ? 1 : Shape::kVoxelsPerAxis;
+        GridBox box{};
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            const std::int64_t lower = inGrid(tile.tijk())[axis];
+            box.min[axis] = clamped(lower);
+            box.max[axis] = clamped(lower + edge - 1);
+        }
+        return box;
+    }
+
     template <class Shape, class Tile, class Values>
-    void fillTile(const Tile& tile, Values values) const {
+    void fillTile(const Tile& tile, Values values, LeafCounts<Region, Access>& leaves) const {
         constexpr int W = Shape::kVoxelsPerAxis;
-        const int width = tile.voxelDataWidth();
-        const int3 origin = tile.tijk();
         typename Region::Reader reader(region_);
-        const auto coordinate = [&](std::size_t axis, int from, int voxel) {
-            return clamped(from + std::int64_t{voxel} * width - placement.shift[axis]);
-        };
-        for (int i = 0; i < W; ++i)
+        const GridBox box = readBy<Shape>(tile);
+        const bool isWhole = box.max[0] - box.min[0] == W - 1 && box.max[1] - box.min[1] == W - 1 &&
+                             box.max[2] - box.min[2] == W - 1;
+        if (tile.depth() < Shape::kFinestDepth)
+            std::ranges::fill(values, toChannelValue(reader.value(box.min)));
+        else if (!isWhole)
+            fillVoxels<W>(inGrid(tile.tijk()), reader, values);
+        reader.forEachPart(box, [&](const GridBox& part, const typename Region::Cover& cover) {
+            if (isWhole && part == box && cover.voxels)
+                copyPart<W, W>(part, box, cover, values);
+            else if (isWhole)
+                copyPart<W, 0>(part, box, cover, values);
+            if constexpr (Access::kReleasesLeaves)
+                if (cover.voxels)
+                    leaves.done(cover.leaf);
+        });
+    }
+
+    // A tile that is partly beyond the grid's own indices, where there is background.
+    template <int W, class Values>
+    void fillVoxels(const std::array<std::int64_t, 3>& lower, typename Region::Reader& reader,
+                    Values values) const {
+        for (int k = 0; k < W; ++k)
             for (int j = 0; j < W; ++j)
-                for (int k = 0; k < W; ++k) {
-                    const GridIndex ijk{coordinate(0, origin.x, i), coordinate(1, origin.y, j),
-                                        coordinate(2, origin.z, k)};
-                    values[i + W * (j + W * k)] = toChannelValue(reader.value(ijk));
-                }
+                for (int i = 0; i < W; ++i)
+                    values[i + W * (j + W * k)] = toChannelValue(reader.value(
+                        {clamped(lower[0] + i), clamped(lower[1] + j), clamped(lower[2] + k)}));
+    }
+
+    // `Edge` is that of a cubic part when it is known beforehand, so that its loops unroll.
+    template <int W, int Edge, class Values>
+    static void copyPart(const GridBox& part, const GridBox& tile,
+                         const typename Region::Cover& cover, Values values) {
+        std::array<int, 3> size{}, at{};
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            size[axis] = Edge != 0 ? Edge : part.max[axis] - part.min[axis] + 1;
+            at[axis] = Edge == W ? 0 : part.min[axis] - tile.min[axis];
+        }
+        constexpr int kRow = 1 << Access::kLeafLog2;
+        const auto* from = cover.voxels ? cover.voxels + Region::voxelOf(part.min) : nullptr;
+        for (int k = 0; k < size[2]; ++k)
+            for (int j = 0; j < size[1]; ++j)
+                for (int i = 0; i < size[0]; ++i)
+                    values[at[0] + i + W * (at[1] + j + W * (at[2] + k))] =
+                        toChannelValue(from ? from[kRow * (kRow * i + j) + k] : cover.other);
+    }
+
+    std::array<std::int64_t, 3> inGrid(const int3& ijk) const {
+        return {ijk.x - placement.shift[0], ijk.y - placement.shift[1], ijk.z - placement.shift[2]};
     }
 
     std::shared_ptr<const void> owner_;

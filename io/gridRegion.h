@@ -1,34 +1,9 @@
-// What a sparse grid holds, voxel by voxel and in boxes of voxels, whatever library its nodes are
-// of.
+// What a sparse grid holds in boxes of voxels.
 #pragma once
 
-#include <algorithm>
-#include <array>
-#include <cstdint>
-#include <cstring>
-#include <limits>
-#include <map>
-#include <optional>
+#include "io/GridNodes.h"
 
 namespace Stratum::io {
-
-using GridIndex = std::array<int, 3>;
-
-/// Both corners belong to the box; it is empty when any component of `min` exceeds that of `max`.
-struct GridBox {
-    GridIndex min, max;
-
-    bool operator==(const GridBox&) const = default;
-    bool empty() const { return min[0] > max[0] || min[1] > max[1] || min[2] > max[2]; }
-    GridBox within(const GridBox& other) const {
-        GridBox box = *this;
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-            box.min[axis] = std::max(box.min[axis], other.min[axis]);
-            box.max[axis] = std::min(box.max[axis], other.max[axis]);
-        }
-        return box;
-    }
-};
 
 enum class Content {
     kBackground, ///< every voxel has the background value
@@ -36,144 +11,121 @@ enum class Content {
     kMixed,
 };
 
-/// A cell of the topmost level: nodes, or one value throughout.
+/// Finds out what boxes of a tree of nodes hold.
 template <class Access>
-struct RootCell {
-    const typename Access::Upper* node = nullptr;
-    typename Access::Value value{};
-};
+class GridRegion : public GridNodes<Access> {
+    using Nodes = GridNodes<Access>;
+    using Nodes::addWhole;
+    using Nodes::aligned;
+    using Nodes::cube;
+    using Nodes::entryOf;
+    using Nodes::kLowerLog2;
+    using Nodes::kRow;
+    using Nodes::kUpperLog2;
+    using typename Nodes::Leaf;
+    using typename Nodes::Lower;
 
-/// Reads a tree of nodes: a table of cells, two levels of internal nodes, and leaves of voxels.
-/// `Access` gives Value, Upper, Lower and Leaf, `isChild`, `child` and `value` of a node's entry n,
-/// and the edges as powers of two. Entries of a node are ordered with z fastest. Values are
-/// compared by their bits, so NaN equals itself; whether voxels are active plays no role.
-template <class Access>
-class GridRegion {
 public:
-    using Value = typename Access::Value;
-    using Cells = std::map<GridIndex, RootCell<Access>>;
-
-    GridRegion(Cells cells, const Value& background)
-        : cells_(std::move(cells)), background_(background), bounds_(boundsOf()) {}
-
-    const Value& background() const { return background_; }
-
-    /// A box of all voxels that are not background; it may be larger than need be.
-    const GridBox& bounds() const { return bounds_; }
+    using Nodes::background;
+    using Nodes::bounds;
+    using Nodes::Nodes;
+    using Nodes::voxelOf;
+    using typename Nodes::Value;
 
     /// Safe to call from many threads.
     Content content(const GridBox& box) const {
-        const GridBox inside = box.within(bounds_);
-        Finding finding;
+        const GridBox inside = box.within(bounds());
+        Finding<Value> finding;
         if (inside.empty() || inside != box)
-            finding.add(background_);
+            finding.add(background());
         if (!inside.empty())
-            scanRoot(inside, finding);
+            scan(inside, finding);
         if (finding.mixed)
             return Content::kMixed;
-        return same(*finding.first, background_) ? Content::kBackground : Content::kConstant;
+        return isSame(finding.first, background()) ? Content::kBackground : Content::kConstant;
     }
-
-    /// Reads voxels, fast where one leaf follows another. One reader serves one thread.
-    class Reader {
-    public:
-        explicit Reader(const GridRegion& region) : region_(region) {}
-
-        Value value(const GridIndex& ijk) {
-            const GridIndex origin = aligned(ijk, Access::kLeafLog2);
-            if (leaf_ == nullptr || origin != leafOrigin_) {
-                leaf_ = nullptr;
-                leafOrigin_ = origin;
-                other_ = find(ijk);
-            }
-            return leaf_ ? Access::value(*leaf_, entryOf(ijk, Access::kLeafLog2, 0)) : other_;
-        }
-
-    private:
-        // The value of what is no leaf; a leaf is noted.
-        Value find(const GridIndex& ijk) {
-            const auto cell = region_.cells_.find(aligned(ijk, kUpperLog2));
-            if (cell == region_.cells_.end())
-                return region_.background_;
-            if (!cell->second.node)
-                return cell->second.value;
-            const auto& upper = *cell->second.node;
-            const auto n = entryOf(ijk, kUpperLog2, kLowerLog2);
-            if (!Access::isChild(upper, n))
-                return Access::value(upper, n);
-            const auto& lower = *Access::child(upper, n);
-            const auto m = entryOf(ijk, kLowerLog2, Access::kLeafLog2);
-            if (!Access::isChild(lower, m))
-                return Access::value(lower, m);
-            leaf_ = Access::child(lower, m);
-            return {};
-        }
-
-        const GridRegion& region_;
-        const typename Access::Leaf* leaf_ = nullptr;
-        GridIndex leafOrigin_{};
-        Value other_{};
-    };
 
 private:
-    static constexpr int kLowerLog2 = Access::kLeafLog2 + Access::kLowerLog2;
-    static constexpr int kUpperLog2 = kLowerLog2 + Access::kUpperLog2;
+    void scan(const GridBox& box, Finding<Value>& finding) const {
+        const GridIndex origin = aligned(box.min, kUpperLog2);
+        if (origin != aligned(box.max, kUpperLog2))
+            return scanRoot(box, finding);
+        if (const auto cell = this->cells().find(origin); cell == this->cells().end())
+            finding.add(background());
+        else if (cell->second.node && isNear(box))
+            scanNear(cell->second, box, finding);
+        else if (cell->second.node)
+            scanUpper(cell->second, origin, box, finding);
+        else
+            finding.add(cell->second.value);
+    }
 
-    struct Finding {
-        std::optional<Value> first;
-        bool mixed = false;
+    // Whether a box lies in one lower node and touches two leaves at most on every axis.
+    static bool isNear(const GridBox& box) {
+        return box.max[0] - box.min[0] < int{kRow} && box.max[1] - box.min[1] < int{kRow} &&
+               box.max[2] - box.min[2] < int{kRow} &&
+               aligned(box.min, kLowerLog2) == aligned(box.max, kLowerLog2);
+    }
 
-        /// False once there is nothing more to learn.
-        bool add(const Value& value) {
-            if (!first)
-                first = value;
-            else
-                mixed = mixed || !same(*first, value);
-            return !mixed;
+    // Most boxes are such ones, around a tile of the finest depth: all their leaves share what is
+    // compared with.
+    void scanNear(const RootCell<Access>& cell, const GridBox& inGrid,
+                  Finding<Value>& finding) const {
+        const auto n = entryOf(inGrid.min, kUpperLog2, kLowerLog2);
+        if (!Access::isChild(*cell.node, n)) {
+            finding.add(Access::value(*cell.node, n));
+            return;
         }
-    };
-
-    static bool same(const Value& a, const Value& b) {
-        return std::memcmp(&a, &b, sizeof(Value)) == 0;
-    }
-
-    static GridIndex aligned(const GridIndex& ijk, int log2) {
-        const auto down = [log2](int v) { return v & ~((1 << log2) - 1); };
-        return {down(ijk[0]), down(ijk[1]), down(ijk[2])};
-    }
-
-    // The entry of a node with an edge of 2^log2 whose children have one of 2^childLog2.
-    static unsigned entryOf(const GridIndex& ijk, int log2, int childLog2) {
-        const auto cell = [&](std::size_t axis) {
-            return (static_cast<unsigned>(ijk[axis]) & ((1U << log2) - 1U)) >> childLog2;
-        };
-        const int shift = log2 - childLog2;
-        return (cell(0) << 2 * shift) + (cell(1) << shift) + cell(2);
-    }
-
-    static GridBox cube(const GridIndex& origin, int log2) {
-        const int last = (1 << log2) - 1;
-        return {origin, {origin[0] + last, origin[1] + last, origin[2] + last}};
-    }
-
-    GridBox boundsOf() const {
-        constexpr int kMax = std::numeric_limits<int>::max(),
-                      kMin = std::numeric_limits<int>::min();
-        GridBox bounds{{kMax, kMax, kMax}, {kMin, kMin, kMin}};
-        for (const auto& [origin, cell] : cells_) {
-            if (!cell.node && same(cell.value, background_))
-                continue;
-            const GridBox box = cube(origin, kUpperLog2);
-            for (std::size_t axis = 0; axis < 3; ++axis) {
-                bounds.min[axis] = std::min(bounds.min[axis], box.min[axis]);
-                bounds.max[axis] = std::max(bounds.max[axis], box.max[axis]);
+        const auto& lower = *this->lower(cell, n).node;
+        // Counted from the node's origin, since a loop may end where `int` does.
+        const GridBox box = inGrid.from(aligned(inGrid.min, kLowerLog2));
+        if (!finding.add(valueIn(lower, box.min)))
+            return;
+        constexpr int kLast = int{kRow} - 1;
+        const auto inRow = [](int z) { return static_cast<unsigned>(z) % kRow; };
+        const int firstLast = std::min(box.min[2] | kLast, box.max[2]);
+        std::array<RowComparison<Value, kRow>, 2> rows{
+            {{finding.first, inRow(box.min[2]), inRow(firstLast)},
+             {finding.first, 0, inRow(box.max[2])}}};
+        for (GridIndex at = box.min; at[0] <= box.max[0]; at[0] = (at[0] | kLast) + 1)
+            for (at[1] = box.min[1]; at[1] <= box.max[1]; at[1] = (at[1] | kLast) + 1) {
+                const GridBox part{at,
+                                   {std::min(at[0] | kLast, box.max[0]),
+                                    std::min(at[1] | kLast, box.max[1]), firstLast}};
+                if (!compare(lower, part, rows[0]) ||
+                    (firstLast < box.max[2] && !compare(lower,
+                                                        {{at[0], at[1], firstLast + 1},
+                                                         {part.max[0], part.max[1], box.max[2]}},
+                                                        rows[1]))) {
+                    finding.addMixed();
+                    return;
+                }
             }
-        }
-        return bounds;
+    }
+
+    static Value valueIn(const typename Access::Lower& lower, const GridIndex& ijk) {
+        const auto m = entryOf(ijk, kLowerLog2, Access::kLeafLog2);
+        return Access::isChild(lower, m) ? Access::voxels(*Access::child(lower, m))[voxelOf(ijk)]
+                                         : Access::value(lower, m);
+    }
+
+    // Whether an entry of a lower node holds nothing but the value that rows are compared with; the
+    // part's extent along z is that of the rows.
+    static bool compare(const typename Access::Lower& lower, const GridBox& part,
+                        RowComparison<Value, kRow>& rows) {
+        const auto m = entryOf(part.min, kLowerLog2, Access::kLeafLog2);
+        if (!Access::isChild(lower, m))
+            return isSame(Access::value(lower, m), rows.wanted());
+        const Value* const voxels =
+            Access::voxels(*Access::child(lower, m)) + voxelOf({part.min[0], part.min[1], 0});
+        for (int x = 0; x <= part.max[0] - part.min[0]; ++x)
+            for (int y = 0; y <= part.max[1] - part.min[1]; ++y)
+                rows.add(voxels + int{kRow} * (int{kRow} * x + y));
+        return !rows.differs();
     }
 
     // Cell by cell of those that the root has: the box may be as large as the whole index space.
-    void scanRoot(const GridBox& box, Finding& finding) const {
+    void scanRoot(const GridBox& box, Finding<Value>& finding) const {
         __extension__ using Count = unsigned __int128;
         Count seen = 0;
         const auto volume = [](const GridBox& b) {
@@ -184,69 +136,119 @@ private:
         };
         const int firstX = aligned(box.min, kUpperLog2)[0];
         constexpr int kLowest = std::numeric_limits<int>::min();
-        for (auto at = cells_.lower_bound({firstX, kLowest, kLowest});
-             at != cells_.end() && at->first[0] <= box.max[0]; ++at) {
+        for (auto at = this->cells().lower_bound({firstX, kLowest, kLowest});
+             at != this->cells().end() && at->first[0] <= box.max[0]; ++at) {
             const auto& [origin, cell] = *at;
-            const GridBox part = cube(origin, kUpperLog2).within(box);
+            const GridBox whole = cube(origin, kUpperLog2), part = whole.within(box);
             if (part.empty())
                 continue;
             seen += volume(part);
-            if (!(cell.node
-                      ? scanInternal<kUpperLog2, kLowerLog2>(*cell.node, origin, part, finding)
-                      : finding.add(cell.value)))
+            if (!(cell.node && part != whole ? scanUpper(cell, origin, part, finding)
+                                             : addWhole(cell, finding)))
                 return;
         }
         if (seen < volume(box))
-            finding.add(background_);
+            finding.add(background());
     }
 
-    // False once there is nothing more to learn, as below.
-    template <int Log2, int ChildLog2, class Node>
-    static bool scanInternal(const Node& node, const GridIndex& origin, const GridBox& part,
-                             Finding& finding) {
-        constexpr int kStep = 1 << ChildLog2;
-        const GridIndex first = aligned(part.min, ChildLog2);
-        // Counted from the node's origin: the last cell may end where `int` does.
-        for (int x = first[0] - origin[0]; x <= part.max[0] - origin[0]; x += kStep)
-            for (int y = first[1] - origin[1]; y <= part.max[1] - origin[1]; y += kStep)
-                for (int z = first[2] - origin[2]; z <= part.max[2] - origin[2]; z += kStep) {
-                    const GridIndex ijk{origin[0] + x, origin[1] + y, origin[2] + z};
-                    const auto n = entryOf(ijk, Log2, ChildLog2);
-                    if (!(Access::isChild(node, n)
-                              ? scanChild<ChildLog2>(*Access::child(node, n), ijk, part, finding)
-                              : finding.add(Access::value(node, n))))
+    bool scanUpper(const RootCell<Access>& cell, const GridIndex& origin, const GridBox& part,
+                   Finding<Value>& finding) const {
+        return scanEntries<kUpperLog2, kLowerLog2>(
+            cell.entries, origin, part, finding,
+            [&](unsigned n) {
+                return Access::isChild(*cell.node, n) ? this->lower(cell, n).first
+                                                      : Access::value(*cell.node, n);
+            },
+            [&](unsigned n, const GridIndex& at, const GridBox& inChild) {
+                return scanLower(this->lower(cell, n), at, inChild, finding);
+            });
+    }
+
+    bool scanLower(const Lower& lower, const GridIndex& origin, const GridBox& part,
+                   Finding<Value>& finding) const {
+        return scanEntries<kLowerLog2, Access::kLeafLog2>(
+            lower.entries, origin, part, finding,
+            [&](unsigned m) {
+                return Access::isChild(*lower.node, m)
+                           ? *Access::voxels(*Access::child(*lower.node, m))
+                           : Access::value(*lower.node, m);
+            },
+            [&](unsigned m, const GridIndex& at, const GridBox& inChild) {
+                return scanLeaf(*Access::child(*lower.node, m), at, inChild, finding);
+            });
+    }
+
+    // Adds the entries that a part of a node touches, those that lie in it as a whole first, since
+    // they may tell all at once. `valueOf(entry)` is the value of a constant one, and `scanPart(
+    // entry, origin, part)` looks into one of several values.
+    template <int Log2, int ChildLog2, class ValueOf, class ScanPart>
+    bool scanEntries(const EntrySummary<Log2 - ChildLog2>& entries, const GridIndex& origin,
+                     const GridBox& part, Finding<Value>& finding, const ValueOf& valueOf,
+                     const ScanPart& scanPart) const {
+        // In cells, counted from the node's origin: the last cell may end where `int` does.
+        constexpr int kLast = (1 << ChildLog2) - 1;
+        GridBox touched{}, whole{};
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            const int first = part.min[axis] - origin[axis], last = part.max[axis] - origin[axis];
+            touched.min[axis] = first >> ChildLog2;
+            touched.max[axis] = last >> ChildLog2;
+            whole.min[axis] = (first + kLast) >> ChildLog2;
+            whole.max[axis] = ((last + 1) >> ChildLog2) - 1;
+        }
+        const auto entryAt = [](const GridIndex& cell) {
+            return entryOf(cell, Log2 - ChildLog2, 0);
+        };
+        const unsigned kinds = entries.kindsIn(whole);
+        if ((kinds & kMixedEntry) != 0)
+            return finding.addMixed();
+        if ((kinds & kBackgroundEntry) != 0 && !finding.add(background()))
+            return false;
+        if ((kinds & kConstantEntry) != 0 && !forEachCell(whole, [&](const GridIndex& cell) {
+                return entries.kind(entryAt(cell)) != kConstantEntry ||
+                       finding.add(valueOf(entryAt(cell)));
+            }))
+            return false;
+        return forEachCell(touched, [&](const GridIndex& cell) {
+            if (whole.contains(cell))
+                return true;
+            const unsigned entry = entryAt(cell);
+            const EntryKinds kind = entries.kind(entry);
+            if (kind != kMixedEntry)
+                return finding.add(kind == kBackgroundEntry ? background() : valueOf(entry));
+            const GridIndex at{origin[0] + (cell[0] << ChildLog2),
+                               origin[1] + (cell[1] << ChildLog2),
+                               origin[2] + (cell[2] << ChildLog2)};
+            return scanPart(entry, at, cube(at, ChildLog2).within(part));
+        });
+    }
+
+    template <class F>
+    static bool forEachCell(const GridBox& cells, const F& f) {
+        for (int x = cells.min[0]; x <= cells.max[0]; ++x)
+            for (int y = cells.min[1]; y <= cells.max[1]; ++y)
+                for (int z = cells.min[2]; z <= cells.max[2]; ++z)
+                    if (!f({x, y, z}))
                         return false;
-                }
         return true;
     }
 
-    template <int Log2, class Node>
-    static bool scanChild(const Node& node, const GridIndex& origin, const GridBox& box,
-                          Finding& finding) {
-        const GridBox part = cube(origin, Log2).within(box);
-        if constexpr (Log2 == Access::kLeafLog2)
-            return scanLeaf(node, origin, part, finding);
-        else
-            return scanInternal<Log2, Access::kLeafLog2>(node, origin, part, finding);
-    }
-
-    template <class Leaf>
     static bool scanLeaf(const Leaf& leaf, const GridIndex& origin, const GridBox& part,
-                         Finding& finding) {
-        for (int x = part.min[0] - origin[0]; x <= part.max[0] - origin[0]; ++x)
-            for (int y = part.min[1] - origin[1]; y <= part.max[1] - origin[1]; ++y) {
-                const auto row = entryOf({x, y, part.min[2]}, Access::kLeafLog2, 0);
-                const auto length = static_cast<unsigned>(part.max[2] - part.min[2] + 1);
-                for (unsigned z = 0; z < length; ++z)
-                    if (!finding.add(Access::value(leaf, row + z)))
-                        return false;
-            }
+                         Finding<Value>& finding) {
+        const Value* const voxels = Access::voxels(leaf);
+        const auto at = [&](std::size_t axis, const GridIndex& corner) {
+            return static_cast<unsigned>(corner[axis] - origin[axis]);
+        };
+        if (!finding.add(voxels[voxelOf(part.min)]))
+            return false;
+        RowComparison<Value, kRow> rows(finding.first, at(2, part.min), at(2, part.max));
+        for (unsigned x = at(0, part.min); x <= at(0, part.max); ++x) {
+            for (unsigned y = at(1, part.min); y <= at(1, part.max); ++y)
+                rows.add(voxels + kRow * (kRow * x + y));
+            if (rows.differs())
+                return finding.addMixed();
+        }
         return true;
     }
-
-    Cells cells_;
-    Value background_;
-    GridBox bounds_;
 };
 
 } // namespace Stratum::io

@@ -44,8 +44,9 @@ public:
         return builder.build(static_cast<float>(placement.voxelSize), placement.offsetType);
     }
 
-    /// The tiles on which one of the grids needs data.
-    static TileFlags flags(const TileTree<Shape>& tree, const SourceGrid& grid) {
+    /// The tiles on which one of the grids needs data; with but one grid, all that hold voxels.
+    TileFlags flags(const TileTree<Shape>& tree, const SourceGrid& grid) const {
+        const bool isAlone = grids_.size() == 1;
         TileFlags flags(Shape::kDepthCount);
         for (int depth = 0; depth <= Shape::kFinestDepth; ++depth) {
             const auto tiles = tree.tiles(depth);
@@ -53,9 +54,9 @@ public:
             ofDepth.resize(tiles.size());
             parallelFor(tiles.size(), 64, [&](const IndexRange& range) {
                 for (std::size_t i = range.begin(); i < range.end(); ++i)
-                    ofDepth[i] =
-                        tiles[i].holdsVoxels() &&
-                        contentAround(grid, tiles[i].tijk(), depth) != Content::kBackground;
+                    ofDepth[i] = tiles[i].holdsVoxels() &&
+                                 (isAlone || contentAround(grid, tiles[i].tijk(), depth) !=
+                                                 Content::kBackground);
             });
         }
         return flags;

@@ -32,13 +32,13 @@ ChannelInfo describe(const FileGrid& source, std::set<std::string>& taken,
 template <class Shape>
 void addChannels(Vantor::Object& object, const std::vector<FileGrid>& grids,
                  const std::vector<ChannelInfo>& infos) {
-    const auto tree = GridTopology<Shape>(grids).build();
+    const GridTopology<Shape> topology(grids);
+    const auto tree = topology.build();
     Vantor::Geometry::addTree<Shape>(object, tree);
     for (std::size_t i = 0; i < grids.size(); ++i) {
         std::vector<std::string> names = infos[i].alsoNamed;
         names.insert(names.begin(), infos[i].name);
-        grids[i].grid->addChannel(object, tree, GridTopology<Shape>::flags(*tree, *grids[i].grid),
-                                  names);
+        grids[i].grid->addChannel(object, tree, topology.flags(*tree, *grids[i].grid), names);
     }
 }
 

@@ -36,6 +36,8 @@ struct NvdbAccess {
     static Value value(const Node& node, unsigned n) {
         return node.data()->getValue(n);
     }
+    static const Value* voxels(const Leaf& leaf) { return leaf.data()->mValues; }
+    static constexpr bool kReleasesLeaves = false; // all of a grid is one block
 };
 
 /// Follows every offset of a grid in a buffer, and no offset out of it. A node that two parents

@@ -3,13 +3,11 @@
 
 #include "io/gridVolume.h"
 #include "io/quoted.h"
+#include "io/returnMemory.h"
 #include "io/vdbFile.h"
-
-#include <openvdb/io/File.h>
 
 #include <algorithm>
 #include <cctype>
-#include <filesystem>
 #include <stdexcept>
 
 namespace Stratum::io {
@@ -43,7 +41,14 @@ struct VdbAccess {
     static const Value& value(const Node& node, unsigned n) {
         return node.getTable()[n].getValue();
     }
-    static const Value& value(const Leaf& leaf, unsigned n) { return leaf.buffer().data()[n]; }
+    static const Value* voxels(const Leaf& leaf) { return leaf.buffer().data(); }
+
+    // No other grid shares the tree (see VdbFile::grid), and its channel is made but once.
+    static constexpr bool kReleasesLeaves = true;
+    static void release(const Leaf& leaf) {
+        typename Leaf::Buffer nothing(openvdb::PartialCreate(), Value{});
+        const_cast<Leaf&>(leaf).swap(nothing);
+    }
 };
 
 template <class TreeT>
@@ -104,13 +109,12 @@ GridPlacementResult placementOf(const openvdb::math::Transform& transform) {
 // The grids that options ask for and that can be used; others are named in the warnings.
 std::vector<Found> readGrids(const std::string& path, const VdbOptions& options,
                              std::vector<std::string>& warnings) {
-    openvdb::io::File file(path);
-    file.open(/*delayLoad=*/false);
+    VdbFile file(path);
     UniqueNames unique;
     std::vector<Found> found;
     std::string names;
-    for (auto fileName = file.beginName(); fileName != file.endName(); ++fileName) {
-        const auto header = file.readGridMetadata(fileName.gridName());
+    for (std::size_t i = 0; i < file.gridCount(); ++i) {
+        const auto header = file.header(i);
         const std::string name = unique.add(header->getName());
         names += (names.empty() ? "" : ", ") + name;
         if (!options.grid.empty() && options.grid != name)
@@ -121,7 +125,7 @@ std::vector<Found> readGrids(const std::string& path, const VdbOptions& options,
             continue;
         }
         throwIfCancelled();
-        found.push_back({name, file.readGrid(fileName.gridName())});
+        found.push_back({name, file.grid(i)});
     }
     requireGrids(options.grid, unique, !found.empty(), names);
     return found;
@@ -143,13 +147,14 @@ FileGrid fileGrid(const Found& found, std::vector<std::string>& warnings) {
 
 Volume readChecked(const std::string& path, const VdbOptions& options) {
     openvdb::initialize();
-    std::ifstream stream = openVdbFile(path);
-    VdbCompleteness::check(stream, std::filesystem::file_size(path));
     std::vector<std::string> warnings;
     std::vector<FileGrid> grids;
     for (const Found& each : readGrids(path, options, warnings))
         grids.push_back(fileGrid(each, warnings));
-    return makeGridVolume(grids, options.shape, std::move(warnings));
+    Volume volume = makeGridVolume(grids, options.shape, std::move(warnings));
+    grids.clear();
+    returnMemory();
+    return volume;
 }
 
 } // namespace

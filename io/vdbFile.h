@@ -1,26 +1,31 @@
-// Checks on a .vdb file before it is read. Part of readVdb.cpp, the one source that includes
+// A .vdb file, checked before it is read. Part of readVdb.cpp, the one source that includes
 // OpenVDB.
 #pragma once
 
+#include "io/FileBuffer.h"
 #include "io/byteOrder.h"
 #include "io/quoted.h"
 
 #include <openvdb/io/Archive.h>
 #include <openvdb/io/GridDescriptor.h>
+#include <openvdb/io/Stream.h>
 #include <openvdb/openvdb.h>
 
+#include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
+#include <istream>
+#include <memory>
+#include <set>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace Stratum::io {
 
-/// Opens a file, or throws std::runtime_error saying why it is none that holds volumes.
-inline std::ifstream openVdbFile(const std::string& path) {
+/// Throws std::runtime_error saying why a path is none of a file that can be read.
+inline void requireRegularFile(const std::string& path) {
     const auto fail = [](const std::string& reason) { throw std::runtime_error(reason); };
     std::error_code error;
     const auto status = std::filesystem::status(path, error);
@@ -30,16 +35,6 @@ inline std::ifstream openVdbFile(const std::string& path) {
         fail("it is a directory");
     if (!std::filesystem::is_regular_file(status))
         fail("it is no regular file");
-    std::ifstream file(path, std::ios::binary);
-    if (!file)
-        fail(std::strerror(errno));
-    constexpr char kMagic[8] = {' ', 'B', 'D', 'V', 0, 0, 0, 0};
-    char start[sizeof(kMagic)] = {};
-    file.read(start, sizeof(start));
-    if (std::memcmp(start, kMagic, sizeof(kMagic)) != 0)
-        fail("it is no .vdb file");
-    file.seekg(0);
-    return file;
 }
 
 /// Passes over the parts of a file whose sizes it claims itself, none of which may exceed the file.
@@ -93,29 +88,89 @@ private:
     std::int64_t fileSize_;
 };
 
-/// Follows a file's table of grids to its end, and the claims of sizes on the way. The library
-/// itself notices a file that was cut short only sometimes, and then in other words each time; it
-/// takes memory for whatever is claimed.
-class VdbCompleteness : private openvdb::io::Archive {
+/// The grids of a file. The library's own reader asks the system where it is in the file for every
+/// leaf, which costs as much as reading; this one has a buffer that knows.
+class VdbFile : private openvdb::io::Archive {
 public:
-    /// Throws std::runtime_error when a grid ends beyond the file.
-    static void check(std::ifstream& file, std::uintmax_t fileSize) {
+    using GridBase = openvdb::GridBase;
+
+    /// Follows the file's table of grids to its end, and the claims of sizes on the way. The
+    /// library itself notices a file that was cut short only sometimes, and then in other words
+    /// each time; it takes memory for whatever is claimed. Throws std::runtime_error for a file
+    /// that is no .vdb file or a grid that ends beyond it.
+    explicit VdbFile(const std::string& path)
+        : buffer_((requireRegularFile(path), path)), in_(&buffer_) {
+        requireMagicNumber();
+        reading([&] {
+            walk(static_cast<std::int64_t>(std::filesystem::file_size(path)));
+            if (!inputHasGridOffsets())
+                readAll();
+        });
+        std::ranges::stable_sort(grids_, {},
+                                 [](const Entry& e) { return e.descriptor.gridName(); });
+    }
+
+    /// The grids are in the order of their names.
+    std::size_t gridCount() const { return grids_.size(); }
+
+    /// A grid's type and metadata, without its values.
+    GridBase::ConstPtr header(std::size_t i) {
+        const Entry& entry = grids_[i];
+        if (entry.whole)
+            return entry.whole;
+        const auto grid = create(entry.descriptor);
+        reading([&] {
+            entry.descriptor.seekToGrid(in_);
+            readGridCompression(in_);
+            grid->readMeta(in_);
+        });
+        return grid;
+    }
+
+    /// A grid whose tree no other one shares.
+    GridBase::Ptr grid(std::size_t i) {
+        const Entry& entry = grids_[i];
+        if (entry.whole)
+            return entry.whole;
+        const auto grid = read(entry.descriptor);
+        if (const auto& parent = entry.descriptor.instanceParentName(); !parent.empty())
+            grid->setTree(read(named(parent))->baseTreePtr());
+        return grid;
+    }
+
+private:
+    using Descriptor = openvdb::io::GridDescriptor;
+
+    struct Entry {
+        Descriptor descriptor;
+        GridBase::Ptr whole = nullptr; // when the file cannot be read in parts
+    };
+
+    template <class F>
+    void reading(const F& f) {
         try {
             // Throws at once for a file that has already ended.
-            file.exceptions(std::ios::failbit | std::ios::badbit | std::ios::eofbit);
-            VdbCompleteness().walk(file, static_cast<std::int64_t>(fileSize));
+            in_.exceptions(std::ios::failbit | std::ios::badbit | std::ios::eofbit);
+            f();
         } catch (const std::ios_base::failure&) {
             throw std::runtime_error("it is cut short or damaged");
         }
     }
 
-private:
+    void requireMagicNumber() {
+        constexpr char kMagic[8] = {' ', 'B', 'D', 'V', 0, 0, 0, 0};
+        char start[sizeof(kMagic)] = {};
+        in_.read(start, sizeof(start));
+        if (std::memcmp(start, kMagic, sizeof(kMagic)) != 0)
+            throw std::runtime_error("it is no .vdb file");
+    }
+
     // The library reads on in files of versions to come, and prints a warning.
-    static void checkVersion(std::istream& in) {
+    void checkVersion() {
         std::array<char, 4> bytes{};
-        in.seekg(8); // after the magic number
-        in.read(bytes.data(), bytes.size());
-        in.seekg(0);
+        in_.seekg(8); // after the magic number
+        in_.read(bytes.data(), bytes.size());
+        in_.seekg(0);
         const auto version = loadAs<std::uint32_t>(bytes.data(), std::endian::little);
         if (version > openvdb::OPENVDB_FILE_VERSION)
             throw std::runtime_error(
@@ -123,34 +178,80 @@ private:
                 std::to_string(openvdb::OPENVDB_FILE_VERSION) + " can be read");
     }
 
-    void walk(std::istream& in, std::int64_t fileSize) {
-        checkVersion(in);
-        readHeader(in);
-        setFormatVersion(in);
-        setLibraryVersion(in);
+    void walk(std::int64_t fileSize) {
+        checkVersion();
+        readHeader(in_);
+        metadata_->setSeekable(true);
+        openvdb::io::setStreamMetadataPtr(in_, metadata_, /*transfer=*/false);
+        setFormatVersion(in_);
+        setLibraryVersion(in_);
+        setDataCompression(in_);
         if (!inputHasGridOffsets())
             return;
-        VdbSkipper skipper(in, fileSize);
+        VdbSkipper skipper(in_, fileSize);
         skipper.skipMetadata();
-        const int count = readGridCount(in);
+        const int count = readGridCount(in_);
         for (int i = 0; i < count; ++i) {
-            const auto start = in.tellg();
+            const auto start = in_.tellg();
             skipper.skipText();
             skipper.skipText();
-            in.seekg(start);
-            openvdb::io::GridDescriptor grid;
-            grid.read(in);
+            in_.seekg(start);
+            Descriptor grid;
+            grid.read(in_);
             if (grid.getEndPos() > fileSize || grid.getEndPos() < 0)
                 throw std::runtime_error("it is cut short: grid '" + grid.gridName() +
                                          "' would end at byte " + std::to_string(grid.getEndPos()) +
                                          " of " + std::to_string(fileSize));
-            grid.seekToGrid(in);
-            readGridCompression(in);
+            grid.seekToGrid(in_);
+            readGridCompression(in_);
             skipper.skipMetadata();
             if (i + 1 < count)
-                grid.seekToEnd(in);
+                grid.seekToEnd(in_);
+            grids_.push_back({std::move(grid)});
         }
     }
+
+    // For a file that was written without the places of its grids.
+    void readAll() {
+        in_.seekg(0);
+        std::set<const openvdb::TreeBase*> trees;
+        const auto whole = openvdb::io::Stream(in_, /*delayLoad=*/false).getGrids();
+        for (const auto& grid : *whole) {
+            if (!trees.insert(&grid->baseTree()).second)
+                grid->setTree(grid->baseTree().copy());
+            grids_.push_back({Descriptor(grid->getName(), grid->type()), grid});
+        }
+    }
+
+    static GridBase::Ptr create(const Descriptor& descriptor) {
+        auto grid = GridBase::createGrid(descriptor.gridType());
+        grid->setSaveFloatAsHalf(descriptor.saveFloatAsHalf());
+        return grid;
+    }
+
+    GridBase::Ptr read(const Descriptor& descriptor) {
+        auto grid = create(descriptor);
+        reading([&] {
+            descriptor.seekToGrid(in_);
+            readGrid(grid, descriptor, in_);
+        });
+        return grid;
+    }
+
+    const Descriptor& named(const std::string& uniqueName) const {
+        const auto found = std::ranges::find_if(
+            grids_, [&](const Entry& e) { return e.descriptor.uniqueName() == uniqueName; });
+        if (found == grids_.end())
+            throw std::runtime_error("it is damaged: it has no grid '" +
+                                     Descriptor::nameAsString(uniqueName) +
+                                     "', whose voxels another one shares");
+        return found->descriptor;
+    }
+
+    openvdb::io::StreamMetadata::Ptr metadata_ = std::make_shared<openvdb::io::StreamMetadata>();
+    FileBuffer buffer_;
+    std::istream in_;
+    std::vector<Entry> grids_;
 };
 
 } // namespace Stratum::io

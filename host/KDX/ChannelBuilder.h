@@ -15,8 +15,8 @@ namespace KDX::TileTree3D {
 
 using Vantor::Math::double3;
 
-/// Makes one channel. All voxels start at the default; the fill functions may be called in any
-/// order, as often as wanted, and finish() hands the channel over.
+/// Makes one channel. All voxels start at the default unless told otherwise; the fill functions may
+/// be called in any order, as often as wanted, and finish() hands the channel over.
 ///
 ///     ChannelBuilder<Traits<2, 4, 1>, float> builder(tree, "density", 0.0F);
 ///     builder.fill([](const double3& p, int) { return float(p.x); });
@@ -37,8 +37,13 @@ public:
         return tile.holdsVoxels();
     }
 
+    using Initial = typename Plain::Values;
+
+    /// With Initial::kUnset the caller promises to write every value before finish(), in
+    /// fillTiles() for one: memory is then touched but once.
     ChannelBuilder(const Ostrum::Ptr<const Tree>& tree, const Ostrum::String& name,
-                   const T& defaultValue, const Holds& holds = holdsWhereVoxelsAre)
+                   const T& defaultValue, const Holds& holds = holdsWhereVoxelsAre,
+                   Initial initial = Initial::kDefault)
         : channel_(
               Ostrum::makePtr<Plain>(name, defaultValue, false, true, 0, Traits::kFinestDepth)) {
         if (!tree)
@@ -46,7 +51,7 @@ public:
         channel_->setLayout(
             tree,
             Ostrum::makePtr<const ChannelLayout<Traits>>(*tree, 0, Traits::kFinestDepth, holds),
-            Plain::Values::kDefault);
+            initial);
     }
 
     /// Calls `f(tile, index, values)` for every tile with data, in parallel; values are x fastest.

@@ -32,8 +32,7 @@ auto RestrictedTiles<Traits, T>::restrictLevel(const Plain& channel, const Restr
     for (std::size_t i = 0; i < tiles.size(); ++i)
         if (tiles[i].hasChildren() && !channel.tileData({static_cast<std::int64_t>(i), depth}))
             level.tiles.push_back(static_cast<std::uint32_t>(i));
-    constexpr auto kCount = static_cast<std::size_t>(Traits::kVoxelCount);
-    level.values.resize(level.tiles.size() * kCount);
+    level.memory = ChannelMemory(level.tiles.size() * kValuesPerTile * sizeof(T), false);
     level.present.resize(level.tiles.size());
     Stratum::parallelForIsolated(level.tiles.size(), 64, [&](const Stratum::IndexRange& range) {
         for (std::size_t s = range.begin(); s < range.end(); ++s) {
@@ -45,7 +44,7 @@ auto RestrictedTiles<Traits, T>::restrictLevel(const Plain& channel, const Restr
                 return finer.tile(child);
             };
             restrictTile<Traits, T>(tree.offsetType(), channel.defaultValue(), childAt,
-                                    level.values.data() + s * kCount, level.present[s]);
+                                    level.values(s), level.present[s]);
         }
     });
     return level;
@@ -93,18 +92,20 @@ std::vector<std::uint8_t> RestrictedTiles<Traits, T>::wantedTiles(const Plain& c
 template <class Traits, class T>
 auto RestrictedTiles<Traits, T>::select(const Level& level, const std::vector<std::uint8_t>& wanted)
     -> Level {
-    Level kept;
-    for (std::size_t s = 0; s < level.tiles.size(); ++s) {
-        if (!wanted[s] || level.present[s].none())
-            continue;
-        kept.tiles.push_back(level.tiles[s]);
-        kept.present.push_back(level.present[s]);
-        const T* values = level.values.data() + s * static_cast<std::size_t>(Traits::kVoxelCount);
-        kept.values.insert(kept.values.end(), values, values + Traits::kVoxelCount);
-    }
-    kept.tiles.shrink_to_fit();
-    kept.present.shrink_to_fit();
-    kept.values.shrink_to_fit();
+    std::vector<std::size_t> slots;
+    for (std::size_t s = 0; s < level.tiles.size(); ++s)
+        if (wanted[s] && level.present[s].any())
+            slots.push_back(s);
+    Level kept{std::vector<std::uint32_t>(slots.size()),
+               ChannelMemory(slots.size() * kValuesPerTile * sizeof(T), false),
+               std::vector<Present>(slots.size())};
+    Stratum::parallelForIsolated(slots.size(), 256, [&](const Stratum::IndexRange& range) {
+        for (std::size_t s = range.begin(); s < range.end(); ++s) {
+            kept.tiles[s] = level.tiles[slots[s]];
+            kept.present[s] = level.present[slots[s]];
+            std::copy_n(level.values(slots[s]), kValuesPerTile, kept.values(s));
+        }
+    });
     return kept;
 }
 
@@ -117,16 +118,15 @@ TileValues<Traits, T> RestrictedTiles<Traits, T>::tile(const TreeIndex& index) c
     if (found == level.tiles.end() || *found != index.index)
         return {};
     const auto slot = static_cast<std::size_t>(found - level.tiles.begin());
-    return {level.values.data() + slot * static_cast<std::size_t>(Traits::kVoxelCount),
-            &level.present[slot]};
+    return {level.values(slot), &level.present[slot]};
 }
 
 template <class Traits, class T>
 std::size_t RestrictedTiles<Traits, T>::memoryUsage() const {
     std::size_t bytes = 0;
     for (const Level& level : levels_)
-        bytes += level.tiles.capacity() * sizeof(std::uint32_t) +
-                 level.values.capacity() * sizeof(T) + level.present.capacity() * sizeof(Present);
+        bytes += level.tiles.capacity() * sizeof(std::uint32_t) + level.memory.size() +
+                 level.present.capacity() * sizeof(Present);
     return bytes;
 }
 

@@ -36,10 +36,19 @@ public:
 private:
     using Present = typename TileValues<Traits, T>::Present;
 
+    static constexpr auto kValuesPerTile = static_cast<std::size_t>(Traits::kVoxelCount);
+
     struct Level {
         std::vector<std::uint32_t> tiles; // ascending
-        std::vector<T, Ostrum::Allocator<T>> values;
+        ChannelMemory memory;             // of values, which are written as soon as it is taken
         std::vector<Present> present;
+
+        T* values(std::size_t slot) {
+            return static_cast<T*>(memory.get()) + slot * kValuesPerTile;
+        }
+        const T* values(std::size_t slot) const {
+            return static_cast<const T*>(memory.get()) + slot * kValuesPerTile;
+        }
     };
 
     static Level restrictLevel(const Plain& channel, const RestrictedTiles& finer, int depth);

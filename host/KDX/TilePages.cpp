@@ -36,11 +36,17 @@ void TilePages<Traits>::makePages(int group, std::span<const std::vector<Tile>> 
         const int depth = finest - kDepthsPerPage + level;
         if (depth < 0)
             continue;
+        Place last{};
+        bool isFirst = true;
         for (const Tile& tile : tilesByDepth[depth]) {
             Place place{};
             toPlace(tile.tijk(), place);
-            const std::size_t slot = addPage(pages, pageOf(cellAt(group, place)));
-            pages.slots[slot].cells = static_cast<std::uint32_t>(level);
+            const Place page = pageOf(cellAt(group, place));
+            if (!isFirst && same(page, last)) // as for most tiles in the order of a walk
+                continue;
+            isFirst = false;
+            last = page;
+            pages.slots[addPage(pages, page)].cells = static_cast<std::uint32_t>(level);
         }
     }
     std::size_t units = 0;
@@ -63,11 +69,14 @@ void TilePages<Traits>::fillPages(int depth, const std::vector<Tile>& tiles) {
     Group& pages = groups_[group];
     const int level = depth - finestDepthOf(group) + kDepthsPerPage; // 1 .. kDepthsPerPage
     std::uint32_t index = 0;
+    const Slot* slot = nullptr; // of the tile before, for the same reason
     for (const Tile& tile : tiles) {
         Place place{};
         toPlace(tile.tijk(), place);
         const Place cell = cellAt(group, place);
-        const std::uint32_t packed = pages.slots[slotOf(pages, pageOf(cell))].cells;
+        if (const Place page = pageOf(cell); !slot || !same(slot->page, page))
+            slot = &pages.slots[slotOf(pages, page)];
+        const std::uint32_t packed = slot->cells;
         const auto pageLevel = static_cast<int>(packed & 3U);
         const std::size_t n = cellsPerAxis(pageLevel), covered = n / cellsPerAxis(level);
         std::uint32_t* cells =

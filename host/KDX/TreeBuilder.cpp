@@ -90,29 +90,53 @@ void TreeBuilder<Traits>::addBox(int depth, const bbox<int3, int>& box, bool hol
     forEachTile<Traits>(depth, box, [&](const int3& tijk) { addTile(depth, tijk, holdsVoxels); });
 }
 
+// The children of a tile that touch the box, in the order of their keys.
+template <class Traits>
+void TreeBuilder<Traits>::addChildren(const Entry& tile, int depth, const bbox<int3, int>& box,
+                                      Entries& children) {
+    constexpr int B = Traits::kChildrenPerAxis;
+    const int extent = Traits::tileExtent(depth + 1);
+    for (int c = 0; c < Traits::kChildCount; ++c) {
+        const int3 cell{c % B, c / B % B, c / (B * B)};
+        if (touches(box, tile.tijk, extent, cell))
+            children.push_back(
+                {tile.key << kBitsPerDepth | Key(c), tile.tijk + cell * extent, true});
+    }
+}
+
+// There is memory for the entries but once where they are the first.
+template <class Traits>
+void TreeBuilder<Traits>::append(Entries added, Entries& entries) {
+    if (entries.empty())
+        entries = std::move(added);
+    else
+        entries.insert(entries.end(), added.begin(), added.end());
+}
+
 template <class Traits>
 void TreeBuilder<Traits>::addRefined(const bbox<int3, int>& box, const Rule& rule) {
-    constexpr int B = Traits::kChildrenPerAxis;
-    std::vector<int3> tiles;
-    forEachTile<Traits>(0, box, [&](const int3& tijk) { tiles.push_back(tijk); });
+    Entries tiles;
+    forEachTile<Traits>(0, box, [&](const int3& tijk) { tiles.push_back(entryOf(0, tijk, true)); });
     for (int depth = 0; depth <= Traits::kFinestDepth && !tiles.empty(); ++depth) {
         std::vector<Wish> wishes(tiles.size());
         Stratum::parallelForIsolated(tiles.size(), 64, [&](const Stratum::IndexRange& range) {
             for (std::size_t i = range.begin(); i < range.end(); ++i)
-                wishes[i] = rule(tiles[i], depth);
+                wishes[i] = rule(tiles[i].tijk, depth);
         });
-        std::vector<int3> children;
-        for (std::size_t i = 0; i < tiles.size(); ++i) {
-            if (wishes[i].holdsVoxels)
-                addTile(depth, tiles[i]);
-            if (!wishes[i].refine || depth == Traits::kFinestDepth)
-                continue;
-            const int cell = Traits::tileExtent(depth + 1);
-            for (int c = 0; c < Traits::kChildCount; ++c) {
-                if (touches(box, tiles[i], cell, {c % B, c / B % B, c / (B * B)}))
-                    children.push_back(tiles[i] + int3{c % B, c / B % B, c / (B * B)} * cell);
-            }
+        Entries children;
+        if (depth < Traits::kFinestDepth) {
+            const auto refined = std::ranges::count_if(wishes, &Wish::refine);
+            children.reserve(static_cast<std::size_t>(refined) * Traits::kChildCount);
+            for (std::size_t i = 0; i < tiles.size(); ++i)
+                if (wishes[i].refine)
+                    addChildren(tiles[i], depth, box, children);
         }
+        std::size_t kept = 0;
+        for (std::size_t i = 0; i < tiles.size(); ++i)
+            if (wishes[i].holdsVoxels)
+                tiles[kept++] = tiles[i];
+        tiles.resize(kept);
+        append(std::move(tiles), entries_[depth]);
         tiles = std::move(children);
     }
 }
@@ -120,7 +144,8 @@ void TreeBuilder<Traits>::addRefined(const bbox<int3, int>& box, const Rule& rul
 template <class Traits>
 void TreeBuilder<Traits>::sortAndMerge(Entries& entries) {
     const auto before = [](const Entry& a, const Entry& b) { return a.key < b.key; };
-    Stratum::parallelSort(entries.begin(), entries.end(), before);
+    if (!std::ranges::is_sorted(entries, before))
+        Stratum::parallelSort(entries.begin(), entries.end(), before);
     std::size_t kept = 0;
     for (std::size_t i = 0; i < entries.size(); ++i) {
         if (kept > 0 && entries[kept - 1].key == entries[i].key)

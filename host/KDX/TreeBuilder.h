@@ -69,6 +69,9 @@ private:
 
     static Entry entryOf(int depth, const int3& ijk, bool holdsVoxels);
     static int3 childCellOf(Key key);
+    static void addChildren(const Entry& tile, int depth, const bbox<int3, int>& box,
+                            Entries& children);
+    static void append(Entries added, Entries& entries);
     static void sortAndMerge(Entries& entries);
     static void addParents(const Entries& children, int parentDepth, Entries& parents);
 

@@ -6,12 +6,14 @@
 
 #include <gtest/gtest.h>
 
+#include <openvdb/io/Stream.h>
 #include <openvdb/openvdb.h>
 #include <openvdb/tools/Interpolation.h>
 #include <openvdb/tools/LevelSetSphere.h>
 
 #include <cmath>
 #include <filesystem>
+#include <fstream>
 #include <tuple>
 
 namespace {
@@ -153,6 +155,63 @@ TEST(Vdb, NamesAndTypesOfChannels) {
     ASSERT_EQ(volume.warnings.size(), 2U);
     EXPECT_NE((volume.warnings[0] + volume.warnings[1]).find("grid 'flags' is left out"),
               std::string::npos);
+}
+
+// Leaves whose voxels go once they are read: those of one value throughout, which coarse tiles take
+// theirs from, and those that many tiles share because voxels are shifted against them.
+TEST(Vdb, EveryVoxelArrivesWhateverTilesShareItsLeaf) {
+    const auto grid = named<openvdb::FloatGrid>(roughGrid(), "rough");
+    grid->fill(CoordBBox(Coord(-64, 64, 0), Coord(-1, 127, 63)), -2, true);
+    grid->tree().voxelizeActiveTiles();
+    const CoordBBox box = grid->evalActiveVoxelBoundingBox();
+    VdbFile file;
+    for (const int shift : {0, 3}) {
+        const auto transform = Transform::createLinearTransform(1);
+        transform->postTranslate(openvdb::Vec3d(shift, 2 * shift, -shift));
+        grid->setTransform(transform);
+        file.write({grid});
+        Ostrum::Array<float3> positions;
+        std::vector<float> expected;
+        const auto accessor = grid->getConstAccessor();
+        for (auto ijk = box.begin(); ijk; ++ijk) {
+            positions.push_back({static_cast<float>((*ijk).x() + shift),
+                                 static_cast<float>((*ijk).y() + 2 * shift),
+                                 static_cast<float>((*ijk).z() - shift)});
+            expected.push_back(accessor.getValue(*ijk));
+        }
+        for (const TreeShape shape : {TreeShape::kTwo, TreeShape::kFive}) {
+            const auto values =
+                sample<float>(readVdb(file.path, {.shape = shape, .grid = {}}), positions, "rough");
+            EXPECT_TRUE(std::equal(expected.begin(), expected.end(), values->begin()))
+                << "shift " << shift << ", shape " << static_cast<int>(shape);
+        }
+    }
+}
+
+// Grids that share their voxels, in a file that can be read in parts and in one that cannot.
+TEST(Vdb, GridsMayShareTheirVoxels) {
+    const auto first = named<openvdb::FloatGrid>(roughGrid(), "first");
+    const auto second = named<openvdb::FloatGrid>(
+        openvdb::FloatGrid::create(openvdb::FloatGrid::TreeType::Ptr(first->treePtr())),
+        "a second");
+    VdbFile file;
+    const auto positions = positionsAround(1000, 1);
+    const auto expectBoth = [&](const char* how) {
+        const Volume volume = readVdb(file.path);
+        const auto a = sample<float>(volume, positions, "first"),
+                   b = sample<float>(volume, positions, "a second");
+        EXPECT_TRUE(std::equal(a->begin(), a->end(), b->begin())) << how;
+        EXPECT_EQ(volume.channels.front().name, "a second") << "in the order of their names";
+        EXPECT_EQ((*sample<float>(readVdb(file.path, {.shape = TreeShape::kTwo, .grid = "first"}),
+                                  positions, "first"))[5],
+                  (*a)[5]);
+    };
+    file.write({first, second});
+    expectBoth("in parts");
+    std::ofstream out(file.path, std::ios::binary);
+    openvdb::io::Stream(out).write(openvdb::GridPtrVec{first, second});
+    out.close();
+    expectBoth("as a whole");
 }
 
 TEST(Vdb, RefusesTransformsThatTilesCannotFollow) {
