@@ -25,21 +25,8 @@ public:
         std::memcpy(&values_[place(x, y, z)], &value, sizeof(T));
     }
 
-    /// Four values in a row along x, as vector instructions take them.
-    typedef S Row __attribute__((vector_size(4 * sizeof(S))));
-    static constexpr bool kHasRows = kComponents == 1;
-
-    /// Sets four rows along x, at y and z = 0 to 3: a transposition, because z is fastest here.
-    void setRows(int y, const Row& z0, const Row& z1, const Row& z2, const Row& z3) {
-        const Row low01 = __builtin_shufflevector(z0, z1, 0, 4, 1, 5);
-        const Row high01 = __builtin_shufflevector(z0, z1, 2, 6, 3, 7);
-        const Row low23 = __builtin_shufflevector(z2, z3, 0, 4, 1, 5);
-        const Row high23 = __builtin_shufflevector(z2, z3, 2, 6, 3, 7);
-        store(0, y, __builtin_shufflevector(low01, low23, 0, 1, 4, 5));
-        store(1, y, __builtin_shufflevector(low01, low23, 2, 3, 6, 7));
-        store(2, y, __builtin_shufflevector(high01, high23, 0, 1, 4, 5));
-        store(3, y, __builtin_shufflevector(high01, high23, 2, 3, 6, 7));
-    }
+    /// Scalars as they lie: (x, y, z) at 16 x + 4 y + z. All others follow component by component.
+    S* values() { return values_.data(); }
 
     /// Finds the range of the eight corners once all values are in.
     void finish() {
@@ -62,7 +49,7 @@ public:
         withUniformKernel<S>(mode, [&]<class Kernel>() {
             alignas(16) std::array<S, 16 * kComponents> planes;
             alignas(16) std::array<S, 4 * kComponents> rows;
-            const Kernel alongX(f.x), alongY(f.y), alongZ(f.z);
+            const auto alongX = Kernel::at(f.x), alongY = Kernel::at(f.y), alongZ = Kernel::at(f.z);
             reduce(alongX, values_.data(), planes);
             reduce(alongY, planes.data(), rows);
             reduce(alongZ, rows.data(), result);
@@ -76,10 +63,6 @@ public:
 private:
     static std::size_t place(int x, int y, int z) {
         return static_cast<std::size_t>(16 * x + 4 * y + z) * kComponents;
-    }
-
-    void store(int x, int y, const Row& alongZ) {
-        std::memcpy(&values_[place(x, y, 0)], &alongZ, sizeof(Row));
     }
 
     template <class Kernel, std::size_t N>

@@ -22,9 +22,10 @@ struct PositionBlock {
     alignas(64) std::int32_t origin[3][kSize]; ///< of the tile
     alignas(64) S scale[kSize];                ///< of its depth: data voxels an index unit
 
-    /// Where the data voxel below lies among the values of the tile's halo tile.
+    alignas(64) std::int32_t voxel[3][kSize]; ///< the data voxel below, from the tile's origin
+    /// Where that voxel lies among the values of the tile's halo tile.
     alignas(64) std::int32_t value[kSize];
-    alignas(64) S fraction[3][kSize]; ///< beyond that voxel's sample
+    alignas(64) S fraction[3][kSize]; ///< beyond the voxel's sample
 };
 
 /// The grid of all places where a tile of one depth can be.

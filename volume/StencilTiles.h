@@ -38,33 +38,25 @@ public:
     // A copy belongs to another task, whose positions lie elsewhere.
     StencilTiles(const StencilTiles&) {}
     StencilTiles& operator=(const StencilTiles&) {
-        index_ = {};
+        depth_ = kNowhere;
         absent_.clear(); // the other channel's default may differ
         return *this;
     }
 
-    /// Finds the block around the cell that begins at voxel n of a tile that holds data, whose
-    /// origin is `tijk`.
-    void fetch(const TreeIndex& index, const int3& tijk, const int3& n, const AxisSet& axes,
-               const Container<Traits>& container, const Plain& channel, Accessor& accessor) {
-        const int3 first{firstTile(n.x, axes.has[0]), firstTile(n.y, axes.has[1]),
-                         firstTile(n.z, axes.has[2])};
-        if (index == index_ && first == first_ && axes == axes_)
-            return;
-        index_ = {};
-        tijk_ = tijk;
-        first_ = first;
-        axes_ = axes;
-        jump_ = false;
-        const int3 count{axes.has[0] ? 2 : 1, axes.has[1] ? 2 : 1, axes.has[2] ? 2 : 1};
-        const std::int64_t extent = Traits::tileExtent(index.depth);
-        accessor.tileBlock(WideIndex{tijk.x + extent * first.x, tijk.y + extent * first.y,
-                                     tijk.z + extent * first.z},
-                           count, index.depth, found_);
-        if (!takeAll(index.depth, channel))
-            for (std::size_t place = 0; place < found_.size(); ++place)
-                take(place, index.depth, container, channel);
-        index_ = index;
+    /// Finds the block around the cell that begins at voxel n of a tile of the depth that holds
+    /// data, whose origin is `tijk`. False when it is the block that was held already.
+    [[gnu::always_inline]] bool fetch(int depth, const int3& tijk, const int3& n,
+                                      const AxisSet& axes, const Container<Traits>& container,
+                                      const Plain& channel, Accessor& accessor) {
+        const std::int64_t extent = Traits::tileExtent(depth);
+        const WideIndex origin{tijk.x + extent * firstTile(n.x, axes.has[0]),
+                               tijk.y + extent * firstTile(n.y, axes.has[1]),
+                               tijk.z + extent * firstTile(n.z, axes.has[2])};
+        if (depth == depth_ && origin.x == origin_.x && origin.y == origin_.y &&
+            origin.z == origin_.z && axes == axes_)
+            return false;
+        lookUp(depth, origin, axes, container, channel, accessor);
+        return true;
     }
 
     bool atResolutionJump() const { return jump_; }
@@ -75,23 +67,35 @@ public:
     /// The values of the block's tiles of the cell's own depth; for all others, default values.
     const std::array<const T*, 8>& data() const { return data_; }
 
-    /// Where the cell lies from the block's first voxel: the index of the voxel below it, 0 to
-    /// W - 1. Only for axes that the block extends along.
-    int3 stencilBegin(const int3& n) const {
-        return {n.x - 1 - W * first_.x, n.y - 1 - W * first_.y, n.z - 1 - W * first_.z};
+    /// Where the stencil of the cell begins, from the block's first voxel: the index of the voxel
+    /// below the cell, 0 to W - 1. Only for axes that the block extends along.
+    static int3 stencilBegin(const int3& n) {
+        const auto along = [](int v) { return v < 1 ? v - 1 + W : v - 1; };
+        return {along(n.x), along(n.y), along(n.z)};
     }
 
     /// The first tile's origin, in index units.
-    WideIndex origin() const {
-        const std::int64_t extent = Traits::tileExtent(index_.depth);
-        return {tijk_.x + extent * first_.x, tijk_.y + extent * first_.y,
-                tijk_.z + extent * first_.z};
-    }
+    const WideIndex& origin() const { return origin_; }
 
     /// Whether a block is held at all.
-    bool isFetched() const { return index_.isValid(); }
+    bool isFetched() const { return depth_ != kNowhere; }
 
 private:
+    [[gnu::noinline]] void lookUp(int depth, const WideIndex& origin, const AxisSet& axes,
+                                  const Container<Traits>& container, const Plain& channel,
+                                  Accessor& accessor) {
+        depth_ = kNowhere;
+        origin_ = origin;
+        axes_ = axes;
+        jump_ = false;
+        const int3 count{axes.has[0] ? 2 : 1, axes.has[1] ? 2 : 1, axes.has[2] ? 2 : 1};
+        accessor.tileBlock(origin, count, depth, found_);
+        if (!takeAll(depth, channel))
+            for (std::size_t place = 0; place < found_.size(); ++place)
+                take(place, depth, container, channel);
+        depth_ = depth;
+    }
+
     // From the cell's tile to the block's first: -1 where the voxel below the cell (or, on an axis
     // that the block does not extend along, the cell itself) lies in the tile below.
     static int firstTile(int n, bool extended) { return (extended ? n - 1 : n) < 0 ? -1 : 0; }
@@ -135,8 +139,10 @@ private:
         return false;
     }
 
-    TreeIndex index_;
-    int3 tijk_{0, 0, 0}, first_{0, 0, 0};
+    static constexpr int kNowhere = -1;
+
+    int depth_ = kNowhere;
+    WideIndex origin_{0, 0, 0};
     AxisSet axes_;
     bool jump_ = false;
     std::array<TreeIndex, 8> found_;

@@ -12,13 +12,6 @@ namespace KDX::TileTree3D {
 
 namespace detail {
 
-// The nearest fraction in [0, 1), 0 for NaN.
-template <class S>
-S toFraction(S f) {
-    constexpr S kLargest = 1 - std::numeric_limits<S>::epsilon() / 2;
-    return std::min(kLargest, std::max(S{0}, f));
-}
-
 // Whether a cell begins at n, which may be -1 where locate() gives that.
 inline bool isCell(const int3& n, int width, VoxelOffsetType type) {
     const int lowest = type == VoxelOffsetType::kCorner ? 0 : -1;
@@ -57,67 +50,32 @@ V VoxelSamplerCubic<Tr, V, S, P, A, B>::sample(const TreeIndex& index, const int
     Ahead ahead;
     if (!open(index, in_lijk, in_frac, ahead))
         return defaultValue;
-    if (jumpPolicy == 1 && haloTiles.size() == 0) {
-        if (!isLastCell(ahead.place))
-            fetchAhead(ahead);
-        return evaluate(ahead);
-    }
-    return jumpPolicy == 1 ? sampleThroughCache(ahead)
-                           : sampleGeneral(ahead, std::min(maxDepth, depth), debug);
+    if (jumpPolicy == 1)
+        return haloTiles.size() == 0 ? evaluate(ahead) : sampleThroughCache(ahead);
+    return sampleGeneral(ahead, std::min(maxDepth, depth), debug);
 }
 
-// The samples of a batch wait for each other's memory: all tiles are found and their values asked
-// for before the first one is used.
 template <class Tr, class V, class S, class P, int A, int B>
 void VoxelSamplerCubic<Tr, V, S, P, A, B>::sample(const P* positions, std::size_t count, int depth,
                                                   int space, V* values) {
-    if (jumpPolicy != 1 || haloTiles.size() > 0) {
+    if (jumpPolicy != 1 || haloTiles.size() > 0 || !isMode(mode)) {
         for (std::size_t i = 0; i < count; ++i)
             values[i] = sample(positions[i], depth, space);
         return;
     }
-    constexpr std::size_t kBatch = 32;
-    std::array<Ahead, kBatch> batch;
-    for (std::size_t begin = 0; begin < count; begin += kBatch) {
-        const std::size_t size = std::min(kBatch, count - begin);
-        const Ahead* before = nullptr;
-        for (std::size_t i = 0; i < size; ++i)
-            if (lookAhead(positions[begin + i], depth, space, before, batch[i]))
-                before = &batch[i];
-        for (std::size_t i = 0; i < size; ++i)
-            values[begin + i] =
-                batch[i].state == State::kDefault ? defaultValue : evaluate(batch[i]);
-    }
-}
-
-// Finds out what a sample is made of; false where its value is the default. `before` is the sample
-// of the batch that will be the last one evaluated by then, if there is one.
-template <class Tr, class V, class S, class P, int A, int B>
-bool VoxelSamplerCubic<Tr, V, S, P, A, B>::lookAhead(const P& position, int depth, int space,
-                                                     const Ahead* before, Ahead& ahead) {
-    VoxelLocation<P> location;
-    this->locate(position, std::min(maxDepth, depth), space, location);
-    if (!open(location.treeIndex, location.n, location.f, ahead))
-        return false;
-    const Place& place = ahead.place;
-    if (before ? before->place.index == place.index && before->place.n == place.n
-               : isLastCell(place))
-        return true;
-    fetchAhead(ahead);
-    if (ahead.state == State::kStencil)
-        detail::prefetchStencil<W>(ahead.tiles, ahead.begin);
-    return true;
+    constexpr std::size_t kBlock = Base::Block::kSize;
+    for (std::size_t begin = 0; begin < count; begin += kBlock)
+        sampleBlock(positions + begin, std::min(kBlock, count - begin), depth, space,
+                    values + begin);
 }
 
 // Sets the place of a sample; false where its value is the default.
 template <class Tr, class V, class S, class P, int A, int B>
 bool VoxelSamplerCubic<Tr, V, S, P, A, B>::open(const TreeIndex& index, const int3& n, const P& f,
                                                 Ahead& ahead) const {
-    ahead.state = State::kDefault;
-    ahead.own = index.depth >= minDepth ? channel->tileData(index).data() : nullptr;
+    ahead.own = valuesOf(index);
     if (!ahead.own || !detail::isCell(n, W, this->offsetType))
         return false;
-    ahead.state = State::kLastCell;
     // The tile that was located last, as a rule; then the tree's own record is left alone.
     const int3& tijk = this->currentTilePtr->treeIndex() == index ? this->currentTilePtr->tijk()
                                                                   : container->tile(index).tijk();
@@ -132,25 +90,16 @@ bool VoxelSamplerCubic<Tr, V, S, P, A, B>::open(const TreeIndex& index, const in
     return true;
 }
 
-// Finds the tiles around the sample's cell.
-template <class Tr, class V, class S, class P, int A, int B>
-void VoxelSamplerCubic<Tr, V, S, P, A, B>::fetchAhead(Ahead& ahead) {
-    const Place& place = ahead.place;
-    stencilTiles.fetch(place.index, place.tijk, place.n, kAllAxes, *container, *channel,
-                       this->accessor);
-    ahead.state = stencilTiles.atResolutionJump() ? State::kJump : State::kStencil;
-    ahead.begin = stencilTiles.stencilBegin(place.n);
-    ahead.tiles = stencilTiles.data();
-}
-
 template <class Tr, class V, class S, class P, int A, int B>
 V VoxelSamplerCubic<Tr, V, S, P, A, B>::evaluate(const Ahead& ahead) {
     const Place& place = ahead.place;
     if (!isLastCell(place)) {
         lastCell.index = {};
-        lastCell.atJump = ahead.state == State::kJump;
+        fetchTiles(place);
+        lastCell.atJump = stencilTiles.atResolutionJump();
         if (!lastCell.atJump)
-            gather(ahead.tiles, ahead.begin);
+            detail::gatherStencil<W>(stencilTiles.data().data(), stencilTiles.stencilBegin(place.n),
+                                     lastCell.stencil);
         lastCell.index = place.index;
         lastCell.n = place.n;
     }
@@ -168,8 +117,7 @@ V VoxelSamplerCubic<Tr, V, S, P, A, B>::linear(const Ahead& ahead) {
 template <class Tr, class V, class S, class P, int A, int B>
 V VoxelSamplerCubic<Tr, V, S, P, A, B>::checked(const V& value, const Place& place) {
     if (detail::hasNan(value) && !isNanReported()) [[unlikely]] {
-        stencilTiles.fetch(place.index, place.tijk, place.n, kAllAxes, *container, *channel,
-                           tileAccessor);
+        fetchTiles(place);
         reportNan("voxelSamplerCubic: output is NAN", place, stencilTiles, *container);
     }
     return value;
@@ -183,8 +131,6 @@ V VoxelSamplerCubic<Tr, V, S, P, A, B>::sampleThroughCache(Ahead& ahead) {
             lastCell.atJump = false;
             lastCell.index = ahead.place.index;
             lastCell.n = ahead.place.n;
-        } else {
-            fetchAhead(ahead);
         }
     }
     return evaluate(ahead);
@@ -214,30 +160,6 @@ bool VoxelSamplerCubic<Tr, V, S, P, A, B>::loadFromHaloTile(const Place& place) 
     return true;
 }
 
-// Copies 4^3 values from the tiles of a block into the stencil.
-template <class Tr, class V, class S, class P, int A, int B>
-void VoxelSamplerCubic<Tr, V, S, P, A, B>::gather(const TilePointers& tiles, const int3& begin) {
-    CubicStencil<V>& stencil = lastCell.stencil;
-    switch (W - begin.x) {
-    case 1:
-        detail::StencilGather<1, W, V>(tiles, begin).into(stencil);
-        break;
-    case 2:
-        detail::StencilGather<2, W, V>(tiles, begin).into(stencil);
-        break;
-    case 3:
-        detail::StencilGather<3, W, V>(tiles, begin).into(stencil);
-        break;
-    case 4:
-        detail::StencilGather<4, W, V>(tiles, begin).into(stencil);
-        break;
-    default:
-        detail::StencilGather<5, W, V>(tiles, begin).into(stencil);
-        break;
-    }
-    stencil.finish();
-}
-
 template <class Tr, class V, class S, class P, int A, int B>
 V VoxelSamplerCubic<Tr, V, S, P, A, B>::sampleGeneral(Ahead& ahead, int deepest, bool debug) {
     Place& place = ahead.place;
@@ -250,11 +172,10 @@ V VoxelSamplerCubic<Tr, V, S, P, A, B>::sampleGeneral(Ahead& ahead, int deepest,
                            ? *Cell<V>(ahead.own, {W, 0}, place.n).lower
                            : plainCells.read(place.index, ahead.own, place.n).at(0, 0, 0),
                        place);
-    stencilTiles.fetch(place.index, place.tijk, place.n, axes, *container, *channel, tileAccessor);
-    if (nzc == 3 && !stencilTiles.atResolutionJump() && place.index.depth == deepest) {
-        fetchAhead(ahead);
+    stencilTiles.fetch(place.index.depth, place.tijk, place.n, axes, *container, *channel,
+                       tileAccessor);
+    if (nzc == 3 && !stencilTiles.atResolutionJump() && place.index.depth == deepest)
         return evaluate(ahead);
-    }
     const CubicSource<Tr, V> source{*container,   *channel, maskChannel,     maskBits,
                                     defaultValue, mode,     this->offsetType};
     CubicGeneralPath<Tr, V, P> path(source, place, deepest, debug, stencilTiles, plainCells,

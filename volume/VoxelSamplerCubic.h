@@ -87,7 +87,7 @@ public:
     ValueT sample(const PositionT& position, int space) {
         return sample(position, kAnyDepth, space);
     }
-    /// The same for `count` positions, bit for bit; faster when they lie far from each other.
+    /// The same for `count` positions, bit for bit, and faster.
     void sample(const PositionT* positions, std::size_t count, int depth, int space,
                 ValueT* values);
 
@@ -108,37 +108,36 @@ private:
         CubicStencil<ValueT> stencil;
     };
 
-    using TilePointers = std::array<const ValueT*, 8>;
-
     // What a sample is made of, as far as that is known before values are read.
-    enum class State {
-        kDefault,  // nothing is sampled there
-        kLastCell, // `tiles` are not set: the cell is that of the sample before
-        kStencil,
-        kJump, // the tiles around the cell are of several depths
-    };
     struct Ahead {
-        State state;
         Place place;
         const ValueT* own; // the values of the cell's tile
-        TilePointers tiles;
-        int3 begin; // the stencil's first voxel in the first tile
     };
+    using Located = typename Base::Located;
+    class CellsOfBlock;
 
     bool isLastCell(const Place& place) const {
         return lastCell.index == place.index && lastCell.n == place.n;
     }
+    bool fetchTiles(const Place& place) {
+        return stencilTiles.fetch(place.index.depth, place.tijk, place.n, kAllAxes, *container,
+                                  *channel, this->accessor);
+    }
+    const ValueT* valuesOf(const TreeIndex& index) const {
+        return index.depth >= minDepth ? channel->tileData(index).data() : nullptr;
+    }
     bool open(const TreeIndex& index, const int3& n, const PositionT& f, Ahead& ahead) const;
-    bool lookAhead(const PositionT& position, int depth, int space, const Ahead* before,
-                   Ahead& ahead);
-    void fetchAhead(Ahead& ahead);
     ValueT evaluate(const Ahead& ahead);
     ValueT linear(const Ahead& ahead);
     ValueT checked(const ValueT& value, const Place& place);
     ValueT sampleThroughCache(Ahead& ahead);
     ValueT sampleGeneral(Ahead& ahead, int deepest, bool debug);
     bool loadFromHaloTile(const Place& place);
-    void gather(const TilePointers& tiles, const int3& begin);
+    void sampleBlock(const PositionT* positions, std::size_t count, int depth, int space,
+                     ValueT* values);
+    bool interpolateCells(const CellsOfBlock& cells, const typename Base::Block& block,
+                          ValueT* values);
+    void completeCells(const CellsOfBlock& cells, ValueT* values);
 
     typename Container<Traits>::ConstTileAccessor tileAccessor;
     const Container<Traits>* container;

@@ -14,7 +14,7 @@ struct BlockKernels {
     /// from `cell` to `scale`, as if every position had a tile in its cell of the grid.
     void (*locate)(const S* positions, std::size_t count, S factor, const TileGrid<S>& grid,
                    PositionBlock<S>& block);
-    /// Sets `value` and `fraction` from `position`, `origin` and `scale`.
+    /// Sets `voxel`, `value` and `fraction` from `position`, `origin` and `scale`.
     void (*place)(const SamplePlacement<S>& samples, std::size_t count, PositionBlock<S>& block);
 };
 

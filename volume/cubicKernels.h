@@ -1,9 +1,12 @@
 // Interpolation between four values along one axis.
 #pragma once
 
-#include <algorithm>
+#include "volume/alwaysInline.h"
+
 #include <cstddef>
 #include <cstdint>
+#include <limits>
+#include <type_traits>
 
 namespace KDX::TileTree3D {
 
@@ -28,88 +31,136 @@ constexpr const char* modeName(InterpolationMode mode) {
     return index < 4 ? kNames[index] : "kError";
 }
 
+constexpr bool isMode(InterpolationMode mode) {
+    return static_cast<std::uint32_t>(mode) < 4;
+}
+
 namespace detail {
+
+/// The type of one number of S, which is a floating-point type or a vector of it.
+template <class S>
+struct ElementOf {
+    using Type = std::remove_cvref_t<decltype(S{}[0])>;
+};
+template <>
+struct ElementOf<float> {
+    using Type = float;
+};
+template <>
+struct ElementOf<double> {
+    using Type = double;
+};
+
+// As std::min() and std::max(), for vectors too.
+template <class S>
+STRATUM_ALWAYS_INLINE S smaller(const S& a, const S& b) {
+    return b < a ? b : a;
+}
+template <class S>
+STRATUM_ALWAYS_INLINE S larger(const S& a, const S& b) {
+    return a < b ? b : a;
+}
+
+/// The nearest fraction in [0, 1), 0 for NaN.
+template <class S>
+STRATUM_ALWAYS_INLINE S toFraction(const S& f) {
+    constexpr S kLargest = 1 - std::numeric_limits<S>::epsilon() / 2;
+    return smaller(kLargest, larger(S{0}, f));
+}
 
 /// A tangent without the part that runs against the rise d.
 template <class S>
-S clampTangent(S m, S d) {
-    return d > 0 ? std::max(m, S{0}) : d < 0 ? std::min(m, S{0}) : S{0};
+STRATUM_ALWAYS_INLINE S clampTangent(const S& m, const S& d) {
+    constexpr S zero{};
+    return d > zero ? larger(m, zero) : d < zero ? smaller(m, zero) : zero;
 }
-
-} // namespace detail
-
-/// A kernel on even spacing, at one place t in [0, 1) between y1 and y2: made once for an axis and
-/// applied to every row.
-template <class S, InterpolationMode mode>
-class UniformKernel;
-
-template <class S>
-class UniformKernel<S, InterpolationMode::kQuadraticC0Averaged> {
-public:
-    explicit UniformKernel(S t)
-        : w03_((t * t - t) / 4), w1_(1 - S(0.75) * t - S(0.25) * t * t), w2_((5 * t - t * t) / 4) {}
-    S operator()(S y0, S y1, S y2, S y3) const {
-        return w03_ * y0 + w1_ * y1 + w2_ * y2 + w03_ * y3;
-    }
-
-private:
-    S w03_, w1_, w2_;
-};
-
-template <class S>
-class UniformKernel<S, InterpolationMode::kCubicC0> {
-public:
-    explicit UniformKernel(S t) {
-        const S t2 = t * t, t3 = t2 * t;
-        w0_ = t2 / 2 - t / 3 - t3 / 6;
-        w1_ = (t3 - t) / 2 + 1 - t2;
-        w2_ = (t2 - t3) / 2 + t;
-        w3_ = (t3 - t) / 6;
-    }
-    S operator()(S y0, S y1, S y2, S y3) const { return w0_ * y0 + w1_ * y1 + w2_ * y2 + w3_ * y3; }
-
-private:
-    S w0_, w1_, w2_, w3_;
-};
-
-namespace detail {
 
 /// The Hermite cubic y1 + m1 t + (3 d - 2 m1 - m2) t^2 + (m1 + m2 - 2 d) t^3 from y1 at t = 0,
 /// which rises by d until t = 1, with the tangents m1 and m2 there.
-template <class S>
-S hermite(S y1, S d, S m1, S m2, S t) {
-    const S left = d - m1;
-    const S cubic = (m2 - d) - left;
+template <class S, class Y>
+STRATUM_ALWAYS_INLINE Y hermite(const Y& y1, const Y& d, const Y& m1, const Y& m2, const S& t) {
+    const Y left = d - m1;
+    const Y cubic = (m2 - d) - left;
     return y1 + t * (m1 + t * ((left - cubic) + t * cubic));
 }
 
 } // namespace detail
 
-template <class S>
-class UniformKernel<S, InterpolationMode::kCubicC1> {
-public:
-    explicit UniformKernel(S t) : t_(t) {}
-    S operator()(S y0, S y1, S y2, S y3) const {
-        return detail::hermite(y1, y2 - y1, (y2 - y0) * S(0.5), (y3 - y1) * S(0.5), t_);
-    }
+/// A kernel on even spacing, at one place t in [0, 1) between y1 and y2: made once for an axis and
+/// applied to every row. Its coefficients are all that depends on t. `S` is a floating-point type,
+/// or a vector of it for several places at a time; values are the same, or for one place vectors.
+template <class S, InterpolationMode mode>
+struct UniformKernel;
 
-private:
-    S t_;
+template <class S>
+struct UniformKernel<S, InterpolationMode::kQuadraticC0Averaged> {
+    using E = typename detail::ElementOf<S>::Type;
+    static constexpr std::size_t kCoefficients = 3;
+
+    S coefficients[kCoefficients];
+
+    STRATUM_ALWAYS_INLINE static UniformKernel at(const S& t) {
+        return {
+            {(t * t - t) / E(4), E(1) - E(0.75) * t - E(0.25) * t * t, (E(5) * t - t * t) / E(4)}};
+    }
+    template <class Y>
+    STRATUM_ALWAYS_INLINE Y operator()(const Y& y0, const Y& y1, const Y& y2, const Y& y3) const {
+        const auto& [w03, w1, w2] = coefficients;
+        return w03 * y0 + w1 * y1 + w2 * y2 + w03 * y3;
+    }
 };
 
 template <class S>
-class UniformKernel<S, InterpolationMode::kCubicC1Monotonic> {
-public:
-    explicit UniformKernel(S t) : t_(t) {}
-    S operator()(S y0, S y1, S y2, S y3) const {
-        const S rise = y2 - y1;
-        const S m1 = detail::clampTangent((y2 - y0) * S(0.5), rise);
-        const S m2 = detail::clampTangent((y3 - y1) * S(0.5), rise);
-        return detail::hermite(y1, rise > 0 || rise < 0 ? rise : S{0}, m1, m2, t_);
-    }
+struct UniformKernel<S, InterpolationMode::kCubicC0> {
+    using E = typename detail::ElementOf<S>::Type;
+    static constexpr std::size_t kCoefficients = 4;
 
-private:
-    S t_;
+    S coefficients[kCoefficients];
+
+    STRATUM_ALWAYS_INLINE static UniformKernel at(const S& t) {
+        const S t2 = t * t, t3 = t2 * t;
+        return {{t2 / E(2) - t / E(3) - t3 / E(6), (t3 - t) / E(2) + E(1) - t2,
+                 (t2 - t3) / E(2) + t, (t3 - t) / E(6)}};
+    }
+    template <class Y>
+    STRATUM_ALWAYS_INLINE Y operator()(const Y& y0, const Y& y1, const Y& y2, const Y& y3) const {
+        const auto& [w0, w1, w2, w3] = coefficients;
+        return w0 * y0 + w1 * y1 + w2 * y2 + w3 * y3;
+    }
+};
+
+template <class S>
+struct UniformKernel<S, InterpolationMode::kCubicC1> {
+    using E = typename detail::ElementOf<S>::Type;
+    static constexpr std::size_t kCoefficients = 1;
+
+    S coefficients[kCoefficients]; // t itself
+
+    STRATUM_ALWAYS_INLINE static UniformKernel at(const S& t) { return {{t}}; }
+    template <class Y>
+    STRATUM_ALWAYS_INLINE Y operator()(const Y& y0, const Y& y1, const Y& y2, const Y& y3) const {
+        return detail::hermite<S, Y>(y1, y2 - y1, (y2 - y0) * E(0.5), (y3 - y1) * E(0.5),
+                                     coefficients[0]);
+    }
+};
+
+template <class S>
+struct UniformKernel<S, InterpolationMode::kCubicC1Monotonic> {
+    using E = typename detail::ElementOf<S>::Type;
+    static constexpr std::size_t kCoefficients = 1;
+
+    S coefficients[kCoefficients]; // t itself
+
+    STRATUM_ALWAYS_INLINE static UniformKernel at(const S& t) { return {{t}}; }
+    template <class Y>
+    STRATUM_ALWAYS_INLINE Y operator()(const Y& y0, const Y& y1, const Y& y2, const Y& y3) const {
+        constexpr Y zero{};
+        const Y rise = y2 - y1;
+        const Y m1 = detail::clampTangent<Y>((y2 - y0) * E(0.5), rise);
+        const Y m2 = detail::clampTangent<Y>((y3 - y1) * E(0.5), rise);
+        return detail::hermite<S, Y>(y1, (rise > zero) | (rise < zero) ? rise : zero, m1, m2,
+                                     coefficients[0]);
+    }
 };
 
 /// A kernel on the positions p[0] < p[1] < p[2] < p[3], at x between p[1] and p[2].

@@ -28,7 +28,7 @@ T interpolateValues1D(InterpolationMode mode, const std::array<T, 4>& values,
         }
     } else {
         withUniformKernel<S>(mode, [&]<class Kernel>() {
-            const Kernel kernel((x - positions[1]) / (positions[2] - positions[1]));
+            const auto kernel = Kernel::at((x - positions[1]) / (positions[2] - positions[1]));
             for (std::size_t c = 0; c < result.size(); ++c)
                 result[c] = kernel(y[0][c], y[1][c], y[2][c], y[3][c]);
         });

@@ -2,10 +2,7 @@
 #pragma once
 
 #include "volume/PositionBlock.h"
-
-// Compiled for several instruction sets in one program: the linker must not find copies to choose
-// from.
-#define STRATUM_ALWAYS_INLINE [[gnu::always_inline]] inline
+#include "volume/alwaysInline.h"
 
 namespace KDX::TileTree3D {
 
