@@ -1,6 +1,7 @@
 // Copying a stencil's values together from the tiles they lie in.
 #pragma once
 
+#include "KDX/Traits.h"
 #include "volume/CubicStencil.h"
 #include "volume/stencilRows.h"
 
