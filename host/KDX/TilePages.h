@@ -159,8 +159,8 @@ public:
 
     /// Tiles of `depth` an axis of a page.
     static int tilesPerPage(int depth) {
-        const int extent = Traits::tileExtent(finestDepthOf(groupOf(depth)));
-        return kCellsPerAxis * extent / Traits::tileExtent(depth);
+        const std::int64_t extent = Traits::tileExtent(finestDepthOf(groupOf(depth)));
+        return static_cast<int>(kCellsPerAxis * extent / Traits::tileExtent(depth));
     }
 
     std::size_t memoryUsage() const {
