@@ -2,7 +2,10 @@
 #include "support/linear.h"
 #include "support/reference.h"
 
+#include <cmath>
+#include <cstring>
 #include <memory>
+#include <vector>
 
 namespace {
 
@@ -122,6 +125,57 @@ TYPED_TEST(LinearTest, PositionsThatAreNoIndexGiveTheDefault) {
     LinearVolume<TypeParam> nothing(empty, constant, -8);
     EXPECT_EQ(nothing.plain.sample({1, 2, 3}), none);
     EXPECT_EQ(nothing.withHalo.sample({1, 2, 3}), none);
+}
+
+// Bit for bit, whatever the block that a position falls into and whatever lies beside it there.
+TYPED_TEST(LinearTest, ManyPositionsAtOnceAreTheSamePositionsOneByOne) {
+    using Shape = typename TypeParam::Traits;
+    using T = typename TypeParam::Value;
+    using Position = typename TypeParam::Position;
+    using S = ScalarOf<T>;
+    const double lowest = Shape::kChildrenPerAxis == 2 ? -0x1p31 : -Shape::tileExtent(0);
+    std::vector<Position> positions;
+    for (std::uint64_t i = 0; i < 600; ++i) {
+        const double3 p = randomPosition(i, 1.5 * kCoveredReach<Shape>);
+        constexpr double e = Shape::kVoxelsPerAxis;
+        positions.push_back(toPosition<Position>(
+            i % 4 == 0 ? double3{std::round(p.x / e) * e, std::round(p.y / e) * e, p.z} : p));
+        if (i % 3 == 0) // more in the same tile
+            positions.insert(positions.end(), i % 11, toPosition<Position>(p * 1.0001));
+        const double far[] = {NAN, INFINITY, -INFINITY, 0x1p31, -0x1p31, 1e30, lowest, lowest - 99};
+        if (i % 7 == 0)
+            positions.push_back(toPosition<Position>({p.x, far[i / 7 % 8], p.z}));
+    }
+    for (const int type : {0, 5, 7}) {
+        const auto tree = build<Shape>(
+            {.seed = 30U + type, .interiorData = 0.7, .type = static_cast<VoxelOffsetType>(type)});
+        LinearVolume<TypeParam> volume(tree, noise(9), -70);
+        for (auto* sampler : {&volume.plain, &volume.withHalo})
+            for (const int limit : {Shape::kFinestDepth, Shape::kFinestDepth - 2, 99, -1})
+                for (const std::size_t count :
+                     {std::size_t{1}, std::size_t{65}, positions.size()}) {
+                    std::vector<T> values(positions.size(), valueFrom<T>(5));
+                    sampler->sample(positions.data(), count, limit, kIndex, values.data());
+                    for (std::size_t i = 0; i < positions.size(); ++i) {
+                        const T single = i < count ? sampler->sample(positions[i], limit, kIndex)
+                                                   : valueFrom<T>(5);
+                        ASSERT_EQ(std::memcmp(&values[i], &single, sizeof single), 0)
+                            << "type " << type << " limit " << limit << " position " << i;
+                    }
+                    if constexpr (std::is_floating_point_v<T>) {
+                        std::vector<Position> gradients(count);
+                        sampler->sampleGradient(positions.data(), count, limit, kIndex,
+                                                gradients.data());
+                        for (std::size_t i = 0; i < count; ++i) {
+                            Position single;
+                            sampler->sampleGradient(positions[i], limit, kIndex, single);
+                            ASSERT_EQ(std::memcmp(&gradients[i], &single, sizeof single), 0)
+                                << "type " << type << " limit " << limit << " position " << i;
+                        }
+                    }
+                }
+    }
+    EXPECT_GT(positions.size(), 10 * PositionBlock<S>::kSize);
 }
 
 TYPED_TEST(LinearTest, CopiesStandOnTheirOwn) {
