@@ -39,7 +39,7 @@ void addLoop(const std::string& shape, const Scene& scene, Access access, Interp
         timeLoop<float>(
             state, row, 1, positions,
             [&](auto& results) {
-                valueLoop(volume, sampler, positions, OrderFrom::kManyPlacesEach, results);
+                valueLoop(volume, sampler, positions, OrderFrom::kAlways, results);
             },
             [&] { return singleValue(sampler); });
     });

@@ -18,7 +18,7 @@ void sampleCubic(const VolumeParts<Traits, T>& volume,
     const Sampler sampler(*volume.container, *volume.topology, *volume.channel, mode, true, 1,
                           nullptr, 0, 0);
     sampleValues(sampler, positions, results,
-                 visitOrder(volume, viewOf(positions), OrderFrom::kManyPlacesEach));
+                 visitOrder(volume, viewOf(positions), OrderFrom::kAlways));
 }
 
 } // namespace Stratum

@@ -2,6 +2,8 @@
 #include "support/cubic.h"
 #include "support/cubicReference.h"
 
+#include <cstring>
+
 namespace {
 
 template <class Row>
@@ -181,6 +183,44 @@ TYPED_TEST(CubicTest, ManyPositionsAtOnceAreTheSamePositionsOneByOne) {
                     ASSERT_EQ(values[i], expected) << i;
                 }
             }
+}
+
+// Along lines, where successive positions share cells, rows and tiles, and anywhere; among zeros of
+// both signs, which clamping must not mix up.
+TYPED_TEST(CubicTest, BlocksHaveTheBitsOfSinglesInEveryMode) {
+    using T = typename TypeParam::Value;
+    using Shape = typename TypeParam::Traits;
+    using Position = typename TypeParam::Position;
+    for (const int type : {0, 6, 7}) {
+        const auto mixed = [](const double3& p, int depth) {
+            const double v = noise(8)(p, depth);
+            return v < -25 ? -0.0 : v < 0 ? 0.0 : v;
+        };
+        const CubicVolume<TypeParam> volume(
+            build<Shape>({.seed = 12, .interiorData = 0.7, .type = VoxelOffsetType(type)}), mixed,
+            -70);
+        std::vector<Position> positions;
+        for (std::uint64_t line = 0; line < 24; ++line) {
+            const double3 begin = randomPosition(line, kCoveredReach<Shape>);
+            const double step = line % 2 == 0 ? 0.37 : -0.2;
+            for (int i = 0; i < 40; ++i) {
+                double3 p = begin;
+                (line % 3 == 0 ? p.x : line % 3 == 1 ? p.y : p.z) += step * i;
+                positions.push_back(toPosition<Position>(p));
+            }
+        }
+        for (const auto mode : kAllModes)
+            for (const bool clamp : {false, true}) {
+                auto blocks = volume.cubic({.mode = mode, .clamp = clamp}), singles = blocks;
+                std::vector<T> values(positions.size());
+                blocks.sample(positions.data(), positions.size(), 28, kIndex, values.data());
+                for (std::size_t i = 0; i < positions.size(); ++i) {
+                    const T expected = singles.sample(positions[i], kIndex);
+                    ASSERT_EQ(std::memcmp(&values[i], &expected, sizeof(T)), 0)
+                        << modeName(mode) << ", type " << type << ", position " << i;
+                }
+            }
+    }
 }
 
 TYPED_TEST(CubicTest, LinearFieldsStayLinearAcrossJumpsOnEveryPath) {

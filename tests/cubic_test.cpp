@@ -237,6 +237,20 @@ TEST(CubicSampler, ReportsTheFirstNanOfTheProcessOnce) {
     EXPECT_TRUE(report.ends_with("DEBUG END\n"));
     EXPECT_EQ(std::count(report.begin(), report.end(), '\''), 2);
 
+    // Blocks treat a NaN as singles do, also where only a monotonic kernel looks past it.
+    for (const auto mode : kAllModes) {
+        auto blocks = volume.cubic({.mode = mode}), singles = blocks;
+        std::vector<double3> line;
+        for (int i = 0; i < 100; ++i)
+            line.push_back({-3 + 0.1 * i, 0.3 * (i % 3), 0.25 * (i % 4)});
+        std::vector<double> values(line.size());
+        blocks.sample(line.data(), line.size(), 28, kIndex, values.data());
+        for (std::size_t i = 0; i < line.size(); ++i) {
+            const double single = singles.sample(line[i], kIndex);
+            EXPECT_TRUE(values[i] == single || (std::isnan(values[i]) && std::isnan(single)));
+        }
+    }
+
     // The general path replaces a NaN when it checks, which it does while debugging.
     testing::internal::CaptureStdout();
     auto general = volume.cubic({.jumpPolicy = 0});

@@ -12,25 +12,35 @@
 
 namespace KDX::TileTree3D::detail {
 
+// Row by row along x, of which the first `kLower`, if as many, come from the lower tile.
+template <int kLower, int W, class V>
+STRATUM_ALWAYS_INLINE void copyComponents(const V* const* tiles, const int3& begin,
+                                          CubicStencil<V>& stencil) {
+    const StencilRows<W> rows(begin);
+    for (int y = 0; y < 4; ++y)
+        for (int z = 0; z < 4; ++z) {
+            const V* const* const tile = tiles + rows.tile(y, z);
+            const V* const lower = tile[0] + rows.value(y, z) + (W - kLower);
+            for (int x = 0; x < 4 && x < kLower; ++x)
+                stencil.set(x, y, z, lower[x]);
+            if constexpr (kLower < 4) {
+                const V* const upper = tile[4] + rows.value(y, z);
+                for (int x = kLower; x < 4; ++x)
+                    stencil.set(x, y, z, upper[x - kLower]);
+            }
+        }
+}
+
 /// Copies the 4^3 values from index `begin` onwards in the first of 2 x 2 x 2 tiles of W^3 values,
 /// place (i, j, k) at tiles[(i * 2 + j) * 2 + k].
 template <int W, class V>
 void gatherStencil(const V* const* tiles, const int3& begin, CubicStencil<V>& stencil) {
-    if constexpr (std::is_arithmetic_v<V>) {
+    if constexpr (std::is_arithmetic_v<V>)
         copyStencil<W, 4>(tiles, begin, stencil.values());
-    } else {
-        const StencilRows<W> rows(begin);
-        const int below = std::min(W - begin.x, 4);
-        for (int z = 0; z < 4; ++z)
-            for (int y = 0; y < 4; ++y) {
-                const V* lower = tiles[rows.tile(y, z)] + rows.value(y, z) + begin.x;
-                for (int x = 0; x < below; ++x)
-                    stencil.set(x, y, z, lower[x]);
-                const V* upper = tiles[4 + rows.tile(y, z)] + rows.value(y, z) - below;
-                for (int x = below; x < 4; ++x)
-                    stencil.set(x, y, z, upper[x]);
-            }
-    }
+    else
+        withLowerPart<W>(begin.x, [&]<int kLower>() STRATUM_INLINED {
+            copyComponents<kLower, W>(tiles, begin, stencil);
+        });
     stencil.finish();
 }
 

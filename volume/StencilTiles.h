@@ -19,7 +19,8 @@ inline constexpr AxisSet kAllAxes{{true, true, true}};
 
 /// A block of 2 x 2 x 2 tiles around one cell of a tile, or of 1 where the block does not extend
 /// along an axis: the tiles that hold the voxels one below the cell, and the next ones upward. They
-/// are looked up at the cell's own depth and kept until another block is asked for.
+/// are looked up at the cell's own depth and kept until others take their place: those of a few
+/// blocks that lie side by side, between which positions near each other go to and fro.
 ///
 /// A tile of another depth that holds data is a resolution jump, and so is one of the cell's depth
 /// that holds none and is refined. What holds no data and has nothing finer is as good as no tile:
@@ -38,13 +39,14 @@ public:
     // A copy belongs to another task, whose positions lie elsewhere.
     StencilTiles(const StencilTiles&) {}
     StencilTiles& operator=(const StencilTiles&) {
-        depth_ = kNowhere;
+        for (Block& block : blocks_)
+            block.depth = kNowhere;
         absent_.clear(); // the other channel's default may differ
         return *this;
     }
 
     /// Finds the block around the cell that begins at voxel n of a tile of the depth that holds
-    /// data, whose origin is `tijk`. False when it is the block that was held already.
+    /// data, whose origin is `tijk`. False when it is the one that was found last.
     [[gnu::always_inline]] bool fetch(int depth, const int3& tijk, const int3& n,
                                       const AxisSet& axes, const Container<Traits>& container,
                                       const Plain& channel, Accessor& accessor) {
@@ -52,20 +54,26 @@ public:
         const WideIndex origin{tijk.x + extent * firstTile(n.x, axes.has[0]),
                                tijk.y + extent * firstTile(n.y, axes.has[1]),
                                tijk.z + extent * firstTile(n.z, axes.has[2])};
-        if (depth == depth_ && origin.x == origin_.x && origin.y == origin_.y &&
-            origin.z == origin_.z && axes == axes_)
+        const std::size_t place = placeOf(origin, extent);
+        Block& block = blocks_[place];
+        const bool isHeld = block.depth == depth && block.origin.x == origin.x &&
+                            block.origin.y == origin.y && block.origin.z == origin.z &&
+                            block.axes == axes;
+        if (isHeld && place == current_)
             return false;
-        lookUp(depth, origin, axes, container, channel, accessor);
+        current_ = place;
+        if (!isHeld)
+            lookUp(block, depth, origin, axes, container, channel, accessor);
         return true;
     }
 
-    bool atResolutionJump() const { return jump_; }
+    bool atResolutionJump() const { return current().jump; }
 
     /// The tile at a place of the block; invalid where there is none.
-    const TreeIndex& tile(int place) const { return found_[place]; }
+    const TreeIndex& tile(int place) const { return current().found[place]; }
 
     /// The values of the block's tiles of the cell's own depth; for all others, default values.
-    const std::array<const T*, 8>& data() const { return data_; }
+    const std::array<const T*, 8>& data() const { return current().data; }
 
     /// Where the stencil of the cell begins, from the block's first voxel: the index of the voxel
     /// below the cell, 0 to W - 1. Only for axes that the block extends along.
@@ -75,25 +83,45 @@ public:
     }
 
     /// The first tile's origin, in index units.
-    const WideIndex& origin() const { return origin_; }
+    const WideIndex& origin() const { return current().origin; }
 
     /// Whether a block is held at all.
-    bool isFetched() const { return depth_ != kNowhere; }
+    bool isFetched() const { return current().depth != kNowhere; }
 
 private:
-    [[gnu::noinline]] void lookUp(int depth, const WideIndex& origin, const AxisSet& axes,
-                                  const Container<Traits>& container, const Plain& channel,
-                                  Accessor& accessor) {
-        depth_ = kNowhere;
-        origin_ = origin;
-        axes_ = axes;
-        jump_ = false;
+    static constexpr int kNowhere = -1;
+
+    struct Block {
+        int depth = kNowhere;
+        WideIndex origin{0, 0, 0};
+        AxisSet axes;
+        bool jump = false;
+        std::array<TreeIndex, 8> found;
+        std::array<const T*, 8> data{};
+    };
+
+    const Block& current() const { return blocks_[current_]; }
+
+    // Blocks that begin one tile apart go to different places.
+    static std::size_t placeOf(const WideIndex& origin, std::int64_t extent) {
+        const std::int64_t odd = extent & -extent; // set in odd multiples of the extent
+        return ((origin.x & odd) ? 4U : 0U) | ((origin.y & odd) ? 2U : 0U) |
+               ((origin.z & odd) ? 1U : 0U);
+    }
+
+    [[gnu::noinline]] void lookUp(Block& block, int depth, const WideIndex& origin,
+                                  const AxisSet& axes, const Container<Traits>& container,
+                                  const Plain& channel, Accessor& accessor) {
+        block.depth = kNowhere;
+        block.origin = origin;
+        block.axes = axes;
+        block.jump = false;
         const int3 count{axes.has[0] ? 2 : 1, axes.has[1] ? 2 : 1, axes.has[2] ? 2 : 1};
-        accessor.tileBlock(origin, count, depth, found_);
-        if (!takeAll(depth, channel))
-            for (std::size_t place = 0; place < found_.size(); ++place)
-                take(place, depth, container, channel);
-        depth_ = depth;
+        accessor.tileBlock(origin, count, depth, block.found);
+        if (!takeAll(block, depth, channel))
+            for (std::size_t place = 0; place < block.found.size(); ++place)
+                take(block, place, depth, container, channel);
+        block.depth = depth;
     }
 
     // From the cell's tile to the block's first: -1 where the voxel below the cell (or, on an axis
@@ -101,26 +129,27 @@ private:
     static int firstTile(int n, bool extended) { return (extended ? n - 1 : n) < 0 ? -1 : 0; }
 
     // The usual case, false where it is not: every tile is of the depth and holds data.
-    bool takeAll(int depth, const Plain& channel) {
+    static bool takeAll(Block& block, int depth, const Plain& channel) {
         bool all = true;
-        for (std::size_t place = 0; place < found_.size(); ++place) {
-            data_[place] = channel.tileData({found_[place].index, depth}).data();
-            all &= data_[place] != nullptr && found_[place].depth == depth;
+        for (std::size_t place = 0; place < block.found.size(); ++place) {
+            block.data[place] = channel.tileData({block.found[place].index, depth}).data();
+            all &= block.data[place] != nullptr && block.found[place].depth == depth;
         }
         return all;
     }
 
-    void take(std::size_t place, int depth, const Container<Traits>& container,
+    void take(Block& block, std::size_t place, int depth, const Container<Traits>& container,
               const Plain& channel) {
-        const TreeIndex& found = found_[place];
-        data_[place] = channel.tileData(found).data();
-        if (data_[place] && found.depth == depth) [[likely]]
+        const TreeIndex& found = block.found[place];
+        const T*& data = block.data[place];
+        data = channel.tileData(found).data();
+        if (data && found.depth == depth) [[likely]]
             return;
         if (found.depth == depth)
-            jump_ |= isRefined(container.tile(found));
+            block.jump |= isRefined(container.tile(found));
         else
-            jump_ |= data_[place] != nullptr;
-        data_[place] = absentValues(channel.defaultValue());
+            block.jump |= data != nullptr;
+        data = absentValues(channel.defaultValue());
     }
 
     const T* absentValues(const T& defaultValue) {
@@ -139,14 +168,8 @@ private:
         return false;
     }
 
-    static constexpr int kNowhere = -1;
-
-    int depth_ = kNowhere;
-    WideIndex origin_{0, 0, 0};
-    AxisSet axes_;
-    bool jump_ = false;
-    std::array<TreeIndex, 8> found_;
-    std::array<const T*, 8> data_{};
+    std::array<Block, 8> blocks_;
+    std::size_t current_ = 0;
     std::vector<T> absent_; // a tile's worth of default values, once asked for
 };
 

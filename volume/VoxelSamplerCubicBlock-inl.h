@@ -68,36 +68,47 @@ private:
         const TreeIndex& index = located_.tiles[runs_[c]];
         Cell& cell = cells_[c];
         cell.tiles = nullptr;
-        if (position == located_.begins[runs_[c]])
+        if (position == located_.begins[runs_[c]]) {
             isRunEmpty_ = !sampler_.valuesOf(index);
+            sides_ = -1;
+        }
         if (isRunEmpty_) {
             hasOthers_ = true;
             return;
         }
-        const auto& origin = located_.block.origin;
+        // On which sides of the tile the block of tiles begins below it.
         const int3 n = voxel(position);
-        auto& tiles = sampler_.stencilTiles;
-        const bool isNew = tiles.fetch(
-            index.depth, {origin[0][position], origin[1][position], origin[2][position]}, n,
-            kAllAxes, *sampler_.container, *sampler_.channel, sampler_.accessor);
-        if (isNew || tileCount_ == 0)
-            tiles_[tileCount_++] = tiles.data();
-        if (tiles.atResolutionJump()) {
+        const int sides = (n.x < 1) | (n.y < 1) << 1 | (n.z < 1) << 2;
+        const bool isNew = sides != sides_ && fetchTiles(index.depth, position, n);
+        sides_ = sides;
+        if (sampler_.stencilTiles.atResolutionJump()) {
             hasOthers_ = true;
             return;
         }
         cell.tiles = tiles_[tileCount_ - 1].data();
-        cell.begin = tiles.stencilBegin(n);
+        cell.begin = sampler_.stencilTiles.stencilBegin(n);
         // Cells that follow each other along x lie in the same rows.
         if (isNew || cell.begin.y != rows_.y || cell.begin.z != rows_.z)
             detail::prefetchStencil<W>(cell.tiles, cell.begin);
         rows_ = cell.begin;
     }
 
+    // False where the tiles are those of the cell before.
+    bool fetchTiles(int depth, std::size_t position, const int3& n) {
+        const auto& origin = located_.block.origin;
+        const bool isNew = sampler_.stencilTiles.fetch(
+            depth, {origin[0][position], origin[1][position], origin[2][position]}, n, kAllAxes,
+            *sampler_.container, *sampler_.channel, sampler_.accessor);
+        if (isNew || tileCount_ == 0)
+            tiles_[tileCount_++] = sampler_.stencilTiles.data();
+        return isNew;
+    }
+
     VoxelSamplerCubic& sampler_;
     const Located& located_;
     std::size_t count_ = 0, tileCount_ = 0;
     bool isRunEmpty_ = false, hasOthers_ = false;
+    int sides_ = -1;
     int3 rows_{-1, -1, -1};
     std::array<Cell, kSize> cells_;
     std::array<std::size_t, kSize> runs_;

@@ -83,8 +83,7 @@ STRATUM_ALWAYS_INLINE void loadFours(Lanes<S, N>& lanes, const First& first) {
         constexpr int kHalf = N / 2;
         Lanes<S, kHalf> lower, upper;
         loadFours<S, kHalf>(lower, first);
-        loadFours<S, kHalf>(
-            upper, [&](int i) __attribute__((always_inline)) { return first(i + kHalf / 4); });
+        loadFours<S, kHalf>(upper, [&](int i) STRATUM_INLINED { return first(i + kHalf / 4); });
         join(lower, upper, lanes, std::make_index_sequence<N>{});
     }
 }

@@ -54,13 +54,13 @@ private:
 template <int kLower, int W, int N, class S>
 STRATUM_ALWAYS_INLINE void loadRows(const S* const* tiles, const StencilRows<W>& rows, int y, int z,
                                     Lanes<S, N>& lanes) {
-    const auto lower = [&](int i) __attribute__((always_inline)) {
+    const auto lower = [&](int i) STRATUM_INLINED {
         constexpr int kFirst = kLower < 4 ? W - 4 : W - kLower;
         return tiles[rows.tile(y + i, z)] + rows.value(y + i, z) + kFirst;
     };
     loadFours<S, N>(lanes, lower);
     if constexpr (kLower < 4) {
-        const auto upper = [&](int i) __attribute__((always_inline)) {
+        const auto upper = [&](int i) STRATUM_INLINED {
             return tiles[4 + rows.tile(y + i, z)] + rows.value(y + i, z);
         };
         Lanes<S, N> below = lanes, above;
@@ -89,23 +89,32 @@ STRATUM_ALWAYS_INLINE void copyStencil(const S* const* tiles, const StencilRows<
     }
 }
 
-/// The same for any `begin`.
+/// Calls use<kLower>() for rows that begin at index `begin` of a tile: how many values of them,
+/// four or more for all, lie in it.
+template <int W, class Use>
+STRATUM_ALWAYS_INLINE void withLowerPart(int begin, const Use& use) {
+    switch (W - begin) {
+    case 1:
+        return use.template operator()<1>();
+    case 2:
+        return use.template operator()<2>();
+    case 3:
+        return use.template operator()<3>();
+    case 4:
+        return use.template operator()<4>();
+    default:
+        return use.template operator()<5>();
+    }
+}
+
+/// copyStencil() for any `begin`.
 template <int W, int N, class S>
 STRATUM_ALWAYS_INLINE void copyStencil(const S* const* tiles, const Vantor::Math::int3& begin,
                                        S* values) {
     const StencilRows<W> rows(begin);
-    switch (W - begin.x) {
-    case 1:
-        return copyStencil<1, W, N>(tiles, rows, values);
-    case 2:
-        return copyStencil<2, W, N>(tiles, rows, values);
-    case 3:
-        return copyStencil<3, W, N>(tiles, rows, values);
-    case 4:
-        return copyStencil<4, W, N>(tiles, rows, values);
-    default:
-        return copyStencil<5, W, N>(tiles, rows, values);
-    }
+    withLowerPart<W>(begin.x, [&]<int kLower>() STRATUM_INLINED {
+        copyStencil<kLower, W, N>(tiles, rows, values);
+    });
 }
 
 } // namespace KDX::TileTree3D::detail
