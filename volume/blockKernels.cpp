@@ -17,7 +17,7 @@ STRATUM_KERNELS(512)
 
 namespace {
 
-int widthAllowed() {
+[[maybe_unused]] int widthAllowed() {
     const char* const wish = std::getenv("STRATUM_KERNEL_WIDTH");
     const int bits = wish ? std::atoi(wish) : 0;
     return bits > 0 ? bits : 512;

@@ -158,7 +158,7 @@ struct UniformKernel<S, InterpolationMode::kCubicC1Monotonic> {
         const Y rise = y2 - y1;
         const Y m1 = detail::clampTangent<Y>((y2 - y0) * E(0.5), rise);
         const Y m2 = detail::clampTangent<Y>((y3 - y1) * E(0.5), rise);
-        return detail::hermite<S, Y>(y1, (rise > zero) | (rise < zero) ? rise : zero, m1, m2,
+        return detail::hermite<S, Y>(y1, ((rise > zero) | (rise < zero)) ? rise : zero, m1, m2,
                                      coefficients[0]);
     }
 };
