@@ -132,7 +132,7 @@ public:
         const Entry& entry = grids_[i];
         if (entry.whole)
             return entry.whole;
-        const auto grid = read(entry.descriptor);
+        auto grid = read(entry.descriptor);
         if (const auto& parent = entry.descriptor.instanceParentName(); !parent.empty())
             grid->setTree(read(named(parent))->baseTreePtr());
         return grid;
@@ -207,7 +207,7 @@ private:
             skipper.skipMetadata();
             if (i + 1 < count)
                 grid.seekToEnd(in_);
-            grids_.push_back({std::move(grid)});
+            grids_.push_back({grid});
         }
     }
 
