@@ -143,7 +143,8 @@ private:
             const ValueT* const tile = haloTile(located.tiles[r]);
             for (std::size_t i = located.begins[r]; i < located.begins[r + 1]; ++i) {
                 lower[i] = tile ? tile + block.value[i] : nullptr;
-                Cell<ValueT>(lower[i], stride).expect();
+                if (tile)
+                    Cell<ValueT>(lower[i], stride).expect();
             }
         }
         for (std::size_t i = 0; i < count; ++i)
