@@ -2,6 +2,7 @@
 #pragma once
 
 #include "KDX/Channel.h"
+#include "common/prefetch.h"
 #include "volume/HaloTileCache.h"
 #include "volume/haloLayout.h"
 
@@ -26,14 +27,25 @@ struct Cell {
 
     const ValueT& at(int x, int y, int z) const { return lower[x + y * stepY + z * stepZ]; }
 
-    /// Asks for the values, which will be read soon.
+    /// Asks for the values, which will be read soon: for all lines that they lie in, because one
+    /// that is missing costs as much as all together.
     void expect() const {
-        __builtin_prefetch(&at(0, 0, 0));
-        __builtin_prefetch(&at(1, 1, 1));
-        if constexpr (sizeof(ValueT) > sizeof(double)) {
-            __builtin_prefetch(&at(0, 1, 0));
-            __builtin_prefetch(&at(0, 0, 1));
-        }
+        for (int z = 0; z < 2; ++z)
+            if constexpr (sizeof(ValueT) <= sizeof(double)) { // two rows, within some 64 bytes
+                Stratum::prefetch(&at(0, 0, z));
+                Stratum::prefetch(&at(1, 1, z));
+            } else {
+                expectRow(&at(0, 0, z));
+                expectRow(&at(0, 1, z));
+            }
+    }
+
+private:
+    static void expectRow(const ValueT* first) {
+        const auto* bytes = reinterpret_cast<const char*>(first);
+        for (std::size_t at = 0; at < 2 * sizeof(ValueT); at += 64)
+            Stratum::prefetch(bytes + at);
+        Stratum::prefetch(bytes + 2 * sizeof(ValueT) - 1);
     }
 };
 

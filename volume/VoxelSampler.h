@@ -96,15 +96,15 @@ public:
         Block& block = located.block;
         kernels->locate(&positions->x, count, space == kWorld ? worldToVoxel : ScalarT{1},
                         tileGrid(depth), block);
-        // All positions in one cell of the finest grid that counts have the same tile.
-        std::size_t runs = 0;
-        for (std::size_t i = 0; i < count; ++i)
-            if (block.beginsRun[i]) {
-                located.begins[runs] = i;
-                located.tiles[runs++] = tileOfRun(i, count, depthLimit, depth, block);
-            }
-        located.begins[runs] = count;
-        located.runCount = runs;
+        findRuns(count, located);
+        findTiles(depthLimit, located);
+        for (std::size_t r = 0; r < located.runCount; ++r) {
+            const std::size_t first = located.begins[r];
+            if (!block.isIndex[first]) [[unlikely]]
+                located.tiles[r] = {};
+            if (located.tiles[r].depth != depth) [[unlikely]]
+                placeInCoarserTile(located.tiles[r].depth, first, located.begins[r + 1], block);
+        }
         kernels->place(placement, count, block);
     }
 
@@ -134,29 +134,41 @@ private:
         return static_cast<bool>(currentTile);
     }
 
-    // The tile of the run that begins at `first`; corrects the block where that is larger than a
-    // cell of the grid of `depth`.
-    TreeIndex tileOfRun(std::size_t first, std::size_t count, int depthLimit, int depth,
-                        Block& block) {
-        if (!block.isIndex[first] || depthLimit < 0)
-            return {};
-        const Record tile = accessor.tileImpl(
-            {block.cell[0][first], block.cell[1][first], block.cell[2][first]}, depth);
-        if (tile.depth() != depth) [[unlikely]]
-            placeInCoarserTile(tile, first, count, block);
-        return tile.treeIndex();
+    // All positions in one cell of the finest grid that counts have the same tile.
+    static void findRuns(std::size_t count, Located& located) {
+        std::size_t runs = 0;
+        for (std::size_t i = 0; i < count; ++i) {
+            located.begins[runs] = i;
+            runs += located.block.beginsRun[i];
+        }
+        located.begins[runs] = count;
+        located.runCount = runs;
     }
 
-    static void placeInCoarserTile(const Record& tile, std::size_t first, std::size_t count,
-                                   Block& block) {
-        const int3& origin = tile.tijk();
-        const ScalarT scale = tile ? treeScale<Traits, ScalarT>(tile.depth()) : 0;
-        for (std::size_t i = first; i < count && (i == first || !block.beginsRun[i]); ++i) {
-            block.origin[0][i] = origin.x;
-            block.origin[1][i] = origin.y;
-            block.origin[2][i] = origin.z;
-            block.scale[i] = scale;
+    void findTiles(int depthLimit, Located& located) {
+        const Block& block = located.block;
+        std::array<int3, Block::kSize> cells;
+        for (std::size_t r = 0; r < located.runCount; ++r) {
+            const std::size_t first = located.begins[r];
+            cells[r] = {block.cell[0][first], block.cell[1][first], block.cell[2][first]};
         }
+        accessor.tilesAt(cells.data(), located.runCount, depthLimit, located.tiles.data());
+    }
+
+    // Corrects the block for positions of a cell whose tile, if any, is of this coarser depth.
+    static void placeInCoarserTile(int depth, std::size_t begin, std::size_t end, Block& block) {
+        const bool isTile = depth >= 0;
+        const TileGrid<ScalarT> grid = tileGrid(isTile ? depth : 0);
+        const ScalarT scale = isTile ? grid.scale : 0;
+        const auto lowest = static_cast<std::uint32_t>(grid.lowest);
+        for (int axis = 0; axis < 3; ++axis) {
+            const std::uint32_t distance =
+                static_cast<std::uint32_t>(block.cell[axis][begin]) - lowest;
+            const std::uint32_t origin = distance / grid.extent * grid.extent + lowest;
+            std::fill(block.origin[axis] + begin, block.origin[axis] + end,
+                      isTile ? static_cast<std::int32_t>(origin) : 0);
+        }
+        std::fill(block.scale + begin, block.scale + end, scale);
     }
 
     static TileGrid<ScalarT> tileGrid(int depth) {

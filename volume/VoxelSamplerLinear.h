@@ -122,42 +122,39 @@ private:
             return;
         }
         constexpr std::size_t kBlock = Base::Block::kSize;
-        for (std::size_t begin = 0; begin < count; begin += kBlock)
+        typename Base::Located located;
+        for (std::size_t begin = 0; begin < count; begin += kBlock) {
+            this->locate(positions + begin, std::min(kBlock, count - begin),
+                         std::min(maxDepth, maxDepthArg), space, located);
             forEachHaloCell(
-                positions + begin, std::min(kBlock, count - begin), maxDepthArg, space,
-                [&](std::size_t i, const Corners& found) { use(begin + i, found); },
+                located, [&](std::size_t i, const Corners& found) { use(begin + i, found); },
                 [&](std::size_t i) { absent(begin + i); });
+        }
     }
 
     // Step by step for a block of positions: while a processor waits for one position's tile or
     // values, it is busy with those of the next.
     template <class Use, class Absent>
-    void forEachHaloCell(const PositionT* positions, std::size_t count, int maxDepthArg, int space,
-                         const Use& use, const Absent& absent) {
-        typename Base::Located located;
-        this->locate(positions, count, std::min(maxDepth, maxDepthArg), space, located);
+    void forEachHaloCell(const typename Base::Located& located, const Use& use,
+                         const Absent& absent) {
+        constexpr std::size_t kBlock = Base::Block::kSize;
         const auto& block = located.block;
         const int stride = haloLayout_.stride;
-        std::array<const ValueT*, Base::Block::kSize> lower;
-        for (std::size_t r = 0; r < located.runCount; ++r) {
-            const ValueT* const tile = haloTile(located.tiles[r]);
+        std::array<const ValueT*, kBlock> tiles, lower;
+        haloChannel->tilesData(located.tiles.data(), located.runCount, tiles.data());
+        for (std::size_t r = 0; r < located.runCount; ++r)
             for (std::size_t i = located.begins[r]; i < located.begins[r + 1]; ++i) {
-                lower[i] = tile ? tile + block.value[i] : nullptr;
-                if (tile)
+                lower[i] = tiles[r] ? tiles[r] + block.value[i] : nullptr;
+                if (tiles[r])
                     Cell<ValueT>(lower[i], stride).expect();
             }
-        }
-        for (std::size_t i = 0; i < count; ++i)
+        for (std::size_t i = 0; i < located.begins[located.runCount]; ++i)
             if (lower[i])
                 use(i, Corners{{lower[i], stride},
                                {block.fraction[0][i], block.fraction[1][i], block.fraction[2][i]},
                                block.scale[i]});
             else
                 absent(i);
-    }
-
-    const ValueT* haloTile(const TreeIndex& index) const {
-        return index.depth < minDepth ? nullptr : haloChannel->tileData(index).data();
     }
 
     // Finds the eight corners; false where the value is the default.

@@ -118,7 +118,10 @@ void Channel<Traits, T, Wd, Hf, Reserved>::clear() noexcept {
 
 template <class Traits, class T, int Wd, int Hf, int Reserved>
 std::int64_t Channel<Traits, T, Wd, Hf, Reserved>::elementCount(const TreeIndex& index) const {
-    return slotOf(index) == kNowhere ? 0 : valuesPerTile_;
+    const bool holdsData =
+        Traits::isDepth(index.depth) &&
+        slotIn(levels_[static_cast<std::size_t>(index.depth)], index) != kNowhere;
+    return holdsData ? valuesPerTile_ : 0;
 }
 
 template <class Traits, class T, int Wd, int Hf, int Reserved>

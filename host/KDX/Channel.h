@@ -85,6 +85,19 @@ public:
     /// channel that is filled on demand it may throw std::bad_alloc.
     View tileData(const TreeIndex& index) const { return View(values(index)); }
 
+    /// Where the values of each of `count` tiles are, null for what tileData() has none of.
+    void tilesData(const TreeIndex* indices, std::size_t count, const T** found) const {
+        Level level;
+        int depth = -1;
+        for (std::size_t i = 0; i < count; ++i) {
+            if (indices[i].depth != depth) {
+                depth = indices[i].depth;
+                level = Traits::isDepth(depth) ? levels_[static_cast<std::size_t>(depth)] : Level{};
+            }
+            found[i] = valuesIn(level, indices[i]);
+        }
+    }
+
     /// The same, to write to while the channel is built; null for a tile without data.
     T* writableTileData(const TreeIndex& index) { return const_cast<T*>(values(index)); }
 
@@ -117,10 +130,7 @@ private:
 
     static constexpr std::size_t kNowhere = ~std::size_t{0};
 
-    std::size_t slotOf(const TreeIndex& index) const {
-        if (static_cast<unsigned>(index.depth) >= levels_.size())
-            return kNowhere;
-        const Level& level = levels_[index.depth];
+    static std::size_t slotIn(const Level& level, const TreeIndex& index) {
         const auto tile = static_cast<std::size_t>(index.index);
         if (tile >= level.tileCount)
             return kNowhere;
@@ -130,17 +140,23 @@ private:
         return slot == Layout::kNoSlot ? kNowhere : slot;
     }
 
-    const T* values(const TreeIndex& index) const {
-        const std::size_t slot = slotOf(index);
+    // `level` must be of the tile's depth; none of its tiles holds data if that is no depth.
+    const T* valuesIn(const Level& level, const TreeIndex& index) const {
+        const std::size_t slot = slotIn(level, index);
         if (slot == kNowhere)
             return nullptr;
-        const Level& level = levels_[index.depth];
         if constexpr (kIsHalo)
             if (level.places) {
                 const T* filled = level.places[slot].load(std::memory_order_acquire);
                 return filled ? filled : fillOnDemand(index);
             }
         return level.values + slot * static_cast<std::size_t>(valuesPerTile_);
+    }
+
+    const T* values(const TreeIndex& index) const {
+        return static_cast<unsigned>(index.depth) < levels_.size()
+                   ? valuesIn(levels_[index.depth], index)
+                   : nullptr;
     }
 
     const T* fillOnDemand(const TreeIndex& index) const;

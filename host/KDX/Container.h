@@ -40,6 +40,11 @@ public:
             return tree_->find(ijk, maxDepth, cursor_);
         }
 
+        /// The handles of what tileImpl() finds at each of `count` indices.
+        void tilesAt(const int3* ijk, std::size_t count, int maxDepth, TreeIndex* found) {
+            tree_->findEach(ijk, count, maxDepth, cursor_, found);
+        }
+
         /// What tileImpl() finds at `first` and, on each axis that `count` says 2 of (else 1), at
         /// one tile of the depth further up: place (i, j, k) at found[(i * 2 + j) * 2 + k].
         void tileBlock(const WideIndex& first, const int3& count, int depth,

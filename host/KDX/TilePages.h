@@ -1,8 +1,8 @@
 // Finding the deepest tile at a place without walking the tree.
 #pragma once
 
+#include "KDX/PageTable.h"
 #include "KDX/Tile.h"
-#include "Ostrum/Memory.h"
 
 #include <algorithm>
 #include <array>
@@ -16,7 +16,7 @@ namespace KDX::TileTree3D {
 /// The depths of a tree fall into groups of `kDepthsPerPage`. Space is cut, per group, into pages
 /// of kCellsPerAxis^3 cells, each cell as large as a tile of the group's finest depth. A page names
 /// for every cell the deepest tile of the group that covers it, as finely as its own tiles ask for,
-/// and a hash table per group finds the page. Since ancestors always exist, the groups that know a
+/// and a table per group finds the page. Since ancestors always exist, the groups that know a
 /// place are the coarser ones up to some group: a search begins at the finest group that can matter
 /// and gallops towards coarser ones, so that it ends after a few probes whatever the depth of the
 /// tree.
@@ -37,10 +37,8 @@ public:
     using Tile = TileTree3D::Tile<Traits, Traits::kChildCount>;
     using Record = TileBinaryNonCompatible<Traits::kChildCount>;
 
-    /// A place in the tree, as unsigned distances from the lowest index that a tile can hold.
-    struct Place {
-        std::uint32_t x, y, z;
-    };
+    /// A place in the tree, as distances from the lowest index that a tile can hold.
+    using Place = TilePlace;
 
     /// A page's cells: 2^level per axis (B = 2; 5 for B = 5), or null for no page.
     struct Page {
@@ -97,6 +95,31 @@ public:
         for (; depth > maxDepth; --depth)
             index = static_cast<std::uint32_t>(tilesByDepth[depth][index].parentTreeIndex().index);
         return Record(originOf(place, depth), TreeIndex{index, depth});
+    }
+
+    /// As find() for each of `count` places, whose tiles it writes to `found`; faster for many that
+    /// lie apart, since nothing is remembered from one to the next.
+    void findEach(const int3* ijk, std::size_t count, int maxDepth,
+                  std::span<const std::vector<Tile>> tilesByDepth, Cursor& cursor,
+                  TreeIndex* found) const {
+        const int group = std::min(groupOf(maxDepth), finestGroup_), first = depthOf(group, 0);
+        const PageBox pages = groups_[group].pages.box();
+        const std::uint32_t* const cells = groups_[group].cells.data();
+        for (std::size_t i = 0; i < count; ++i) {
+            Place place{};
+            std::uint32_t entry = 0;
+            if (pages.numbers && toPlace(ijk[i], place)) {
+                const Place cell = cellAt(group, place);
+                const std::uint32_t* const page = pages.find(pageOf(cell));
+                if (page && *page != PageTable::kNone)
+                    entry = entryIn(pageOf(cells, *page), cell);
+            }
+            const int depth = first + static_cast<int>(entry >> kIndexBits);
+            if (entry != 0 && depth <= maxDepth) [[likely]]
+                found[i] = {entry & kIndexMask, depth};
+            else
+                found[i] = find(ijk[i], maxDepth, tilesByDepth, cursor).treeIndex();
+        }
     }
 
     /// As find() for the tiles of `depth` that begin at `first` and, on each axis that `count` says
@@ -166,8 +189,7 @@ public:
     std::size_t memoryUsage() const {
         std::size_t bytes = 0;
         for (const Group& group : groups_)
-            bytes += group.slots.capacity() * sizeof(Slot) +
-                     group.cells.capacity() * sizeof(std::uint32_t);
+            bytes += group.pages.memoryUsage() + group.cells.capacity() * sizeof(std::uint32_t);
         return bytes;
     }
 
@@ -197,17 +219,10 @@ private:
     }
 
     static constexpr std::uint32_t kIndexMask = (1U << kIndexBits) - 1U;
-    static constexpr std::uint32_t kNoPage = std::numeric_limits<std::uint32_t>::max();
-
-    // The page's place, and where its cells begin, in units of the smallest page, together with its
-    // level in the two low bits.
-    struct Slot {
-        Place page{};
-        std::uint32_t cells = kNoPage;
-    };
     struct Group {
-        std::vector<Slot, Ostrum::Allocator<Slot>> slots; // a power of two, at most half in use
-        std::size_t pageCount = 0;
+        // Where a page's cells begin, in units of the smallest page, together with its level in the
+        // two low bits.
+        PageTable pages;
         std::vector<std::uint32_t, Ostrum::Allocator<std::uint32_t>> cells;
     };
 
@@ -225,41 +240,27 @@ private:
         };
         return {origin(place.x), origin(place.y), origin(place.z)};
     }
-    static std::size_t hash(const Place& page, std::size_t slotCount) {
-        const std::uint64_t mixed = (page.x * 0x9E3779B97F4A7C15ULL) ^
-                                    (page.y * 0xC2B2AE3D27D4EB4FULL) ^
-                                    (page.z * 0x165667B19E3779F9ULL);
-        return static_cast<std::size_t>((mixed * 0x9E3779B97F4A7C15ULL) >> 32) & (slotCount - 1);
-    }
-
     static constexpr std::size_t cellsPerAxis(int level) {
         return B == 2 ? std::size_t{1} << level : kCellsPerAxis;
     }
     static constexpr std::size_t cellCount(int level) {
         return cellsPerAxis(level) * cellsPerAxis(level) * cellsPerAxis(level);
     }
-    static bool same(const Place& a, const Place& b) {
-        return a.x == b.x && a.y == b.y && a.z == b.z;
-    }
-
-    // The slot that holds the page, or the free one where it would go. There must be slots.
-    static std::size_t slotOf(const Group& group, const Place& page) {
-        const std::size_t mask = group.slots.size() - 1;
-        std::size_t s = hash(page, group.slots.size());
-        while (group.slots[s].cells != kNoPage && !same(group.slots[s].page, page))
-            s = (s + 1) & mask;
-        return s;
-    }
-
     Page pageAt(int group, const Place& place) const {
-        const Group& pages = groups_[group];
-        if (pages.slots.empty())
+        const Group& of = groups_[group];
+        const std::uint32_t packed = of.pages.find(place);
+        if (packed == PageTable::kNone)
             return {};
-        const Slot& slot = pages.slots[slotOf(pages, place)];
-        if (slot.cells == kNoPage)
-            return {};
-        return {pages.cells.data() + (slot.cells >> 2) * cellCount(1),
-                static_cast<int>(slot.cells & 3U)};
+        return pageOf(of.cells.data(), packed);
+    }
+    // The page that a number of a group's table stands for.
+    static Page pageOf(const std::uint32_t* cells, std::uint32_t packed) {
+        return {cells + (packed >> 2) * cellCount(1), static_cast<int>(packed & 3U)};
+    }
+    static std::uint32_t entryIn(const Page& page, const Place& cell) {
+        // Most searches end in pages of the finest level, whose places cost less to work out.
+        return page.level == kDepthsPerPage ? page.cells[cellInPage(cell, kDepthsPerPage)]
+                                            : page.cells[cellInPage(cell, page.level)];
     }
 
     static Place cellAt(int group, const Place& place) {
@@ -292,7 +293,7 @@ private:
     }
 
     void enterPage(int group, const Place& page, Cursor& cursor) const {
-        if (cursor.group != group || !same(cursor.place, page))
+        if (cursor.group != group || cursor.place != page)
             cursor = {group, page, pageAt(group, page)};
     }
 
@@ -310,7 +311,7 @@ private:
         const Place high{low.x + (count.x > 1 ? step : 0), low.y + (count.y > 1 ? step : 0),
                          low.z + (count.z > 1 ? step : 0)};
         const Place lowPage = pageOf(low), highPage = pageOf(high);
-        if (same(lowPage, highPage)) [[likely]] {
+        if (lowPage == highPage) [[likely]] {
             enterPage(group, lowPage, cursor);
             if (cursor.page.cells)
                 onePageEntries(cursor.page, low, high, entries);
@@ -378,13 +379,13 @@ private:
     std::uint32_t entryAt(int group, const Place& place, Cursor& cursor) const {
         const Place cell = cellAt(group, place);
         enterPage(group, pageOf(cell), cursor);
-        return cursor.page.cells ? cursor.page.cells[cellInPage(cell, cursor.page.level)] : 0;
+        return cursor.page.cells ? entryIn(cursor.page, cell) : 0;
     }
 
     std::uint32_t entryAt(int group, const Place& place) const {
         const Place cell = cellAt(group, place);
         const Page page = pageAt(group, pageOf(cell));
-        return page.cells ? page.cells[cellInPage(cell, page.level)] : 0;
+        return page.cells ? entryIn(page, cell) : 0;
     }
 
     // The entry of the finest group coarser than `group` that knows the place; sets `group` to it.
@@ -407,8 +408,6 @@ private:
         return entry;
     }
 
-    static std::size_t addPage(Group& group, const Place& page);
-    static void grow(Group& group, std::size_t slotCount);
     void makePages(int group, std::span<const std::vector<Tile>> tilesByDepth);
     void fillPages(int depth, const std::vector<Tile>& tiles);
 

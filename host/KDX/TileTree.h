@@ -4,6 +4,7 @@
 #include "KDX/TilePages.h"
 #include "KDX/VoxelOffsetType.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <span>
@@ -52,6 +53,16 @@ public:
             return {};
         return pages_.find(ijk, maxDepth < Traits::kFinestDepth ? maxDepth : Traits::kFinestDepth,
                            tiles_, cursor);
+    }
+
+    /// See TilePages::findEach(); limits as for find().
+    void findEach(const int3* ijk, std::size_t count, int maxDepth, Cursor& cursor,
+                  TreeIndex* found) const {
+        if (maxDepth < 0)
+            std::fill_n(found, count, TreeIndex{});
+        else
+            pages_.findEach(ijk, count, std::min(maxDepth, Traits::kFinestDepth), tiles_, cursor,
+                            found);
     }
 
     /// See TilePages::findBlock(); `depth` must be one.
