@@ -57,7 +57,7 @@ void Channel<Traits, T, Wd, Hf, Reserved>::setLayout(Ostrum::Ptr<const Tree> tre
                     std::uninitialized_fill(first + tiles.begin() * perTile,
                                             first + tiles.end() * perTile, defaultValue_);
                 });
-        levels[d] = {first, nullptr, from.slots.empty() ? nullptr : from.slots.data(),
+        levels[d] = {first, nullptr, nullptr, from.slots.empty() ? nullptr : from.slots.data(),
                      from.tileCount};
     }
     levels_ = levels;
@@ -75,6 +75,7 @@ template <class Traits, class T, int Wd, int Hf, int Reserved>
 void Channel<Traits, T, Wd, Hf, Reserved>::setLayout(
     const Channel<Traits, T, Traits::kVoxelsPerAxis, 0, 0>& source,
     std::unique_ptr<HaloOnDemand<Traits, T>> tiles) {
+    static_assert(kTilesPerGroup == HaloOnDemand<Traits, T>::kGroup);
     clear();
     tree_ = source.tree();
     layout_ = source.layout();
@@ -85,8 +86,8 @@ void Channel<Traits, T, Wd, Hf, Reserved>::setLayout(
         const auto& from = layout_->level(depth);
         if (from.slotCount > 0)
             levels_[static_cast<std::size_t>(depth)] = {
-                nullptr, tiles->places(depth), from.slots.empty() ? nullptr : from.slots.data(),
-                from.tileCount};
+                nullptr, tiles->groups(depth), tiles->places(depth),
+                from.slots.empty() ? nullptr : from.slots.data(), from.tileCount};
     }
     onDemand_ = std::move(tiles);
 }

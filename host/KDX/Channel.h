@@ -120,9 +120,13 @@ public:
     std::size_t memoryUsage() const;
 
 private:
-    // Where a depth's tiles lie, by slot: side by side, or each by itself once it is filled.
+    static constexpr std::size_t kTilesPerGroup = 64;
+
+    // Where a depth's tiles lie, by slot: side by side, or once they are filled, in groups or each
+    // by itself.
     struct Level {
         T* values = nullptr;
+        const std::atomic<const T*>* groups = nullptr;
         const std::atomic<const T*>* places = nullptr;
         const std::uint32_t* slots = nullptr;
         std::size_t tileCount = 0;
@@ -146,7 +150,11 @@ private:
         if (slot == kNowhere)
             return nullptr;
         if constexpr (kIsHalo)
-            if (level.places) {
+            if (level.groups) {
+                const T* group =
+                    level.groups[slot / kTilesPerGroup].load(std::memory_order_acquire);
+                if (group)
+                    return group + slot % kTilesPerGroup * static_cast<std::size_t>(valuesPerTile_);
                 const T* filled = level.places[slot].load(std::memory_order_acquire);
                 return filled ? filled : fillOnDemand(index);
             }

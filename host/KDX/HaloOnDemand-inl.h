@@ -22,41 +22,63 @@ HaloOnDemand<Traits, T>::HaloOnDemand(std::shared_ptr<const Plain> source,
     if (valuesPerTile_ > std::numeric_limits<std::size_t>::max() / sizeof(T))
         throw std::bad_array_new_length();
     const auto& layout = *source_->layout();
-    std::size_t places = 0, groups = 0;
+    std::size_t pointers = 0, groups = 0;
     for (int depth = 0; depth <= Traits::kFinestDepth; ++depth) {
-        places += layout.level(depth).slotCount;
-        groups += (layout.level(depth).tileCount + kGroup - 1) / kGroup;
-    }
-    memory_ = ChannelMemory(places * sizeof(Place) + groups * sizeof(std::atomic<bool>), pooled);
-    auto* place = static_cast<Place*>(memory_.get());
-    auto* group = reinterpret_cast<std::atomic<bool>*>(place + places);
-    std::uninitialized_value_construct_n(place, places);
-    std::uninitialized_value_construct_n(group, groups);
-    for (int depth = 0; depth <= Traits::kFinestDepth; ++depth) {
-        const auto& from = layout.level(depth);
-        if (from.slotCount == 0)
-            continue;
         Level& level = levels_[static_cast<std::size_t>(depth)];
-        level.places = place;
-        level.groupBegun = group;
-        level.tileCount = from.tileCount;
-        place += from.slotCount;
-        group += (from.tileCount + kGroup - 1) / kGroup;
+        level.tileCount = layout.level(depth).tileCount;
+        level.slotCount = layout.level(depth).slotCount;
+        groups += level.groupCount();
+        pointers += level.slotCount + level.groupCount();
+    }
+    memory_ = ChannelMemory(pointers * sizeof(Place) + groups, pooled);
+    auto* pointer = static_cast<Place*>(memory_.get());
+    auto* asked = reinterpret_cast<std::atomic<unsigned char>*>(pointer + pointers);
+    std::uninitialized_value_construct_n(pointer, pointers);
+    std::uninitialized_value_construct_n(asked, groups);
+    for (Level& level : levels_) {
+        if (level.slotCount == 0)
+            continue;
+        level.groups = pointer;
+        level.places = pointer + level.groupCount();
+        level.asked = asked;
+        pointer += level.groupCount() + level.slotCount;
+        asked += level.groupCount();
     }
 }
 
+/// What filling some tiles takes, made once for all of them.
+template <class Traits, class T>
+class HaloOnDemand<Traits, T>::Filler {
+public:
+    Filler(const Plain& source, const Halo& halo)
+        : source_(source), haloTile_(source, halo.defaultValue()), accessor_(*source.tree()),
+          ancestors_(haloTile_, &halo) {}
+
+    void fill(const TreeIndex& index, T* out) {
+        haloTile_.fill(index, accessor_, parentOf(index), out);
+    }
+    void fill(const TreeIndex& index, typename HaloTile<Traits, T>::Block& block, T* out) {
+        haloTile_.fill(index, block, accessor_, parentOf(index), out);
+    }
+    auto makeBlock() const { return haloTile_.makeBlock(); }
+
+private:
+    auto parentOf(const TreeIndex& index) {
+        return [this, index] { return ancestors_.parentOf(index, *source_.tree(), accessor_); };
+    }
+
+    const Plain& source_;
+    HaloTile<Traits, T> haloTile_;
+    typename HaloTile<Traits, T>::Accessor accessor_;
+    HaloChain<Traits, T> ancestors_;
+};
+
 template <class Traits, class T>
 const T* HaloOnDemand<Traits, T>::fill(const TreeIndex& index, const Halo& halo) {
-    const auto tile = static_cast<std::size_t>(index.index);
-    Level& level = levels_[static_cast<std::size_t>(index.depth)];
-    if (beginGroup(level, tile)) {
-        const std::size_t begin = tile / kGroup * kGroup;
-        fillTiles(index.depth, begin, std::min(begin + kGroup, level.tileCount), halo);
-    } else {
-        fillTiles(index.depth, tile, tile + 1, halo);
-        level.filledAlone.fetch_add(1, std::memory_order_relaxed);
-    }
-    return placeOf(index)->load(std::memory_order_acquire);
+    const std::size_t slot = slotOf(index);
+    return beginGroup(levels_[static_cast<std::size_t>(index.depth)], slot / kGroup)
+               ? fillGroup(index, slot, halo)
+               : fillAlone(index, slot, halo);
 }
 
 template <class Traits, class T>
@@ -64,56 +86,71 @@ std::size_t HaloOnDemand<Traits, T>::memoryUsage() const {
     return sizeof(*this) + memory_.size() + arena_.memoryUsage();
 }
 
-// Whether this thread is to fill the whole group of the tile; no second one is told to.
+// Whether this thread is to fill the whole group; no second one is told to.
 template <class Traits, class T>
-bool HaloOnDemand<Traits, T>::beginGroup(Level& level, std::size_t tile) {
-    return level.filledAlone.load(std::memory_order_relaxed) >= level.tileCount / kAloneAtMost &&
-           !level.groupBegun[tile / kGroup].exchange(true, std::memory_order_relaxed);
-}
-
-// Fills those tiles of a range that hold data and that nobody has published yet.
-template <class Traits, class T>
-void HaloOnDemand<Traits, T>::fillTiles(int depth, std::size_t begin, std::size_t end,
-                                        const Halo& halo) {
-    std::array<std::pair<TreeIndex, Place*>, kGroup> wanted;
-    std::size_t count = 0;
-    for (std::size_t i = begin; i < end; ++i) {
-        const TreeIndex index{static_cast<std::int64_t>(i), depth};
-        if (Place* place = placeOf(index); place && !place->load(std::memory_order_relaxed))
-            wanted[count++] = {index, place};
-    }
-    if (count == 0)
-        return;
-    const HaloTile<Traits, T> haloTile(*source_, halo.defaultValue());
-    auto accessor = typename HaloTile<Traits, T>::Accessor(*source_->tree());
-    HaloChain<Traits, T> ancestors(haloTile, &halo);
-    auto block = haloTile.makeBlock();
-    T* const memory = static_cast<T*>(arena_.take(count));
-    T* out = memory;
-    for (std::size_t i = 0; i < count; ++i) {
-        const auto [index, place] = wanted[i];
-        const auto parentValues = [&, tile = index] {
-            return ancestors.parentOf(tile, *source_->tree(), accessor);
-        };
-        if (count > 1)
-            haloTile.fill(index, block, accessor, parentValues, out);
-        else
-            haloTile.fill(index, accessor, parentValues, out);
-        const T* nobodys = nullptr;
-        if (place->compare_exchange_strong(nobodys, out, std::memory_order_release,
-                                           std::memory_order_relaxed))
-            out += valuesPerTile_;
-    }
-    const auto published = static_cast<std::size_t>(out - memory) / valuesPerTile_;
-    if (published < count)
-        arena_.giveBack(memory, count, count - published);
+bool HaloOnDemand<Traits, T>::beginGroup(Level& level, std::size_t group) {
+    constexpr auto kBegun = static_cast<unsigned char>(kAloneInGroup + 1);
+    std::atomic<unsigned char>& asked = level.asked[group];
+    unsigned char before = asked.load(std::memory_order_relaxed), after{};
+    do {
+        if (before == kBegun)
+            return false;
+        const bool isTurn =
+            before == kAloneInGroup ||
+            level.filledAlone.load(std::memory_order_relaxed) >= level.tileCount / kAloneAtMost;
+        after = isTurn ? kBegun : static_cast<unsigned char>(before + 1);
+    } while (!asked.compare_exchange_weak(before, after, std::memory_order_relaxed));
+    return after == kBegun;
 }
 
 template <class Traits, class T>
-auto HaloOnDemand<Traits, T>::placeOf(const TreeIndex& index) const -> Place* {
-    const Level& level = levels_[static_cast<std::size_t>(index.depth)];
-    const auto slot = source_->layout()->level(index.depth).slotOf(index.index);
-    return slot == ChannelLayout<Traits>::kNoSlot ? nullptr : level.places + slot;
+const T* HaloOnDemand<Traits, T>::fillAlone(const TreeIndex& index, std::size_t slot,
+                                            const Halo& halo) {
+    Level& level = levels_[static_cast<std::size_t>(index.depth)];
+    T* const out = static_cast<T*>(arena_.take(1));
+    Filler(*source_, halo).fill(index, out);
+    level.filledAlone.fetch_add(1, std::memory_order_relaxed);
+    const T* published = nullptr;
+    if (level.places[slot].compare_exchange_strong(published, out, std::memory_order_acq_rel,
+                                                   std::memory_order_acquire))
+        return out;
+    arena_.giveBack(out, 1, 1);
+    return published;
+}
+
+template <class Traits, class T>
+const T* HaloOnDemand<Traits, T>::fillGroup(const TreeIndex& index, std::size_t slot,
+                                            const Halo& halo) {
+    Level& level = levels_[static_cast<std::size_t>(index.depth)];
+    const std::size_t group = slot / kGroup, begin = group * kGroup,
+                      end = std::min(begin + kGroup, level.slotCount);
+    T* const memory = static_cast<T*>(arena_.take(end - begin));
+    Filler filler(*source_, halo);
+    auto block = filler.makeBlock();
+    TreeIndex tile{firstTileOf(group, index, slot), index.depth};
+    for (std::size_t filled = begin; filled < end; ++tile.index)
+        if (slotOf(tile) == filled) // otherwise it holds no data
+            filler.fill(tile, block, memory + (filled++ - begin) * valuesPerTile_);
+    const T* nobodys = nullptr;
+    level.groups[group].compare_exchange_strong(nobodys, memory, std::memory_order_release,
+                                                std::memory_order_relaxed);
+    return memory + (slot - begin) * valuesPerTile_;
+}
+
+// The tile of a group's first slot, given another one's. Slots are in the order of the tiles.
+template <class Traits, class T>
+std::int64_t HaloOnDemand<Traits, T>::firstTileOf(std::size_t group, const TreeIndex& index,
+                                                  std::size_t slot) const {
+    TreeIndex tile = index;
+    for (std::size_t at = slot; at > group * kGroup;)
+        if (--tile.index; slotOf(tile) != ChannelLayout<Traits>::kNoSlot)
+            --at;
+    return tile.index;
+}
+
+template <class Traits, class T>
+std::size_t HaloOnDemand<Traits, T>::slotOf(const TreeIndex& index) const {
+    return source_->layout()->level(index.depth).slotOf(index.index);
 }
 
 } // namespace KDX::TileTree3D
