@@ -3,7 +3,6 @@
 
 #include "KDX/Traits.h"
 #include "common/Math.h"
-#include "common/prefetch.h"
 
 #include <algorithm>
 #include <array>
@@ -133,9 +132,9 @@ public:
 
     /// Searches wait for memory. Who has several to make calls these for each of them first, in
     /// this order.
-    void expectGuide(std::uint64_t unit) const { Stratum::prefetch(&guide_[unit >> shift_]); }
+    void expectGuide(std::uint64_t unit) const { __builtin_prefetch(&guide_[unit >> shift_]); }
     void expectTile(std::uint64_t unit) const {
-        Stratum::prefetch(tiles_.data() + guide_[unit >> shift_]);
+        __builtin_prefetch(tiles_.data() + guide_[unit >> shift_]);
     }
 
     struct Box {

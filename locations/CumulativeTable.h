@@ -2,7 +2,6 @@
 #pragma once
 
 #include "common/parallel.h"
-#include "common/prefetch.h"
 
 #include <algorithm>
 #include <bit>
@@ -42,9 +41,9 @@ public:
         });
     }
 
-    void expectCell(Scalar draw) const { Stratum::prefetch(&guide_[cellOf(draw)]); }
+    void expectCell(Scalar draw) const { __builtin_prefetch(&guide_[cellOf(draw)]); }
     void expectEntry(Scalar draw) const {
-        Stratum::prefetch(entries_.data() + guide_[cellOf(draw)]);
+        __builtin_prefetch(entries_.data() + guide_[cellOf(draw)]);
     }
 
     /// The first index whose sum is at least the draw; the number of entries if there is none.

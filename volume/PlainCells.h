@@ -2,7 +2,6 @@
 #pragma once
 
 #include "KDX/Channel.h"
-#include "common/prefetch.h"
 #include "volume/HaloTileCache.h"
 #include "volume/haloLayout.h"
 
@@ -32,8 +31,8 @@ struct Cell {
     void expect() const {
         for (int z = 0; z < 2; ++z)
             if constexpr (sizeof(ValueT) <= sizeof(double)) { // two rows, within some 64 bytes
-                Stratum::prefetch(&at(0, 0, z));
-                Stratum::prefetch(&at(1, 1, z));
+                prefetch(&at(0, 0, z));
+                prefetch(&at(1, 1, z));
             } else {
                 expectRow(&at(0, 0, z));
                 expectRow(&at(0, 1, z));
@@ -41,11 +40,15 @@ struct Cell {
     }
 
 private:
+    // Into the second-level cache. Many more lines can be on their way there than to the first
+    // level, where requests that come faster than lines arrive are lost.
+    static void prefetch(const void* address) { __builtin_prefetch(address, 0, 2); }
+
     static void expectRow(const ValueT* first) {
         const auto* bytes = reinterpret_cast<const char*>(first);
         for (std::size_t at = 0; at < 2 * sizeof(ValueT); at += 64)
-            Stratum::prefetch(bytes + at);
-        Stratum::prefetch(bytes + 2 * sizeof(ValueT) - 1);
+            prefetch(bytes + at);
+        prefetch(bytes + 2 * sizeof(ValueT) - 1);
     }
 };
 
