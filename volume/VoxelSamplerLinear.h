@@ -112,23 +112,17 @@ private:
     template <class Use, class Absent>
     void forEachCell(const PositionT* positions, std::size_t count, int maxDepthArg, int space,
                      const Use& use, const Absent& absent) {
-        Corners corners;
-        if (!haloChannel) { // cells may lie in a cache that the next one takes over
-            for (std::size_t i = 0; i < count; ++i)
-                if (gather(positions[i], maxDepthArg, space, corners))
-                    use(i, corners);
-                else
-                    absent(i);
-            return;
-        }
         constexpr std::size_t kBlock = Base::Block::kSize;
         typename Base::Located located;
         for (std::size_t begin = 0; begin < count; begin += kBlock) {
             this->locate(positions + begin, std::min(kBlock, count - begin),
                          std::min(maxDepth, maxDepthArg), space, located);
-            forEachHaloCell(
-                located, [&](std::size_t i, const Corners& found) { use(begin + i, found); },
-                [&](std::size_t i) { absent(begin + i); });
+            const auto useOf = [&](std::size_t i, const Corners& found) { use(begin + i, found); };
+            const auto absentOf = [&](std::size_t i) { absent(begin + i); };
+            if (haloChannel)
+                forEachHaloCell(located, useOf, absentOf);
+            else
+                forEachPlainCell(located, useOf, absentOf);
         }
     }
 
@@ -155,6 +149,33 @@ private:
                                block.scale[i]});
             else
                 absent(i);
+    }
+
+    // The same on the plain channel. Cells may lie in a cache that the next one takes over, so they
+    // are read one by one; what their own tiles hold of them is asked for ahead.
+    template <class Use, class Absent>
+    void forEachPlainCell(const typename Base::Located& located, const Use& use,
+                          const Absent& absent) {
+        const auto& block = located.block;
+        std::array<const ValueT*, Base::Block::kSize> tiles;
+        channel->tilesData(located.tiles.data(), located.runCount, tiles.data());
+        const auto inside = [&block](int axis, std::size_t i) {
+            return std::clamp(block.voxel[axis][i], 0, W - 2);
+        };
+        for (std::size_t r = 0; r < located.runCount; ++r)
+            for (std::size_t i = located.begins[r]; tiles[r] && i < located.begins[r + 1]; ++i)
+                Cell<ValueT>(tiles[r], {W, 0}, {inside(0, i), inside(1, i), inside(2, i)}).expect();
+        for (std::size_t r = 0; r < located.runCount; ++r)
+            for (std::size_t i = located.begins[r]; i < located.begins[r + 1]; ++i)
+                if (tiles[r])
+                    use(i,
+                        Corners{plainCells.read(
+                                    located.tiles[r], tiles[r],
+                                    {block.voxel[0][i], block.voxel[1][i], block.voxel[2][i]}),
+                                {block.fraction[0][i], block.fraction[1][i], block.fraction[2][i]},
+                                block.scale[i]});
+                else
+                    absent(i);
     }
 
     // Finds the eight corners; false where the value is the default.
