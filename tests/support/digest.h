@@ -1,4 +1,4 @@
-// One number for values of any type, the same wherever the values are.
+// One number for values of any type, the same wherever they are made.
 #pragma once
 
 #include "Vantor/GeoLocation.h"
@@ -9,7 +9,6 @@
 #include <concepts>
 #include <cstdint>
 #include <limits>
-#include <type_traits>
 
 namespace StratumTest {
 
@@ -17,38 +16,34 @@ namespace StratumTest {
 /// which bits an operation gives one is up to the processor.
 class Digest {
 public:
-    void add(std::integral auto number) {
-        using Unsigned = std::make_unsigned_t<decltype(number)>;
-        auto bits = static_cast<std::uint64_t>(static_cast<Unsigned>(number));
-        for (std::size_t byte = 0; byte < sizeof number; ++byte, bits >>= 8)
-            value_ = (value_ ^ (bits & 0xFF)) * 0x100000001B3;
+    template <class T>
+    void add(const T& value) {
+        if constexpr (std::integral<T>)
+            addBytes(static_cast<std::uint64_t>(value), sizeof value);
+        else if constexpr (std::same_as<T, float>)
+            add(std::bit_cast<std::uint32_t>(std::isnan(value) ? float{NAN} : value));
+        else if constexpr (std::same_as<T, double>)
+            add(std::bit_cast<std::uint64_t>(std::isnan(value) ? double{NAN} : value));
+        else if constexpr (requires { value.begin(); })
+            for (const auto& element : value)
+                add(element);
+        else
+            add(Vantor::Math::toComponents(value));
     }
-    void add(bool flag) { add(std::uint8_t{flag}); }
-    void add(float v) { add(std::bit_cast<std::uint32_t>(canonical(v))); }
-    void add(double v) { add(std::bit_cast<std::uint64_t>(canonical(v))); }
     void add(const Vantor::Geometry::Common::GeoLocation& l) {
         add(l.kind);
         add(l.element);
-        addEach(l.indices);
-        addEach(l.weights);
-        addEach(l.reserved);
-    }
-    template <class T>
-    requires std::is_class_v<T>
-    void add(const T& value) { addEach(Vantor::Math::toComponents(value)); }
-
-    template <class Range>
-    void addEach(const Range& values) {
-        for (const auto& value : values)
-            add(value);
+        add(l.indices);
+        add(l.weights);
+        add(l.reserved);
     }
 
     std::uint64_t value() const { return value_; }
 
 private:
-    template <class S>
-    static S canonical(S v) {
-        return std::isnan(v) ? std::numeric_limits<S>::quiet_NaN() : v;
+    void addBytes(std::uint64_t bits, std::size_t count) {
+        for (; count > 0; --count, bits >>= 8)
+            value_ = (value_ ^ (bits & 0xFF)) * 0x100000001B3;
     }
 
     std::uint64_t value_ = 0xCBF29CE484222325;

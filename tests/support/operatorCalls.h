@@ -12,12 +12,11 @@ namespace StratumTest {
 /// What a call left in its outputs, which held arrays of two elements before.
 struct Outcome {
     enum class State {
-        kFormer, ///< all that they held before, untouched
+        kFormer, ///< what they held before, untouched
         kEmpty,  ///< new arrays without elements
         kNew,    ///< new arrays of one size
         kMixed,  ///< anything else, also where a count of references is wrong
-    };
-    State state = State::kMixed;
+    } state = State::kMixed;
     /// A hash of each element; of all outputs' elements together.
     std::vector<std::uint64_t> elements;
 
@@ -32,18 +31,15 @@ inline void plainly(const std::function<void()>& call) {
 
 struct OperatorCall {
     /// How the operator ends where it fails.
-    enum class Frame { kSampling, kProperty, kLocations };
-
-    Frame frame;
-    const char* terminated;  ///< the name that a cancellation is reported under
-    std::string family;      ///< the operator and its way to work
+    enum class Frame { kSampling, kProperty, kLocations } frame;
+    std::string family;      ///< the operator, and its way to work
     std::string name;        ///< the family and the inputs
     std::uint64_t untouched; ///< the hash of an element that nobody wrote
     std::function<Outcome(const Around& around)> run;
 };
 
 /// Calls of every operator for every value type, tree shape and kind of geometry, at so many
-/// positions (300 at least) and about as many samples. All calls read the same inputs.
+/// positions and about as many samples. All calls read the same inputs.
 std::vector<OperatorCall> everyOperator(std::size_t positions);
 
 } // namespace StratumTest
