@@ -80,7 +80,7 @@ std::uint64_t requests(Fault fault) {
     return fault == Fault::kHostMemory ? Ostrum::allocationCount() : newRequests.load();
 }
 
-// What lives, but for what the pool and the list of timers keep, which a fault must not break.
+// What lives, but for what the pool and the list of timers keep.
 std::pair<std::uint64_t, std::uint64_t> live() {
     ChannelMemoryPool::trim();
     Kelvane::Logger::takeTimerReport();
@@ -112,6 +112,7 @@ struct Ending {
             }
         });
         terminated = Kelvane::takeTerminateMessages();
+        Kelvane::Logger::takeTimerReport(); // which a timer that failed must not have broken
         if (fault == Fault::kQuestion)
             reached = outcome.state != State::kNew;
     }
