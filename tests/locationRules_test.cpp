@@ -1,6 +1,4 @@
 // Scattering, rule by rule, and on broken geometry.
-#include "KDX/exceptionMessage.h"
-#include "Ostrum/Job.h"
 #include "support/locationCases.h"
 
 using namespace StratumTest;
@@ -332,35 +330,6 @@ TEST(Locations, WarnOnceEachAndGoOnWithoutTheMask) {
     Locations locations;
     Vantor::Sample::generateSampleLocations(mesh, negative, locations, &quiet);
     Vantor::Sample::generateSampleLocations(mesh, negative, locations, nullptr);
-}
-
-TEST(Locations, CancellingReachesTheHostAndChangesNothing) {
-    const auto mesh = kSmallMesh.object(), strands = kSmallStrands.object();
-    const auto maskedStrands = withMask(strands, sStrandComp, std::vector{true, true});
-    for (const auto& [object, options, questions] : {std::tuple(mesh, byCount(9), 3U),
-                                                     {mesh, byDensity(9), 2U},
-                                                     {strands, byCount(9), 6U},
-                                                     {maskedStrands, masked(byCount(9)), 8U},
-                                                     {mesh, onPoints(byCount(9)), 1U}})
-        for (unsigned question = 1; question <= questions + 1; ++question) {
-            const auto before = makePtr<Locations>(4U);
-            auto out = before;
-            Ostrum::cancelJobAtQuestion(question);
-            std::string text;
-            try {
-                Geometry::Query::generate_sample_locations(
-                    makePtr<Vantor::Object>(object), options.sample_type, options.amount,
-                    options.amount_type, options.mask_control, options.seed, nullptr, false, 0,
-                    options.use_mask, options.mask_property, false, out, Ostrum::RuntimeServices());
-            } catch (const std::runtime_error& error) {
-                text = error.what();
-            }
-            Ostrum::cancelJob(false);
-            const bool reached = question <= questions;
-            EXPECT_EQ(text, reached ? KDX::exceptionMessage.str() : "") << question;
-            EXPECT_EQ(out == before, reached) << question;
-            EXPECT_EQ(before->size(), 4U);
-        }
 }
 
 TEST(Locations, TheOperatorReplacesItsOutputAndFoldsTheSeeds) {

@@ -1,11 +1,7 @@
 // Scattering: against frozen numbers and slow generators, and the shares that elements get.
-#include "common/parallel.h"
 #include "support/locationCases.h"
 
 #include <gtest/gtest.h>
-
-#include <oneapi/tbb/global_control.h>
-#include <oneapi/tbb/task_arena.h>
 
 using namespace StratumTest;
 using namespace Vantor::Geometry;
@@ -219,36 +215,6 @@ TEST(Locations, AreUniformWithinTheirElement) {
     for (const GeoLocation& l : scatter(kSegment.object(), byCount(50'000)))
         along[std::size_t(std::min(49.0F, l.weights[0] * 50))] += 1;
     expectShares(along, std::vector<double>(50, 1));
-}
-
-TEST(Locations, DoNotDependOnThreads) {
-#ifdef STRATUM_PLAIN_THREADS
-    GTEST_SKIP();
-#endif
-    const SlowMesh mesh = randomMesh(3, 500);
-    const SlowStrands strands = randomStrands(3, 4000);
-    std::vector<float> values(mesh.points.size() + strands.points.size());
-    for (std::size_t i = 0; i < values.size(); ++i)
-        values[i] = randomUnit<float>(i, 1);
-    struct Case {
-        Vantor::Object object;
-        GenerateLocationOptions options;
-    };
-    for (const Case& c :
-         {Case{mesh.object(), byCount(20'000)}, Case{mesh.object(), byDensity(200)},
-          Case{strands.object(), byDensity(20)},
-          Case{withMask(strands.object(), sPointComp, values), masked(byCount(30'000))},
-          Case{mesh.object(), onPoints(byCount(30'000))},
-          Case{withMask(mesh.object(), sPointComp, values), onPoints(masked(byCount(30'000)))}}) {
-        const Locations reference = scatter(c.object, c.options);
-        EXPECT_GT(reference.size(), 10'000U);
-        // However few processors there are.
-        const tbb::global_control most(tbb::global_control::max_allowed_parallelism, 8);
-        for (const int threads : {1, 2, 8}) {
-            tbb::task_arena arena(threads);
-            EXPECT_EQ(arena.execute([&] { return scatter(c.object, c.options); }), reference);
-        }
-    }
 }
 
 } // namespace

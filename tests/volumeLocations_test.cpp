@@ -1,12 +1,7 @@
 // Scattering inside volumes: against frozen numbers and a slow generator, uniformity in space, and
 // the rules of counts, masks and channels.
-#include "Ostrum/Job.h"
-#include "common/parallel.h"
 #include "locations/CandidateCells.h"
 #include "support/volumeLocations.h"
-
-#include <oneapi/tbb/global_control.h>
-#include <oneapi/tbb/task_arena.h>
 
 using namespace StratumTest;
 using namespace Vantor::Geometry;
@@ -425,28 +420,6 @@ TEST(VolumeLocations, MasksOfAnyTypeCountByTheirFirstComponent) {
               "Unable to generate volume geo locations.\n");
     named.mask_property = "nothing";
     EXPECT_EQ(scatter(volume.object, named), scatter(volume.object, ofFog(byCount(500))));
-}
-
-TYPED_TEST(ShapedVolumeLocations, DoNotDependOnThreadsAndEndWithTheJob) {
-    TestVolume<TypeParam> volume(build<TypeParam>({.seed = 4}));
-    volume.template add<float>(kFog, 0, asFloat(noise(2)));
-    volume.template add<float>("mask", 0, asFloat(noise(3)));
-    const auto options = ofFog(masked(byCount(30'000)));
-    const Locations reference = scatter(volume.object, options);
-    EXPECT_EQ(reference.size(), 30'000U);
-    for (const std::uint64_t question : {1, 2}) {
-        Ostrum::cancelJobAtQuestion(question);
-        EXPECT_THROW(scatter(volume.object, options), std::runtime_error);
-        Ostrum::cancelJob(false);
-    }
-#ifndef STRATUM_PLAIN_THREADS
-    // However few processors there are.
-    const tbb::global_control most(tbb::global_control::max_allowed_parallelism, 8);
-    for (const int threads : {1, 2, 8}) {
-        tbb::task_arena arena(threads);
-        EXPECT_EQ(arena.execute([&] { return scatter(volume.object, options); }), reference);
-    }
-#endif
 }
 
 // More cells than any volume here can have: one voxel of depth 0 covers 2^84 of the finest.

@@ -77,10 +77,13 @@ timer::timer(const Ostrum::String& name, const timer* parent) {
         parent ? Ostrum::String(parent->entry_->name.str() + "/" + name.str()) : name;
     Diagnostics& d = diagnostics();
     const std::lock_guard lock(d.mutex);
-    auto& entry = d.timers[path];
-    if (!entry)
-        entry = std::make_shared<TimerEntry>(TimerEntry{path});
-    entry_ = entry;
+    if (const auto found = d.timers.find(path); found != d.timers.end()) {
+        entry_ = found->second;
+    } else {
+        // The entry first: a name without one must not be listed.
+        entry_ = std::make_shared<TimerEntry>(TimerEntry{path});
+        d.timers.emplace(path, entry_);
+    }
     start_ = std::chrono::steady_clock::now();
 }
 

@@ -1,5 +1,6 @@
 #include "Ostrum/Memory.h"
 
+#include "Ostrum/liveAllocations.h"
 #include "common/parallel.h"
 
 #include <sys/mman.h>
@@ -14,6 +15,7 @@ namespace Ostrum {
 namespace {
 std::atomic<std::uint64_t> requests{0};
 std::atomic<std::uint64_t> failingRequest{0};
+std::atomic<std::uint64_t> live{0};
 constexpr std::size_t kAlignment = 64;
 
 // Blocks from here on are asked to lie in large pages: samples at random places then find the
@@ -54,10 +56,14 @@ void* allocate(std::size_t bytes) {
         rounded < kLargeBlock ? std::aligned_alloc(kAlignment, rounded) : allocateLarge(rounded);
     if (!memory)
         throw std::bad_alloc();
+    live.fetch_add(1, std::memory_order_relaxed);
     return memory;
 }
 
 void deallocate(void* memory) noexcept {
+    if (!memory)
+        return;
+    live.fetch_sub(1, std::memory_order_relaxed);
     std::free(memory);
 }
 
@@ -79,6 +85,10 @@ void failAllocation(std::uint64_t n) {
 
 std::uint64_t allocationCount() {
     return requests;
+}
+
+std::uint64_t liveAllocationCount() {
+    return live;
 }
 
 } // namespace Ostrum
