@@ -193,8 +193,10 @@ private:
         const int count = readGridCount(in_);
         for (int i = 0; i < count; ++i) {
             const auto start = in_.tellg();
-            skipper.skipText();
-            skipper.skipText();
+            skipper.skipText(); // its name
+            skipper.skipText(); // its type
+            if (fileVersion() >= openvdb::OPENVDB_FILE_VERSION_GRID_INSTANCING)
+                skipper.skipText(); // the grid whose voxels it shares
             in_.seekg(start);
             Descriptor grid;
             grid.read(in_);

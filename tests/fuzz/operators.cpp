@@ -151,7 +151,10 @@ private:
     }
 
     void scatter(Locations& locations) {
-        const auto options = randomOptions(dice_);
+        auto options = randomOptions(dice_);
+        if (expected_) { // nothing but a count is limited in a volume
+            options.amount_type = VantorExp::Geometry::AmountType::Count;
+        }
         const Ostrum::RuntimeServices services(2, [](int, const Ostrum::String&) {});
         Vantor::Sample::generateSampleLocations(object_, options, locations, &services);
         for (const auto& location : locations)

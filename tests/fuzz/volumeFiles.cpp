@@ -52,7 +52,7 @@ bool runInput(std::string_view bytes) {
     bytes.remove_prefix(1);
     const bool isNvdb = choice & 1, isPacked = choice & 2;
     const MemoryFile file(isPacked ? unpacked(bytes) : bytes);
-    const io::VdbOptions options{choice & 4 ? io::TreeShape::kFive : io::TreeShape::kTwo, ""};
+    const io::VdbOptions options{choice & 4 ? io::TreeShape::kFive : io::TreeShape::kTwo, "", 64e6};
     return accepts(file.path(), [&] {
         const auto volume = (isNvdb ? io::readNvdb : io::readVdb)(file.path(), options);
         for (const auto& channel : volume.channels) {
