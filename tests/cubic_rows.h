@@ -155,36 +155,6 @@ TYPED_TEST(CubicTest, AgreesWithASlowEvaluatorAndWithLinearAtJumps) {
     }
 }
 
-TYPED_TEST(CubicTest, ManyPositionsAtOnceAreTheSamePositionsOneByOne) {
-    using T = typename TypeParam::Value;
-    using Shape = typename TypeParam::Traits;
-    using Position = typename TypeParam::Position;
-    const CubicVolume<TypeParam> volume(build<Shape>({.seed = 12, .interiorData = 0.7}), noise(6),
-                                        -70);
-    std::vector<Position> positions;
-    for (std::uint64_t i = 0; i < 300; ++i) {
-        positions.push_back(toPosition<Position>(randomPosition(i, 1.7 * kCoveredReach<Shape>)));
-        if (i % 3 == 0) // some in the same cell, some nowhere
-            positions.push_back(positions.back() * 1.0001F);
-        if (i % 7 == 0)
-            positions.push_back({0, NAN, 0});
-    }
-    for (const unsigned policy : {0U, 1U})
-        for (const unsigned cache : {0U, 4U})
-            for (const std::size_t count : {std::size_t{0}, std::size_t{1}, positions.size()}) {
-                auto sampler = volume.cubic({.jumpPolicy = policy, .cache = cache});
-                std::vector<T> values(positions.size(), valueFrom<T>(5));
-                sampler.sample(positions.data(), count, 28, kIndex, values.data());
-                for (std::size_t i = 0; i < positions.size(); ++i) {
-                    const T expected = i < count
-                                           ? volume.cubic({.jumpPolicy = policy, .cache = cache})
-                                                 .sample(positions[i], kIndex)
-                                           : valueFrom<T>(5);
-                    ASSERT_EQ(values[i], expected) << i;
-                }
-            }
-}
-
 // Along lines, where successive positions share cells, rows and tiles, and anywhere; among zeros of
 // both signs, which clamping must not mix up.
 TYPED_TEST(CubicTest, BlocksHaveTheBitsOfSinglesInEveryMode) {

@@ -75,11 +75,11 @@ public:
         : dice_(dice), palette_(dice), isFinite_(palette_.isFinite()),
           name_(names()[dice.below(3)]) {
         const std::size_t shapes = dice.below(8);
-        if (shapes != 1)
+        if (shapes < 4)
             addVolume<Traits<2, 4, 1>>();
-        if (shapes == 1 || shapes == 2)
+        if (shapes >= 3 && shapes < 6)
             addVolume<Traits<5, 5, 1>>();
-        if (dice.once(2))
+        if (shapes >= 6 || dice.once(4))
             addGeometry(object_, dice);
         if (positions_.empty())
             addPositions({}, 1);
@@ -152,9 +152,8 @@ private:
 
     void scatter(Locations& locations) {
         auto options = randomOptions(dice_);
-        if (expected_) { // nothing but a count is limited in a volume
+        if (expected_) // nothing but a count is limited in a volume
             options.amount_type = VantorExp::Geometry::AmountType::Count;
-        }
         const Ostrum::RuntimeServices services(2, [](int, const Ostrum::String&) {});
         Vantor::Sample::generateSampleLocations(object_, options, locations, &services);
         for (const auto& location : locations)

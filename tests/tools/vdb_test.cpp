@@ -259,7 +259,7 @@ TEST(Vdb, RefusesTransformsThatTilesCannotFollow) {
     EXPECT_EQ((*sample<float>(chosen, {{2, 2, 2}}, "odd"))[0], 5);
 }
 
-TEST(ReadVdb, TakesNoMoreMemoryThanItMay) {
+TEST(Vdb, TakesNoMoreMemoryThanItMay) {
     const auto far = named<openvdb::FloatGrid>(openvdb::FloatGrid::create(), "far");
     for (int i = 0; i < 500; ++i) // voxels that share no coarse tile, in a file of some kilobytes
         far->tree().setValue(Coord(50 * i, 0, 0), 5);
