@@ -43,8 +43,9 @@ using TileFlags = std::vector<std::vector<std::uint8_t>>;
 /// A grid, whatever its value type.
 class SourceGrid {
 public:
-    SourceGrid(std::string channelName, const GridPlacement& gridPlacement)
-        : name(std::move(channelName)), placement(gridPlacement) {}
+    SourceGrid(std::string channelName, const GridPlacement& gridPlacement,
+               std::size_t bytesOfValue)
+        : name(std::move(channelName)), placement(gridPlacement), valueBytes(bytesOfValue) {}
     virtual ~SourceGrid() = default;
     SourceGrid(const SourceGrid&) = delete;
     SourceGrid& operator=(const SourceGrid&) = delete;
@@ -68,6 +69,7 @@ public:
 
     const std::string name;
     const GridPlacement placement;
+    const std::size_t valueBytes; ///< of one value of the channel
 };
 
 /// A grid of the nodes that `Access` reads. `owner` keeps them.
@@ -79,7 +81,7 @@ class TypedSourceGrid final : public SourceGrid {
 public:
     TypedSourceGrid(std::shared_ptr<const void> owner, Region region,
                     const std::string& channelName, const GridPlacement& gridPlacement)
-        : SourceGrid(channelName, gridPlacement), owner_(std::move(owner)),
+        : SourceGrid(channelName, gridPlacement, sizeof(T)), owner_(std::move(owner)),
           region_(std::move(region)) {}
 
     Content content(const std::array<std::int64_t, 3>& lower, std::int64_t edge) const override {

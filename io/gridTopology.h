@@ -3,6 +3,7 @@
 
 #include "KDX/TreeBuilder.h"
 #include "common/parallel.h"
+#include "io/MemoryBudget.h"
 #include "io/gridVolume.h"
 
 #include <algorithm>
@@ -23,23 +24,29 @@ class GridTopology {
     using Corner = std::array<std::int64_t, 3>;
 
 public:
-    explicit GridTopology(const std::vector<FileGrid>& grids) : grids_(grids) {}
+    GridTopology(const std::vector<FileGrid>& grids, double mostBytes)
+        : grids_(grids), budget_(mostBytes) {}
 
-    /// Throws std::runtime_error when the voxels lie beyond what tiles can hold.
+    /// Throws std::runtime_error when the voxels lie beyond what tiles can hold, or the tiles and
+    /// their values would take more memory than allowed; no more than that is taken on the way.
     Ostrum::Ptr<const TileTree<Shape>> build() const {
         using Builder = KDX::TileTree3D::TreeBuilder<Shape>;
         using Wish = typename Builder::Wish;
         Builder builder;
         if (const auto box = bounds(); box.min.x <= box.max.x)
             builder.addRefined(box, [this](const int3& tijk, int depth) {
-                if (Ostrum::isJobCancelled())
+                if (Ostrum::isJobCancelled() || budget_.isExceeded())
                     return Wish{};
                 const Content content = mostMixed(tijk, depth);
                 const bool finest = depth == Shape::kFinestDepth;
-                return Wish{content == Content::kConstant || (finest && content == Content::kMixed),
-                            content == Content::kMixed && !finest};
+                const Wish wish{content == Content::kConstant ||
+                                    (finest && content == Content::kMixed),
+                                content == Content::kMixed && !finest};
+                budget_.add(kTileBytes + (wish.holdsVoxels ? valueBytes(tijk, depth) : 0));
+                return wish;
             });
         throwIfCancelled();
+        budget_.check();
         const auto& placement = grids_.front().grid->placement;
         return builder.build(static_cast<float>(placement.voxelSize), placement.offsetType);
     }
@@ -63,6 +70,19 @@ public:
     }
 
 private:
+    // Of a tile while the tree is built: twice in the builder, which sorts, and once in the tree.
+    static constexpr std::size_t kTileBytes = 3 * sizeof(Tile);
+
+    // Of the values of all grids that have some in a tile.
+    std::size_t valueBytes(const int3& tijk, int depth) const {
+        std::size_t bytes = 0;
+        for (const auto& source : grids_)
+            if (grids_.size() == 1 ||
+                contentAround(*source.grid, tijk, depth) != Content::kBackground)
+                bytes += source.grid->valueBytes * Shape::kVoxelCount;
+        return bytes;
+    }
+
     // What a grid holds in a tile and as far around it as one of the tile's voxels reaches: all
     // that samples inside the tile can look at.
     static Content contentAround(const SourceGrid& grid, const int3& tijk, int depth) {
@@ -111,6 +131,7 @@ private:
     }
 
     const std::vector<FileGrid>& grids_;
+    mutable MemoryBudget budget_;
 };
 
 } // namespace Stratum::io

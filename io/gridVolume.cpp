@@ -31,8 +31,8 @@ ChannelInfo describe(const FileGrid& source, std::set<std::string>& taken,
 
 template <class Shape>
 void addChannels(Vantor::Object& object, const std::vector<FileGrid>& grids,
-                 const std::vector<ChannelInfo>& infos) {
-    const GridTopology<Shape> topology(grids);
+                 const std::vector<ChannelInfo>& infos, double mostBytes) {
+    const GridTopology<Shape> topology(grids, mostBytes);
     const auto tree = topology.build();
     Vantor::Geometry::addTree<Shape>(object, tree);
     for (std::size_t i = 0; i < grids.size(); ++i) {
@@ -69,7 +69,7 @@ void requireGrids(const std::string& wanted, const UniqueNames& unique, bool any
         throw std::runtime_error("it holds no grid of numbers or 3-vectors; it holds: " + names);
 }
 
-Volume makeGridVolume(const std::vector<FileGrid>& grids, TreeShape shape,
+Volume makeGridVolume(const std::vector<FileGrid>& grids, const VdbOptions& options,
                       std::vector<std::string> warnings) {
     Volume volume{Ostrum::makePtr<Vantor::Object>(), {}, std::move(warnings)};
     const SourceGrid& first = *grids.front().grid;
@@ -82,10 +82,10 @@ Volume makeGridVolume(const std::vector<FileGrid>& grids, TreeShape shape,
     }
     for (const FileGrid& each : grids)
         volume.channels.push_back(describe(each, taken, volume.warnings));
-    if (shape == TreeShape::kTwo)
-        addChannels<Traits<2, 4, 1>>(*volume.object, grids, volume.channels);
+    if (options.shape == TreeShape::kTwo)
+        addChannels<Traits<2, 4, 1>>(*volume.object, grids, volume.channels, options.mostBytes);
     else
-        addChannels<Traits<5, 5, 1>>(*volume.object, grids, volume.channels);
+        addChannels<Traits<5, 5, 1>>(*volume.object, grids, volume.channels, options.mostBytes);
     return volume;
 }
 

@@ -3,6 +3,7 @@
 
 #include "io/SourceGrid.h"
 #include "io/Volume.h"
+#include "io/readVdb.h"
 
 #include <memory>
 #include <set>
@@ -31,8 +32,8 @@ struct FileGrid {
 GridPlacement requirePlacement(const std::string& name, const GridPlacementResult& result);
 
 /// Makes a volume with one channel a grid. Throws std::runtime_error when their placements differ
-/// or lie beyond a tree's indices.
-Volume makeGridVolume(const std::vector<FileGrid>& grids, TreeShape shape,
+/// or lie beyond a tree's indices, or the volume takes more memory than the options allow.
+Volume makeGridVolume(const std::vector<FileGrid>& grids, const VdbOptions& options,
                       std::vector<std::string> warnings);
 
 /// Throws std::runtime_error when none of a file's grids is the wanted one, or none can be used.

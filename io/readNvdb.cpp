@@ -202,7 +202,7 @@ Volume readChecked(const std::string& file, const VdbOptions& options) {
                                typeName(found.type) + " cannot be sampled");
     }
     requireGrids(options.grid, unique, !grids.empty(), names);
-    return makeGridVolume(grids, options.shape, std::move(warnings));
+    return makeGridVolume(grids, options, std::move(warnings));
 }
 
 } // namespace

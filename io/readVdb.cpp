@@ -151,7 +151,7 @@ Volume readChecked(const std::string& path, const VdbOptions& options) {
     std::vector<FileGrid> grids;
     for (const Found& each : readGrids(path, options, warnings))
         grids.push_back(fileGrid(each, warnings));
-    Volume volume = makeGridVolume(grids, options.shape, std::move(warnings));
+    Volume volume = makeGridVolume(grids, options, std::move(warnings));
     grids.clear();
     returnMemory();
     return volume;

@@ -8,7 +8,6 @@
 
 #include <openvdb/io/Archive.h>
 #include <openvdb/io/GridDescriptor.h>
-#include <openvdb/io/Stream.h>
 #include <openvdb/openvdb.h>
 
 #include <algorithm>
@@ -17,7 +16,6 @@
 #include <filesystem>
 #include <istream>
 #include <memory>
-#include <set>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -101,11 +99,7 @@ public:
     explicit VdbFile(const std::string& path)
         : buffer_((requireRegularFile(path), path)), in_(&buffer_) {
         requireMagicNumber();
-        reading([&] {
-            walk(static_cast<std::int64_t>(std::filesystem::file_size(path)));
-            if (!inputHasGridOffsets())
-                readAll();
-        });
+        reading([&] { walk(static_cast<std::int64_t>(std::filesystem::file_size(path))); });
         std::ranges::stable_sort(grids_, {},
                                  [](const Entry& e) { return e.descriptor.gridName(); });
     }
@@ -134,7 +128,7 @@ public:
             return entry.whole;
         auto grid = read(entry.descriptor);
         if (const auto& parent = entry.descriptor.instanceParentName(); !parent.empty())
-            grid->setTree(read(named(parent))->baseTreePtr());
+            grid->setTree(read(named(parent).descriptor)->baseTreePtr());
         return grid;
     }
 
@@ -181,46 +175,68 @@ private:
     void walk(std::int64_t fileSize) {
         checkVersion();
         readHeader(in_);
-        metadata_->setSeekable(true);
+        metadata_->setSeekable(inputHasGridOffsets());
         openvdb::io::setStreamMetadataPtr(in_, metadata_, /*transfer=*/false);
         setFormatVersion(in_);
         setLibraryVersion(in_);
         setDataCompression(in_);
-        if (!inputHasGridOffsets())
-            return;
         VdbSkipper skipper(in_, fileSize);
         skipper.skipMetadata();
         const int count = readGridCount(in_);
+        if (!inputHasGridOffsets())
+            return readAll(count, skipper);
         for (int i = 0; i < count; ++i) {
-            const auto start = in_.tellg();
-            skipper.skipText();
-            skipper.skipText();
-            in_.seekg(start);
-            Descriptor grid;
-            grid.read(in_);
+            const Descriptor grid = readDescriptor(skipper);
             if (grid.getEndPos() > fileSize || grid.getEndPos() < 0)
                 throw std::runtime_error("it is cut short: grid '" + grid.gridName() +
                                          "' would end at byte " + std::to_string(grid.getEndPos()) +
                                          " of " + std::to_string(fileSize));
             grid.seekToGrid(in_);
-            readGridCompression(in_);
-            skipper.skipMetadata();
+            checkGridStart(skipper);
             if (i + 1 < count)
                 grid.seekToEnd(in_);
             grids_.push_back({grid});
         }
     }
 
+    bool hasInstances() const {
+        return fileVersion() >= openvdb::OPENVDB_FILE_VERSION_GRID_INSTANCING;
+    }
+
+    Descriptor readDescriptor(VdbSkipper& skipper) {
+        const auto start = in_.tellg();
+        skipper.skipText(); // its name
+        skipper.skipText(); // its type
+        if (hasInstances())
+            skipper.skipText(); // the grid whose voxels it shares
+        in_.seekg(start);
+        Descriptor grid;
+        grid.read(in_);
+        return grid;
+    }
+
+    // Looks at the claims before a grid's tree, and goes back to where the grid begins.
+    void checkGridStart(VdbSkipper& skipper) {
+        const auto start = in_.tellg();
+        readGridCompression(in_);
+        skipper.skipMetadata();
+        if (hasInstances())
+            skipper.skipText(); // the kind of its transform
+        in_.seekg(start);
+    }
+
     // For a file that was written without the places of its grids.
-    void readAll() {
-        in_.seekg(0);
-        std::set<const openvdb::TreeBase*> trees;
-        const auto whole = openvdb::io::Stream(in_, /*delayLoad=*/false).getGrids();
-        for (const auto& grid : *whole) {
-            if (!trees.insert(&grid->baseTree()).second)
-                grid->setTree(grid->baseTree().copy());
-            grids_.push_back({Descriptor(grid->getName(), grid->type()), grid});
+    void readAll(int count, VdbSkipper& skipper) {
+        for (int i = 0; i < count; ++i) {
+            const Descriptor descriptor = readDescriptor(skipper);
+            checkGridStart(skipper);
+            const auto grid = create(descriptor);
+            readGrid(grid, descriptor, in_);
+            grids_.push_back({descriptor, grid});
         }
+        for (const Entry& entry : grids_)
+            if (const auto& parent = entry.descriptor.instanceParentName(); !parent.empty())
+                entry.whole->setTree(named(parent).whole->baseTree().copy());
     }
 
     static GridBase::Ptr create(const Descriptor& descriptor) {
@@ -238,14 +254,14 @@ private:
         return grid;
     }
 
-    const Descriptor& named(const std::string& uniqueName) const {
+    const Entry& named(const std::string& uniqueName) const {
         const auto found = std::ranges::find_if(
             grids_, [&](const Entry& e) { return e.descriptor.uniqueName() == uniqueName; });
         if (found == grids_.end())
             throw std::runtime_error("it is damaged: it has no grid '" +
                                      Descriptor::nameAsString(uniqueName) +
                                      "', whose voxels another one shares");
-        return found->descriptor;
+        return *found;
     }
 
     openvdb::io::StreamMetadata::Ptr metadata_ = std::make_shared<openvdb::io::StreamMetadata>();

@@ -7,6 +7,7 @@
 #include "io/formulaVolume.h"
 #include "io/readNvdb.h"
 #include "io/readVdb.h"
+#include "memory.h"
 
 #include <array>
 #include <cstdio>
@@ -36,7 +37,8 @@ io::Volume readVolume(const CommonOptions& options) {
                                                  "for files");
         return io::formulaVolume(formulaName(options.file), shape);
     }
-    const io::VdbOptions wanted{.shape = shape, .grid = options.grid};
+    const io::VdbOptions wanted{
+        .shape = shape, .grid = options.grid, .mostBytes = availableMemory()};
     return options.file.ends_with(".nvdb") ? io::readNvdb(options.file, wanted)
                                            : io::readVdb(options.file, wanted);
 }

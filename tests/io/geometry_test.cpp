@@ -13,7 +13,6 @@
 #include <cmath>
 #include <filesystem>
 #include <numeric>
-#include <random>
 
 namespace {
 
@@ -223,79 +222,6 @@ TEST(PlyGeometry, WhatIsWrongIsNamedWithItsPlace) {
     };
     for (const auto& [text, message] : cases)
         EXPECT_EQ(failureOf([&] { readPlyGeometry(text, "f"); }), message);
-}
-
-std::string damaged(std::string bytes, std::mt19937& random) {
-    const auto below = [&](std::size_t n) { return random() % n; };
-    for (std::size_t times = 1 + below(2); times > 0 && !bytes.empty(); --times) {
-        const std::size_t at = below(bytes.size());
-        const std::string words[] = {"-1", "4294967295", "1e39", "nan", " ", "\n", "0", "/"};
-        switch (below(6)) {
-        case 0:
-            bytes[at] = static_cast<char>(below(256));
-            break;
-        case 1:
-            bytes.resize(at);
-            break;
-        case 2:
-            bytes.erase(at, 1 + below(9));
-            break;
-        case 3:
-            bytes.insert(at, bytes.substr(below(bytes.size()), 1 + below(40)));
-            break;
-        case 4:
-            bytes.insert(at, words[below(std::size(words))]);
-            break;
-        default:
-            if (const auto digit = bytes.find_first_of("0123456789", at); digit != bytes.npos)
-                bytes[digit] = static_cast<char>('0' + below(10));
-        }
-    }
-    return bytes;
-}
-
-// A reader either gives a sound geometry or says in one line, beginning with the file's name, what
-// is wrong.
-void expectNoHarm(const std::string& good,
-                  LoadedGeometry (*read)(std::string_view, const std::string&)) {
-    std::mt19937 random(1);
-    constexpr int kCases = 4000;
-    int refused = 0;
-    for (int i = 0; i < kCases; ++i) {
-        const std::string bytes = damaged(good, random);
-        SCOPED_TRACE("case " + std::to_string(i) + ": " + bytes);
-        try {
-            expectSound(read(bytes, "f").object);
-        } catch (const std::runtime_error& error) {
-            const std::string message = error.what();
-            ASSERT_EQ(message[0], 'f');
-            ASSERT_EQ(message.find('\n'), std::string::npos) << message;
-            ++refused;
-        }
-        if (testing::Test::HasFatalFailure())
-            return;
-    }
-    EXPECT_GT(refused, kCases / 5);
-    EXPECT_LT(refused, kCases * 19 / 20);
-}
-
-TEST(Damage, OfObjMeshes) {
-    expectNoHarm("o a\nv 0 0 0\nv 1.5 0 0\nv 1 1 0\nv 0 1 1e-3\nf 1 2 3 4\ng b\nusemtl c\n"
-                 "v 2 2 2\nf 1/1/1 -1/2/2 3//3\nf 4 3 2 1 5\n",
-                 readObj);
-}
-TEST(Damage, OfObjStrands) {
-    expectNoHarm("v 0 0 0\nv 1.5 0 0\nv 1 1 0\nl 1 2 3\ng b\nl 3 1\nusemtl c\nl -1 -2 # end\n",
-                 readObj);
-}
-TEST(Damage, OfPlyTexts) {
-    expectNoHarm(mesh("ascii"), readPlyGeometry);
-}
-TEST(Damage, OfPlyBytes) {
-    expectNoHarm(mesh("binary_little_endian"), readPlyGeometry);
-}
-TEST(Damage, OfPlyBytesInTheOtherOrder) {
-    expectNoHarm(mesh("binary_big_endian"), readPlyGeometry);
 }
 
 TEST(LocationTable, ComesBackFromPlyBitForBit) {

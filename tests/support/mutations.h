@@ -1,11 +1,8 @@
 // Damaged files: a good one, changed at random.
 #pragma once
 
-#include "support/files.h"
-
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cstdint>
 #include <random>
 #include <string>
@@ -75,33 +72,5 @@ private:
 
     std::mt19937 random_;
 };
-
-/// Gives `read(path)` many damaged versions of a file. It may succeed or throw std::runtime_error
-/// with one line that names the file, in a moment.
-template <class Read>
-void expectNoHarm(const std::string& good, const std::string& extension, std::uint32_t cases,
-                  const Read& read) {
-    const TemporaryFile file(extension);
-    std::uint32_t refused = 0;
-    for (std::uint32_t seed = 0; seed < cases; ++seed) {
-        file.put(Mutator(seed).damaged(good));
-        const auto start = std::chrono::steady_clock::now();
-        try {
-            read(file.path);
-        } catch (const std::runtime_error& error) {
-            const std::string text = error.what();
-            ASSERT_NE(text.find(file.path), std::string::npos) << "seed " << seed << ": " << text;
-            ASSERT_EQ(text.find('\n'), std::string::npos) << "seed " << seed << ": " << text;
-            ASSERT_LT(text.size(), 1000U) << "seed " << seed;
-            ++refused;
-        } catch (const std::exception& error) {
-            FAIL() << "seed " << seed << ": " << error.what();
-        }
-        const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
-        ASSERT_LT(elapsed.count(), 10) << "seed " << seed;
-    }
-    EXPECT_GT(refused, cases / 5) << "the damage is too small to tell";
-    EXPECT_LT(refused, cases) << "the damage is so large that nothing but the first check is met";
-}
 
 } // namespace Stratum::test

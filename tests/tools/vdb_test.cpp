@@ -259,4 +259,23 @@ TEST(Vdb, RefusesTransformsThatTilesCannotFollow) {
     EXPECT_EQ((*sample<float>(chosen, {{2, 2, 2}}, "odd"))[0], 5);
 }
 
+TEST(Vdb, TakesNoMoreMemoryThanItMay) {
+    const auto far = named<openvdb::FloatGrid>(openvdb::FloatGrid::create(), "far");
+    for (int i = 0; i < 500; ++i) // voxels that share no coarse tile, in a file of some kilobytes
+        far->tree().setValue(Coord(50 * i, 0, 0), 5);
+    VdbFile file;
+    file.write({far});
+    for (const auto shape : {TreeShape::kTwo, TreeShape::kFive}) {
+        try {
+            readVdb(file.path, {.shape = shape, .grid = {}, .mostBytes = 1e6});
+            ADD_FAILURE() << "it could be read";
+        } catch (const std::runtime_error& error) {
+            EXPECT_NE(std::string(error.what()).find("more than the 1 MB"), std::string::npos)
+                << error.what();
+        }
+        EXPECT_EQ(
+            readVdb(file.path, {.shape = shape, .grid = {}, .mostBytes = 1e8}).channels.size(), 1U);
+    }
+}
+
 } // namespace
