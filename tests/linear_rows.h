@@ -59,7 +59,8 @@ TYPED_TEST(LinearTest, HaloAndPlainChannelsAgreeBitForBit) {
         LinearVolume<TypeParam> volume(tree, field, -70);
         const Reference<Shape>* reference = nullptr;
         if constexpr (std::is_same_v<T, double>)
-            reference = new Reference<Shape>(*volume.channel);
+            reference = new Reference<Shape>(*volume.channel, volume.container,
+                                             volume.topology.offsetType());
         const std::unique_ptr<const Reference<Shape>> owner(reference);
         const double reach = 1.6 * kCoveredReach<Shape>;
         for (std::uint64_t i = 0; i < 700; ++i) {
