@@ -1,20 +1,25 @@
-# What a host integrator gets: the operator library, the in-memory host, the samplers, their headers,
-# and targets Stratum::ops, Stratum::host and Stratum::volume for find_package(Stratum).
+# What a host integrator gets: the operator library, the host that it was built for, the samplers,
+# and their headers; targets Stratum::ops, Stratum::host and Stratum::volume for
+# find_package(Stratum), and Stratum::samplers for a program with a host of its own. pkg-config knows
+# stratum, stratum-host and stratum-samplers. Nothing installed names the folder that it is in.
 include(CMakePackageConfigHelpers)
 
 set(headers ${CMAKE_INSTALL_INCLUDEDIR}/stratum)
 foreach(folder common volume locations ops)
   install(DIRECTORY ${folder} DESTINATION ${headers} FILES_MATCHING PATTERN "*.h" PATTERN "*.def")
 endforeach()
-install(DIRECTORY host/ DESTINATION ${headers}/host FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY ${STRATUM_HOST}/ DESTINATION ${headers}/host
+        FILES_MATCHING PATTERN "*.h" PATTERN conformance EXCLUDE)
 target_include_directories(stratum_common INTERFACE $<INSTALL_INTERFACE:${headers}>)
 target_include_directories(stratum_host PUBLIC $<INSTALL_INTERFACE:${headers}/host>)
 
 set_target_properties(stratum_common PROPERTIES EXPORT_NAME common)
 set_target_properties(stratum_host PROPERTIES EXPORT_NAME host)
+set_target_properties(stratum_samplers PROPERTIES EXPORT_NAME samplers)
 set_target_properties(stratum_volume PROPERTIES EXPORT_NAME volume)
 set_target_properties(stratum_ops PROPERTIES EXPORT_NAME ops INSTALL_RPATH $ORIGIN)
-install(TARGETS stratum_common stratum_host stratum_volume stratum_ops EXPORT StratumTargets)
+install(TARGETS stratum_common stratum_host stratum_samplers stratum_volume stratum_ops
+        EXPORT StratumTargets)
 install(EXPORT StratumTargets NAMESPACE Stratum:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Stratum)
 if(TARGET stratum_tool)
   set_target_properties(stratum_tool PROPERTIES INSTALL_RPATH $ORIGIN/../${CMAKE_INSTALL_LIBDIR})
@@ -29,3 +34,9 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/StratumConfigVersion.cmak
 install(FILES ${PROJECT_BINARY_DIR}/StratumConfig.cmake
               ${PROJECT_BINARY_DIR}/StratumConfigVersion.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Stratum)
+
+file(RELATIVE_PATH to_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+foreach(name stratum stratum-host stratum-samplers)
+  configure_file(cmake/${name}.pc.in ${PROJECT_BINARY_DIR}/${name}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endforeach()

@@ -64,7 +64,7 @@ auto buildHalo(const VolumeParts<Traits, T>& volume, const T& defaultValue) {
     const Kelvane::Logger::timer timer("Geometry::sample_volume_property.build_halo");
     auto halo = createHaloChannel<Traits, T>(*volume.topology, defaultValue,
                                              {.finestDepth = Traits::kFinestDepth});
-    if (volume.channel->tree()) // one that was never laid out has nothing to copy
+    if (volume.channel->depth() >= 0) // one without data has nothing to copy
         KDX::TileTree3D::computeHalo<Traits, T, 0, 0, 1, 0>(*volume.channel, *volume.container,
                                                             *halo, -1, -1);
     return halo;

@@ -18,7 +18,7 @@ inline std::optional<float> registeredProperty(const Ostrum::String& name) {
     const auto values = Kelvane::Logger::retrieveProperty(name);
     if (values.empty())
         return std::nullopt;
-    std::istringstream stream(values[0].str());
+    std::istringstream stream(values[0].c_str());
     stream.imbue(std::locale::classic());
     float value = 0;
     return stream >> value ? std::optional(value) : std::nullopt;

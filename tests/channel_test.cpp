@@ -1,5 +1,5 @@
-// Channels, their builder, restriction, and halos against the slow evaluator.
-#include "support/reference.h"
+// Channels of the in-memory host: their builder, restriction, memory, and halos in special cases.
+#include "support/volumes.h"
 
 #include "KDX/ChannelPool.h"
 
@@ -14,39 +14,6 @@ namespace {
 template <class Traits>
 class ChannelTest : public ::testing::Test {};
 TYPED_TEST_SUITE(ChannelTest, AllShapes);
-
-TYPED_TEST(ChannelTest, SeveralTypesAndSubsetsShareATree) {
-    using Traits = TypeParam;
-    const auto tree = build<Traits>({.seed = 3});
-    const auto all = makeChannel<Traits, float3>(tree, {9, 9, 9}, noise(1));
-    const int coarse = Traits::kFinestDepth - 2;
-    ChannelBuilder<Traits, double> builder(tree, "part", -1.0, [&](const auto& tile, auto index) {
-        return tile.depth() == coarse && index.index % 3 == 1;
-    });
-    builder.fill([](const double3& p, int) { return p.x; });
-    const auto part = builder.finish();
-    EXPECT_EQ(part->minDepth(), coarse);
-    EXPECT_EQ(part->depth(), coarse);
-    EXPECT_EQ(all->depth(), Traits::kFinestDepth);
-    EXPECT_EQ(all->defaultValue(), (float3{9, 9, 9}));
-    std::int64_t values = 0;
-    for (int depth = 0; depth <= Traits::kFinestDepth; ++depth)
-        for (std::size_t i = 0; i < tree->tiles(depth).size(); ++i) {
-            const TreeIndex index{static_cast<std::int64_t>(i), depth};
-            ASSERT_EQ(static_cast<bool>(all->tileData(index)), tree->tiles(depth)[i].holdsVoxels());
-            ASSERT_EQ(static_cast<bool>(part->tileData(index)), depth == coarse && i % 3 == 1);
-            ASSERT_EQ(part->elementCount(index),
-                      depth == coarse && i % 3 == 1 ? Traits::kVoxelCount : 0);
-            values += part->elementCount(index);
-        }
-    EXPECT_EQ(part->elementCount(-1), values);
-    EXPECT_EQ(part->elementCount(coarse), values);
-    EXPECT_EQ(part->elementCount(coarse + 1), 0);
-    EXPECT_EQ(all->elementCount(-1), Container<Traits>(tree).voxelDataCount(-1));
-    for (const TreeIndex bad : {TreeIndex{}, TreeIndex{0, -1}, TreeIndex{-1, coarse},
-                                TreeIndex{1LL << 40, coarse}, TreeIndex{0, 99}})
-        EXPECT_FALSE(part->tileData(bad));
-}
 
 TYPED_TEST(ChannelTest, MemoryRunningOutLeavesChannelsAsTheyWere) {
     using Traits = TypeParam;
@@ -151,55 +118,6 @@ TYPED_TEST(ChannelTest, RestrictionKeepsLinearFieldsLinear) {
     }
 }
 
-// Own values, finer and coarser neighbours, absent ones: at faces, edges and corners alike.
-TYPED_TEST(ChannelTest, HalosHoldWhatIsAround) {
-    using Traits = TypeParam;
-    constexpr int W = Traits::kVoxelsPerAxis;
-    for (int type = 0; type < 8; ++type) {
-        const auto tree =
-            build<Traits>({.seed = 11U + type, .type = static_cast<VoxelOffsetType>(type)});
-        const Container<Traits> container(tree);
-        const auto source = makeChannel<Traits, double>(tree, 1000.0, noise(2));
-        const auto halo = makeHalo(*source, container);
-        const Reference<Traits> reference(*source);
-        ASSERT_EQ(halo->depth(), source->depth());
-        ASSERT_EQ(halo->minDepth(), source->minDepth());
-        auto accessor = container.tileAccessor();
-        TileData<double, W + 1, 1, 0> wide;
-        const auto check = [&](const TreeIndex& index, const double* values, int lower, int upper) {
-            const int3 origin = tree->tile(index)->tijk();
-            const std::int64_t v = Traits::voxelWidth(index.depth);
-            for (int z = -lower; z < W + upper; ++z)
-                for (int y = -lower; y < W + upper; ++y)
-                    for (int x = -lower; x < W + upper; ++x)
-                        ASSERT_NEAR(
-                            *values++,
-                            reference.value(index.depth,
-                                            {origin.x / v + x, origin.y / v + y, origin.z / v + z}),
-                            1e-9)
-                            << "type " << type << " depth " << index.depth << " tile "
-                            << index.index << " at " << x << ' ' << y << ' ' << z;
-        };
-        for (int depth = source->minDepth(); depth <= source->depth(); ++depth) {
-            const std::size_t step = 1 + tree->tiles(depth).size() / 20;
-            for (std::size_t i = 0; i < tree->tiles(depth).size(); i += step) {
-                const TreeIndex index{static_cast<std::int64_t>(i), depth};
-                const auto values = halo->tileData(index);
-                ASSERT_EQ(static_cast<bool>(values), static_cast<bool>(source->tileData(index)));
-                if (!values)
-                    continue;
-                check(index, values.data(), type == 7 ? 0 : 1, 1);
-                setHaloTile<Traits, double, 0, 1, 0, 1>(index, *source, HaloMode::kStandalone,
-                                                        HaloType::kAll, accessor, wide, 1000.0,
-                                                        1.0F, static_cast<VoxelOffsetType>(type));
-                check(index, wide.data(), 1, 2);
-                if (this->HasFatalFailure())
-                    return;
-            }
-        }
-    }
-}
-
 TYPED_TEST(ChannelTest, HalosOfSomeDepthsOnlyAndOfNothing) {
     using Traits = TypeParam;
     constexpr int W = Traits::kVoxelsPerAxis, finest = Traits::kFinestDepth;
@@ -226,10 +144,6 @@ TYPED_TEST(ChannelTest, HalosOfSomeDepthsOnlyAndOfNothing) {
                             : std::all_of(values.data(), end, isNothing))
                 << "depth " << depth << " tile " << i;
         }
-    EXPECT_THROW(compute(*source, Container<Traits>(build<Traits>({.seed = 6})), -1),
-                 std::invalid_argument);
-    const Plain<Traits, double> unplaced("", kNothing, false, true, 0, finest);
-    EXPECT_THROW(compute(unplaced, container, -1), std::invalid_argument);
 
     auto accessor = container.tileAccessor();
     TileData<double, W + 1, 1, 0> wide;

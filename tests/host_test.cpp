@@ -5,7 +5,7 @@
 #include "Ostrum/Job.h"
 #include "Ostrum/RuntimeServices.h"
 #include "Vantor/Geometry.h"
-#include "Vantor/Volume.h"
+#include "Vantor/Object.h"
 #include "support/volumes.h"
 
 #include <stdexcept>
@@ -161,7 +161,7 @@ TEST(Logger, TimersPropertiesModesAndMessages) {
     EXPECT_EQ(logged, "warning");
 }
 
-TEST(Object, FindsPropertiesAndPartsByNameAndType) {
+TEST(Object, FindsPropertiesByNameAndType) {
     namespace Geo = Vantor::Geometry;
     Vantor::Object object;
     EXPECT_FALSE(object.isA(*Geo::getPointCloudPrototype()));
@@ -169,7 +169,6 @@ TEST(Object, FindsPropertiesAndPartsByNameAndType) {
     EXPECT_TRUE(object.isA(*Geo::getPointCloudPrototype()));
     EXPECT_FALSE(object.isA(*Geo::getMeshPrototype()));
     EXPECT_FALSE(object.isA(*Geo::getStrandPrototype()));
-    EXPECT_EQ(Geo::shallow_copy_object_to_kdx_volume(object), nullptr);
     object.addComponent(Geo::sPointComp, 5);
     EXPECT_EQ(Geo::getElementCount(object, Geo::sPointComp), 5U);
     EXPECT_EQ(Geo::getElementCount(object, Geo::sFaceComp), 0U);
@@ -182,23 +181,4 @@ TEST(Object, FindsPropertiesAndPartsByNameAndType) {
     EXPECT_EQ((*object.propertyData<double>("w"))[4], 2.0);
     EXPECT_EQ(Geo::getGeoPropTargetName(object, "w"), Geo::sFaceComp);
     EXPECT_TRUE(Geo::getGeoPropTargetName(object, "v").empty());
-
-    using Two = Traits<2, 4, 1>;
-    using Five = Traits<5, 5, 1>;
-    TreeBuilder<Two> two;
-    TreeBuilder<Five> five;
-    five.addTile(12, {0, 0, 0});
-    const auto twoTree = two.build(1, VoxelOffsetType::kCorner);
-    const auto fiveTree = five.build(1, VoxelOffsetType::kCorner);
-    Geo::addTree<Two>(object, twoTree);
-    Geo::addTree<Five>(object, fiveTree);
-    Geo::addChannel(object, makeChannel<Five, float>(fiveTree, 0.0F, noise(1)), "x");
-    EXPECT_TRUE(object.isA(*Geo::getVolumePrototype()));
-    const auto volume = Geo::shallow_copy_object_to_kdx_volume(object);
-    EXPECT_EQ(volume->component<Container<Two>>(Geo::sVoxelTileTree)->tree(), twoTree);
-    EXPECT_EQ(volume->component<Container<Five>>(Geo::sVoxelTileTree)->tree(), fiveTree);
-    EXPECT_TRUE((volume->component<Plain<Five, float>>("x")));
-    EXPECT_FALSE((volume->component<Plain<Five, double>>("x")));
-    EXPECT_FALSE((volume->component<Plain<Two, float>>("x")));
-    EXPECT_FALSE((volume->component<Plain<Five, float>>("value")));
 }

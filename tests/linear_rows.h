@@ -25,7 +25,7 @@ TYPED_TEST(LinearTest, HaloAndPlainChannelsAgreeBitForBitAndWithASlowEvaluator) 
         LinearVolume<TypeParam> volume(tree, field, -70);
         // All components of a value follow one number, and so do those of its interpolation.
         const auto numbers = makeChannel<Shape, double>(tree, -70.0, field);
-        const Reference<Shape> reference(*numbers);
+        const Reference<Shape> reference(*numbers, volume.container, volume.topology.offsetType());
         // Neighbours differ by up to 475 in a component; positions are moved to a sample that is
         // nearer than 1e-5 voxels, and by the reference 1e-9.
         constexpr double bound = isFloat ? 1e-2 : 1e-6;

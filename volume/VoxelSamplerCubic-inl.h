@@ -3,6 +3,7 @@
 #include "KDX/partsFit.h"
 #include "volume/CubicGeneralPath.h"
 #include "volume/StencilGather.h"
+#include "volume/VoxelSampler-inl.h"
 #include "volume/VoxelSamplerCubic.h"
 
 #include <limits>

@@ -2,6 +2,7 @@
 
 #include "KDX/partsFit.h"
 #include "volume/PlainCells-inl.h"
+#include "volume/VoxelSampler-inl.h"
 #include "volume/VoxelSamplerLinear.h"
 
 #include <stdexcept>

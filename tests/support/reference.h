@@ -2,13 +2,27 @@
 // setHaloTile() and the samplers are held against.
 #pragma once
 
-#include "support/volumes.h"
+#include "support/fields.h"
 
 #include <array>
 #include <map>
 #include <optional>
+#include <vector>
 
 namespace StratumTest {
+
+/// All tiles, in the order of a walk.
+template <class Traits>
+struct TileList : Visitor<Container<Traits>> {
+    using Tile = typename Container<Traits>::Tile;
+
+    explicit TileList(const Container<Traits>& container) { container.reduce(*this); }
+    void beginTile(const Tile& tile) override { tiles.push_back(&tile); }
+    bool visitInteriorVoxel(const Tile&, const int3&) override { return false; }
+    void endTile(const Tile&) override {}
+
+    std::vector<const Tile*> tiles;
+};
 
 template <class Traits>
 class Reference {
@@ -17,13 +31,17 @@ class Reference {
 public:
     using Voxel = std::array<std::int64_t, 3>;
 
-    explicit Reference(const Plain<Traits, double>& channel) : channel_(channel) {
-        for (int depth = 0; depth <= Traits::kFinestDepth; ++depth) {
-            std::int64_t index = 0;
-            for (const auto& tile : channel.tree()->tiles(depth))
-                tiles_[depth][voxelOf(tile.tijk(), Traits::tileExtent(depth))] = index++;
+    /// The channel must outlive the reference.
+    Reference(const Plain<Traits, double>& channel, const Container<Traits>& container,
+              VoxelOffsetType type)
+        : channel_(channel) {
+        auto accessor = container.tileAccessor();
+        for (const auto* tile : TileList<Traits>(container).tiles) {
+            const TreeIndex index = accessor.tileImpl(tile->tijk(), tile->depth()).treeIndex();
+            tiles_[index.depth][voxelOf(tile->tijk(), Traits::tileExtent(index.depth))] =
+                index.index;
         }
-        const auto offset = voxelOffset(channel.tree()->offsetType());
+        const auto offset = voxelOffset(type);
         offset_ = {offset.x, offset.y, offset.z};
     }
 
