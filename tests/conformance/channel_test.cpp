@@ -165,7 +165,7 @@ TYPED_TEST(ChannelConformance, NewChannelsGetTheirTilesLater) {
         EXPECT_TRUE(partsFit(*parts.container, *parts.topology, *channel));
     }
     made.update(*parts.topology);
-    EXPECT_EQ(made.depth(), this->kFinest);
+    EXPECT_GE(made.depth(), source->depth());
     computeHalo<Traits, float, 0, 0, 1, 0>(*source, *parts.container, *pooled, -1, -1);
     EXPECT_EQ(pooled->depth(), source->depth());
     const auto other = this->parts(1);
