@@ -148,10 +148,10 @@ TEST(TileArena, HandsOutEveryPlaceOnce) {
                 for (std::size_t i = 0; i < kRuns; ++i) {
                     const std::size_t tiles = 1 + (i * 7 + t) % TileArena::kMostAtOnce;
                     auto* memory = static_cast<std::byte*>(arena.take(tiles));
+                    std::memset(memory, static_cast<int>(t), tiles * kTile);
                     const std::size_t kept = tiles - (i % 3 == 0 ? tiles / 2 : 0);
                     if (kept < tiles)
                         arena.giveBack(memory, tiles, tiles - kept);
-                    std::memset(memory, static_cast<int>(t), kept * kTile);
                     runs[t].emplace_back(memory, kept * kTile);
                 }
             });

@@ -48,7 +48,7 @@ void PageTable::settle() {
     for (const Slot& slot : slots_)
         if (slot.number != kNone)
             inBox_[static_cast<std::size_t>(box_.find(slot.place) - box_.numbers)] = slot.number;
-    slots_ = {};
+    slots_ = decltype(slots_)(); // {} would empty it and keep its memory
 }
 
 } // namespace KDX::TileTree3D

@@ -34,6 +34,10 @@ struct PageBox {
 /// up in an array over that box, others in a hash table with open addressing.
 class PageTable {
 public:
+    PageTable() = default;
+    PageTable(PageTable&&) = default; // which a copy's box would not follow
+    PageTable& operator=(PageTable&&) = default;
+
     /// What find() says of a place that has no number.
     static constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
 

@@ -1,9 +1,11 @@
 #include "KDX/TileArena.h"
 
 #include <algorithm>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <new>
+#include <utility>
 
 namespace KDX::TileTree3D {
 
@@ -31,7 +33,8 @@ void* TileArena::take(std::size_t tiles) {
     for (Chunk* chunk = newest_.load(std::memory_order_acquire);; chunk = addChunk(chunk)) {
         if (!chunk)
             continue;
-        const std::size_t first = chunk->taken.fetch_add(tiles, std::memory_order_relaxed);
+        // After whatever was written by those who gave it back.
+        const std::size_t first = chunk->taken.fetch_add(tiles, std::memory_order_acquire);
         if (first + tiles <= chunk->capacity)
             return static_cast<std::byte*>(chunk->memory.get()) + first * bytesPerTile_;
     }
@@ -45,7 +48,8 @@ void TileArena::giveBack(void* memory, std::size_t tiles, std::size_t unused) no
         !std::less<>()(given, begin + chunk->capacity * bytesPerTile_))
         return;
     std::size_t end = static_cast<std::size_t>(given - begin) / bytesPerTile_ + tiles;
-    chunk->taken.compare_exchange_strong(end, end - unused, std::memory_order_relaxed);
+    chunk->taken.compare_exchange_strong(end, end - unused, std::memory_order_release,
+                                         std::memory_order_relaxed);
 }
 
 std::size_t TileArena::memoryUsage() const {
