@@ -14,6 +14,7 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <iostream>
 #include <new>
 
 using namespace StratumTest;
@@ -178,6 +179,7 @@ void expectAllSurvived(Fault fault, std::uint64_t leastOfACall, std::uint64_t le
     }
     HaloFilling::setEager(false);
     EXPECT_GE(survived, least);
+    std::cout << survived << " faults in " << calls.size() << " calls survived\n";
 }
 
 TEST(FaultsTest, TheHostsMemoryMayEndAnywhere) {

@@ -88,14 +88,14 @@ TYPED_TEST(OperatorConformance, LocationsLieWhereTheDensityIsAndFindTheirValues)
         this->makeVolume(static_cast<VoxelOffsetType>(type));
         const auto geometry = Ostrum::makePtr<Vantor::Object>(this->object);
         Ptr<Array<GeoLocation>> locations;
-        Geometry::Query::generate_sample_locations(object, VantorExp::Geometry::SampleType::Points,
-                                                   500, VantorExp::Geometry::AmountType::Count, {},
-                                                   1, nullptr, false, 0, false, "", false,
-                                                   locations, Ostrum::RuntimeServices());
+        Geometry::Query::generate_sample_locations(
+            geometry, VantorExp::Geometry::SampleType::Points, 500,
+            VantorExp::Geometry::AmountType::Count, {}, 1, nullptr, false, 0, false, "", false,
+            locations, Ostrum::RuntimeServices());
         ASSERT_EQ(locations->size(), 500U);
         Ptr<Array<float>> values;
         Ptr<Array<bool>> valid;
-        Geometry::Internal::sample_volume_property(this->object, *locations, "linear", -1.0F, {},
+        Geometry::Internal::sample_volume_property(this->object, *locations, "linear", -2.0F, {},
                                                    values, valid);
         Ptr<Array<float3>> places;
         Geometry::Internal::sample_volume_property(this->object, *locations, Geo::sVoxelPosition,

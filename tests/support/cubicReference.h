@@ -56,8 +56,8 @@ class CubicReference {
 
 public:
     explicit CubicReference(const Plain<Traits, double>& channel)
-        : channel_(channel), linear_(channel, Container<Traits>(channel.tree()),
-                                      channel.tree()->offsetType()) {}
+        : channel_(channel),
+          linear_(channel, Container<Traits>(channel.tree()), channel.tree()->offsetType()) {}
 
     bool lastWasCubic = false;
 

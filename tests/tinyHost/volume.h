@@ -8,6 +8,7 @@
 #include <array>
 #include <concepts>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <stdexcept>
 
@@ -262,7 +263,10 @@ public:
     int depth() const { return block ? block->depth : -1; }
     int minDepth() const { return depth(); }
     std::size_t valuesPerTile() const { return tiles[0].size(); }
-    std::int64_t elementCount(int) const { return std::ssize(tiles) * Traits::kVoxelCount; }
+    std::int64_t elementCount(int) const {
+        return Traits::kVoxelCount *
+               std::ranges::count_if(tiles, std::not_fn(&std::vector<T>::empty));
+    }
     View tileData(const TreeIndex& index) const {
         Tiny::step();
         const auto tile = static_cast<std::size_t>(index.index);
