@@ -15,41 +15,6 @@ template <class Traits>
 class ChannelTest : public ::testing::Test {};
 TYPED_TEST_SUITE(ChannelTest, AllShapes);
 
-TYPED_TEST(ChannelTest, MemoryRunningOutLeavesChannelsAsTheyWere) {
-    using Traits = TypeParam;
-    const auto tree = build<Traits>({.seed = 4, .type = VoxelOffsetType::kCornerXY});
-    const Container<Traits> container(tree);
-    const auto source = makeChannel<Traits, double>(tree, 2.0, noise(1));
-    const EagerHalos eager;
-    const auto usual = makeHalo(*source, container);
-    ChannelMemoryPool::trim();
-    for (const bool pooled : {false, true}) {
-        int failures = 0;
-        for (std::uint64_t n = 1;; ++n) {
-            Halo<Traits, double> halo("", 2.0, pooled, true, 0, Traits::kFinestDepth);
-            Ostrum::failAllocation(n);
-            try {
-                computeHalo<Traits, double, 0, 0, 1, 0>(*source, container, halo, -1, -1);
-                Ostrum::failAllocation(0);
-                EXPECT_EQ(halo.elementCount(-1), usual->elementCount(-1));
-                break;
-            } catch (const std::bad_alloc&) {
-                ++failures;
-                EXPECT_EQ(halo.depth(), -1) << "after failing allocation " << n;
-                EXPECT_EQ(halo.elementCount(-1), 0) << "after failing allocation " << n;
-            }
-            if (this->HasFailure())
-                break;
-            ChannelMemoryPool::trim();
-            n += n / 8;
-        }
-        Ostrum::failAllocation(0);
-        EXPECT_TRUE(failures >= 3 || this->HasFailure());
-    }
-    Ostrum::failAllocation(1);
-    EXPECT_THROW((makeChannel<Traits, float>(tree, 0.0F, noise(1))), std::bad_alloc);
-}
-
 TYPED_TEST(ChannelTest, BlocksTilesAndErrors) {
     using Traits = TypeParam;
     constexpr int W = Traits::kVoxelsPerAxis, finest = Traits::kFinestDepth;

@@ -86,12 +86,6 @@ TYPED_TEST(LinearTest, PositionsThatAreNoIndexGiveTheDefault) {
     }
     // The last index that is one, in a volume whose default does not show.
     EXPECT_EQ(volume.plain.sample({std::nextafter(S{0x1p31}, S{0}), 0, 0}), some);
-
-    // Nothing stored at all.
-    const auto empty = TreeBuilder<Shape>().build(1, VoxelOffsetType::kCorner);
-    LinearVolume<TypeParam> nothing(empty, constant, -8);
-    EXPECT_EQ(nothing.plain.sample({1, 2, 3}), none);
-    EXPECT_EQ(nothing.withHalo.sample({1, 2, 3}), none);
 }
 
 // Bit for bit, whatever the block that a position falls into and whatever lies beside it there.

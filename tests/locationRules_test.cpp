@@ -37,28 +37,25 @@ TEST(Locations, NoAmountIsTooStrange) {
     Vantor::Object points;
     setPoints(points, std::vector<float3>(3));
     const auto mesh = kSmallMesh.object(), strands = kSmallStrands.object();
-    for (const auto& make : {byCount, byDensity}) {
-        for (const double none : {0.0, -3.0, double(kNan), -inf})
-            EXPECT_TRUE(scatter(mesh, make(none, 7)).empty() &&
-                        scatter(strands, make(none, 7)).empty() &&
-                        scatter(points, onPoints(make(none, 7))).empty())
-                << none;
-        for (const double huge : {1e300, inf, 0x1p63, 1e17}) {
-            // A cap holds, exactly, and by more than it for the extra point only.
-            EXPECT_EQ(scatter(mesh, capped(make(huge, 7), 5)).size(), 5U) << huge;
-            EXPECT_EQ(scatter(strands, capped(make(huge, 7), 5)).size(), 5U) << huge;
-            EXPECT_EQ(scatter(points, onPoints(capped(make(huge, 7), 5))).size(), 5U) << huge;
-            EXPECT_TRUE(scatter(mesh, capped(make(huge, 7), 0)).empty());
-            Locations kept(2);
-            EXPECT_THROW(
-                Vantor::Sample::generateSampleLocations(mesh, make(huge, 7), kept, nullptr),
-                std::bad_alloc);
-            EXPECT_THROW(
-                Vantor::Sample::generateSampleLocations(strands, make(huge, 7), kept, nullptr),
-                std::bad_alloc);
-            EXPECT_EQ(kept.size(), 2U);
+    const auto plainly = [](const GenerateLocationOptions& options) { return options; };
+    for (const auto& [object, on] :
+         {std::pair(mesh, +plainly),
+          {strands, +plainly},
+          {points, +[](const GenerateLocationOptions& o) { return onPoints(o); }}})
+        for (const auto& make : {byCount, byDensity}) {
+            for (const double none : {0.0, -3.0, double(kNan), -inf})
+                EXPECT_TRUE(scatter(object, on(make(none, 7))).empty()) << none;
+            for (const double huge : {1e300, inf, 0x1p63, 1e17}) {
+                // A cap holds, exactly, and by more than it for the extra point only.
+                EXPECT_EQ(scatter(object, on(capped(make(huge, 7), 5))).size(), 5U) << huge;
+                EXPECT_TRUE(scatter(object, on(capped(make(huge, 7), 0))).empty());
+                Locations kept(2);
+                EXPECT_THROW(Vantor::Sample::generateSampleLocations(object, on(make(huge, 7)),
+                                                                     kept, nullptr),
+                             std::bad_alloc);
+                EXPECT_EQ(kept.size(), 2U);
+            }
         }
-    }
     EXPECT_EQ(scatter(points, onPoints(capped(byCount(9.9), 5))).size(), 6U);
     EXPECT_EQ(scatter(mesh, capped(byCount(9.9), 5)).size(), 5U);
     EXPECT_EQ(scatter(strands, capped(byCount(9.9), 5)).size(), 5U);
@@ -141,32 +138,25 @@ TEST(Locations, AttemptsEndWhereTheyShould) {
         float draw;
         std::size_t kept;
     };
-    Vantor::Object point;
-    setPoints(point, std::vector<float3>(1));
-    const auto sizeOf = [](const Vantor::Object& object, const Case& c, bool points) {
-        const auto options = masked(byCount(1, c.seed));
-        const std::size_t count =
-            std::max<std::size_t>(3, object.elementCount(sPointComp)); // values for all there is
-        return scatter(withMask(object, sPointComp,
-                                std::vector<float>(count, std::nextafter(c.draw, 1.0F))),
-                       points ? onPoints(options) : options)
-            .size();
-    };
+    const auto values = [](const Case& c) { return std::vector{std::nextafter(c.draw, 1.0F)}; };
     for (const Case& c : {Case{41694, 0x1.8d9844p-17F, 1}, Case{30878, 0x1.5c03d8p-14F, 0}}) {
         // A value for the strand, which is not blended.
-        const auto object =
-            withMask(kSegment.object(), sStrandComp, std::vector{std::nextafter(c.draw, 1.0F)});
+        const auto object = withMask(kSegment.object(), sStrandComp, values(c));
         EXPECT_EQ(scatter(object, masked(byCount(1, c.seed))).size(), c.kept);
     }
     for (const Case& c : {Case{702, 0x1.4cff68p-14F, 1}, Case{3071, 0x1.5ebea6p-21F, 0}}) {
-        const auto object =
-            withMask(kTriangle.object(), sFaceComp, std::vector{std::nextafter(c.draw, 1.0F)});
+        const auto object = withMask(kTriangle.object(), sFaceComp, values(c));
         EXPECT_EQ(scatter(object, masked(byCount(1, c.seed))).size(), c.kept);
         // By density nothing is tried again.
         EXPECT_EQ(scatter(object, masked(byDensity(2, c.seed))).size(), 0U);
     }
+    Vantor::Object point;
+    setPoints(point, std::vector<float3>(1));
     for (const Case& c : {Case{28619, 0x1.9a674ep-14F, 1}, Case{51320, 0x1.90ed96p-19F, 0}})
-        EXPECT_EQ(sizeOf(point, c, true), c.kept);
+        EXPECT_EQ(
+            scatter(withMask(point, sPointComp, values(c)), onPoints(masked(byCount(1, c.seed))))
+                .size(),
+            c.kept);
 }
 
 TEST(Locations, EveryMaskTypeIsReadAsItSays) {
@@ -348,29 +338,6 @@ TEST(Locations, TheOperatorReplacesItsOutputAndFoldsTheSeeds) {
     EXPECT_EQ(call(mesh, 0, arrayOf<long long>({0, 7})), call(mesh, 49, arrayOf<long long>({})));
     EXPECT_EQ(call(mesh, -1, nullptr), scatter(kSmallMesh.object(), byCount(7, -1)));
     EXPECT_NE(call(mesh, 34, nullptr), call(mesh, 33, nullptr));
-}
-
-TEST(GenerateLocationOptions, CopiesShareAndMovesTakeTheSeeds) {
-    GenerateLocationOptions a;
-    EXPECT_EQ(a.amount_type, AmountType::Density);
-    a.amount = 2.5;
-    a.seed_array = arrayOf<long long>({1, 2});
-    a.mask_property = "a property with a name too long for a small buffer";
-    GenerateLocationOptions copy(a), assigned;
-    assigned = a;
-    EXPECT_EQ(a.seed_array.useCount(), 3);
-    GenerateLocationOptions moved(std::move(copy));
-    EXPECT_EQ(a.seed_array.useCount(), 3);
-    EXPECT_EQ(copy.seed_array, nullptr);
-    EXPECT_EQ(copy.mask_property, a.mask_property);
-    EXPECT_EQ(copy.amount, 2.5);
-    copy = std::move(assigned);
-    EXPECT_EQ(assigned.seed_array, nullptr);
-    EXPECT_EQ(copy.mask_property, a.mask_property);
-    auto& self = copy;
-    copy = std::move(self);
-    EXPECT_EQ(copy.mask_property, a.mask_property);
-    EXPECT_EQ(copy.seed_array, a.seed_array);
 }
 
 } // namespace

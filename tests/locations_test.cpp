@@ -11,24 +11,28 @@ namespace {
 // The numbers come from a separate program in another language, working in single precision and
 // unbounded integers.
 TEST(Locations, SmallCasesAreFrozen) {
-    struct Face {
-        std::uint32_t face, t;
-        float a, b, c;
+    struct Frozen {
+        std::uint32_t element, first = kInvalidIndex;
+        float a = 0, b = 0, c = 0;
     };
-    const auto compare = [](const Locations& ours, const std::vector<Face>& frozen) {
+    const auto compare = [](std::uint32_t kind, const Locations& ours,
+                            const std::vector<Frozen>& frozen) {
         ASSERT_EQ(ours.size(), frozen.size());
         for (std::size_t i = 0; i < frozen.size(); ++i) {
-            const Face& f = frozen[i];
+            const Frozen& f = frozen[i];
             GeoLocation expected;
-            expected.kind = 3;
-            expected.element = f.face;
-            expected.indices = {0, f.t, f.t + 1, kInvalidIndex};
+            expected.kind = kind;
+            expected.element = f.element;
+            if (kind == Common::kOnFace)
+                expected.indices = {0, f.first, f.first + 1, kInvalidIndex};
+            else if (kind == Common::kOnStrand)
+                expected.indices = {f.first, f.first + 1, kInvalidIndex, kInvalidIndex};
             expected.weights = {f.a, f.b, f.c, 0};
             EXPECT_EQ(ours[i], expected) << i;
         }
     };
     const auto mesh = kSmallMesh.object();
-    compare(scatter(mesh, byDensity(1.2)),
+    compare(Common::kOnFace, scatter(mesh, byDensity(1.2)),
             {{0, 1, 0x1.cb19960p-1F, 0x1.0518a00p-4F, 0x1.4435600p-5F},
              {0, 1, 0x1.6c13040p-4F, 0x1.6d41dc0p-1F, 0x1.94ef100p-3F},
              {0, 2, 0x1.cb19960p-1F, 0x1.0518a00p-4F, 0x1.4435600p-5F},
@@ -39,38 +43,24 @@ TEST(Locations, SmallCasesAreFrozen) {
              {1, 1, 0x1.5542b80p-2F, 0x1.4608180p-3F, 0x1.03dc9e0p-1F},
              {1, 1, 0x1.7c51000p-8F, 0x1.7c6c700p-1F, 0x1.0135dc0p-2F},
              {1, 1, 0x1.b0e3300p-2F, 0x1.e830f20p-2F, 0x1.9baf780p-4F}});
-    compare(scatter(mesh, byCount(6)), {{0, 2, 0x1.cb19960p-1F, 0x1.0518a00p-4F, 0x1.4435600p-5F},
-                                        {1, 1, 0x1.6c13040p-4F, 0x1.6d41dc0p-1F, 0x1.94ef100p-3F},
-                                        {1, 1, 0x1.f772bc0p-2F, 0x1.12d9400p-4F, 0x1.c3d6f40p-2F},
-                                        {1, 1, 0x1.66d43e0p-2F, 0x1.ca9c3a0p-2F, 0x1.9d1f0c0p-3F},
-                                        {1, 1, 0x1.415a1e0p-4F, 0x1.4a82180p-3F, 0x1.8534360p-1F},
-                                        {0, 2, 0x1.4879280p-5F, 0x1.8b00c00p-1F, 0x1.81deb80p-3F}});
-    const auto strands = scatter(kSmallStrands.object(), byCount(6));
-    const std::vector<Face> frozen{
-        {0, 0, 0x1.2d1d0c0p-1F, 0x1.a5c5e80p-2F, 0}, {1, 0, 0x1.d0f9d80p-1F, 0x1.7831400p-4F, 0},
-        {0, 0, 0x1.93f3a60p-2F, 0x1.36062c0p-1F, 0}, {0, 1, 0x1.2e16940p-3F, 0x1.b47a5c0p-1F, 0},
-        {0, 1, 0x1.1bbf620p-1F, 0x1.c8813c0p-2F, 0}, {1, 0, 0x1.54ec000p-9F, 0x1.feab140p-1F, 0}};
-    ASSERT_EQ(strands.size(), frozen.size());
-    for (std::size_t i = 0; i < frozen.size(); ++i) {
-        const Face& f = frozen[i];
-        GeoLocation expected;
-        expected.kind = 4;
-        expected.element = f.face;
-        expected.indices = {f.t, f.t + 1, kInvalidIndex, kInvalidIndex};
-        expected.weights = {f.a, f.b, 0, 0};
-        EXPECT_EQ(strands[i], expected) << i;
-    }
+    compare(Common::kOnFace, scatter(mesh, byCount(6)),
+            {{0, 2, 0x1.cb19960p-1F, 0x1.0518a00p-4F, 0x1.4435600p-5F},
+             {1, 1, 0x1.6c13040p-4F, 0x1.6d41dc0p-1F, 0x1.94ef100p-3F},
+             {1, 1, 0x1.f772bc0p-2F, 0x1.12d9400p-4F, 0x1.c3d6f40p-2F},
+             {1, 1, 0x1.66d43e0p-2F, 0x1.ca9c3a0p-2F, 0x1.9d1f0c0p-3F},
+             {1, 1, 0x1.415a1e0p-4F, 0x1.4a82180p-3F, 0x1.8534360p-1F},
+             {0, 2, 0x1.4879280p-5F, 0x1.8b00c00p-1F, 0x1.81deb80p-3F}});
+    compare(Common::kOnStrand, scatter(kSmallStrands.object(), byCount(6)),
+            {{0, 0, 0x1.2d1d0c0p-1F, 0x1.a5c5e80p-2F},
+             {1, 0, 0x1.d0f9d80p-1F, 0x1.7831400p-4F},
+             {0, 0, 0x1.93f3a60p-2F, 0x1.36062c0p-1F},
+             {0, 1, 0x1.2e16940p-3F, 0x1.b47a5c0p-1F},
+             {0, 1, 0x1.1bbf620p-1F, 0x1.c8813c0p-2F},
+             {1, 0, 0x1.54ec000p-9F, 0x1.feab140p-1F}});
     Vantor::Object points;
     setPoints(points, std::vector<float3>(1000));
-    const auto chosen = scatter(points, onPoints(byCount(6)));
-    const Indices elements{223, 796, 879, 478, 812, 26};
-    ASSERT_EQ(chosen.size(), 6U);
-    for (std::size_t i = 0; i < 6; ++i) {
-        GeoLocation expected;
-        expected.kind = 5;
-        expected.element = elements[i];
-        EXPECT_EQ(chosen[i], expected) << i;
-    }
+    compare(Common::kOnPoint, scatter(points, onPoints(byCount(6))),
+            {{223}, {796}, {879}, {478}, {812}, {26}});
 }
 
 // Every combination of mask target, rejection and inversion, on random geometry.
@@ -128,6 +118,16 @@ TEST(Locations, AgreeWithSlowGenerators) {
 }
 
 TEST(Locations, TotalsFollowAreaLengthAndNumber) {
+    const auto expectInProportion = [](const std::vector<double>& counts,
+                                       const std::vector<double>& sizes, double least) {
+        std::vector<double> some, shares;
+        for (std::size_t i = 0; i < sizes.size(); ++i)
+            if (sizes[i] > least) {
+                some.push_back(counts[i]);
+                shares.push_back(sizes[i]);
+            }
+        expectShares(some, shares);
+    };
     const SlowMesh mesh = randomMesh(5, 60);
     const auto triangles = mesh.triangles();
     const auto places = [&](const Locations& locations) {
@@ -140,14 +140,7 @@ TEST(Locations, TotalsFollowAreaLengthAndNumber) {
     std::vector<double> areas;
     for (const auto& triangle : triangles)
         areas.push_back(double(triangle.area) + 1e-9);
-    const auto counts = places(scatter(mesh.object(), byCount(200'000)));
-    std::vector<double> largeCounts, largeAreas;
-    for (std::size_t i = 0; i < areas.size(); ++i)
-        if (areas[i] > 0.01) {
-            largeCounts.push_back(counts[i]);
-            largeAreas.push_back(areas[i]);
-        }
-    expectShares(largeCounts, largeAreas);
+    expectInProportion(places(scatter(mesh.object(), byCount(200'000))), areas, 0.01);
     const auto dense = places(scatter(mesh.object(), byDensity(500)));
     for (std::size_t i = 0; i < areas.size(); ++i)
         EXPECT_NEAR(dense[i], areas[i] * 500, 1.01);
@@ -161,13 +154,7 @@ TEST(Locations, TotalsFollowAreaLengthAndNumber) {
         }
     for (const GeoLocation& l : scatter(strands.object(), byCount(100'000)))
         along[l.element] += 1;
-    for (std::size_t s = 40; s-- > 0;)
-        if (lengths[s] == 0) {
-            EXPECT_EQ(along[s], 0);
-            along.erase(along.begin() + std::ptrdiff_t(s));
-            lengths.erase(lengths.begin() + std::ptrdiff_t(s));
-        }
-    expectShares(along, lengths);
+    expectInProportion(along, lengths, 0);
 
     Vantor::Object points;
     setPoints(points, std::vector<float3>(97));
@@ -178,38 +165,16 @@ TEST(Locations, TotalsFollowAreaLengthAndNumber) {
 }
 
 TEST(Locations, AreUniformWithinTheirElement) {
-    // A triangle cut into 64 of equal area by its two first weights.
-    const auto bins = [](const Locations& locations) {
-        std::vector<double> counts(64);
-        for (const GeoLocation& l : locations) {
-            const double a = double(l.weights[0]) * 8, b = double(l.weights[1]) * 8;
-            const auto i = std::min(7, int(a)), j = std::min(7 - i, int(b));
-            const bool upper = a - i + b - j > 1 && i + j < 7;
-            counts[std::size_t(i * 8 + (upper ? 7 - j : j))] += 1; // a row of 15 - 2 i, folded
-        }
-        return counts;
-    };
-    // By symmetry alone: which of the rows' cells are one or two triangles is worked out here.
-    std::vector<double> shares(64);
-    for (int i = 0; i < 8; ++i) {
-        for (int j = 0; i + j < 8; ++j)
-            shares[std::size_t(i * 8 + j)] += 1;
-        for (int j = 0; i + j < 7; ++j)
-            shares[std::size_t(i * 8 + 7 - j)] += 1;
-    }
-    std::vector<double> used;
-    for (const double share : shares)
-        if (share > 0)
-            used.push_back(share);
+    // Of a point of a triangle, the share of the area that a parallel of one side through it cuts
+    // off and the place along that parallel are uniform and do not depend on each other.
     for (const auto& options : {byCount(60'000), byDensity(120'000)}) {
-        const auto counts = bins(scatter(kTriangle.object(), options));
-        std::vector<double> usedCounts;
-        for (std::size_t i = 0; i < 64; ++i)
-            if (shares[i] > 0)
-                usedCounts.push_back(counts[i]);
-            else
-                EXPECT_EQ(counts[i], 0);
-        expectShares(usedCounts, used);
+        std::vector<double> bins(64);
+        for (const GeoLocation& l : scatter(kTriangle.object(), options)) {
+            const double a = double(l.weights[0]), sum = a + double(l.weights[1]);
+            bins[std::size_t(std::min(7.0, 8 * sum * sum)) * 8 +
+                 std::size_t(std::min(7.0, 8 * a / sum))] += 1;
+        }
+        expectShares(bins, std::vector<double>(64, 1));
     }
     std::vector<double> along(50);
     for (const GeoLocation& l : scatter(kSegment.object(), byCount(50'000)))

@@ -2,8 +2,6 @@
 #include "KDX/ChannelPool.h"
 #include "Kelvane/terminateMessage.h"
 #include "Ostrum/Job.h"
-#include "ops/registeredProperty.h"
-#include "ops/sampleLoop.h"
 #include "support/operators.h"
 #include "volume/VoxelSamplerCubic.h"
 #include "volume/VoxelSamplerLinear.h"
@@ -90,22 +88,6 @@ TEST_F(FrameTest, CancellingCountsWithoutALoopToo) {
     EXPECT_EQ(sampled<float>(Vantor::Object(), positions)->size(), positions.size());
 }
 
-TEST_F(FrameTest, WorkThatIsCancelledInsideTheLoopDoesNotCount) {
-    Ptr<Array<float>> out = makePtr<Array<float>>(3, 5.0F);
-    Stratum::runOperator("work", 4, 0.0F, out, [&](Array<float>& results) {
-        const auto cancel = [](int&, const float3*, std::size_t, float*) {
-            Ostrum::cancelJob(true);
-        };
-        const Array<float3> places(4);
-        Stratum::sampleAll<float3, float>(
-            0, Stratum::viewOf(places), 1, {}, cancel,
-            [&results](std::size_t i, float value) { results[i] = value; });
-        ADD_FAILURE() << "went on after the loop";
-    });
-    EXPECT_TRUE(out->empty());
-    EXPECT_EQ(Kelvane::takeTerminateMessages(), (Array<String>{"work"}));
-}
-
 TEST_F(FrameTest, PartsOfDifferentTreesAreTheHostsMistake) {
     Vantor::Object mixed;
     Vantor::Geometry::addTree<Two>(mixed, build<Two>({.seed = 6}));
@@ -114,20 +96,15 @@ TEST_F(FrameTest, PartsOfDifferentTreesAreTheHostsMistake) {
         EXPECT_THROW(sampled<float>(mixed, positions, "value", sampler), std::invalid_argument);
 }
 
-TEST_F(FrameTest, ResultsDependNeitherOnThreadsNorOnPools) {
+TEST_F(FrameTest, ResultsDependOnNoPools) {
     const auto reference = sampled<float>(object, positions);
-    for (const std::size_t threads : {1U, 2U, 7U}) {
-        const tbb::global_control limit(tbb::global_control::max_allowed_parallelism, threads);
-        for (const bool pool : {true, false})
-            for (const bool memoryPool : {true, false}) {
-                ChannelPool::setEnabled(pool);
-                ChannelMemoryPool::setEnabled(memoryPool);
-                for (int again = 0; again < 2; ++again)
-                    EXPECT_EQ(*sampled<float>(object, positions), *reference) << threads;
-            }
-    }
-    ChannelPool::setEnabled(true);
-    ChannelMemoryPool::setEnabled(true);
+    for (const bool pool : {false, true})
+        for (const bool memoryPool : {false, true}) {
+            ChannelPool::setEnabled(pool);
+            ChannelMemoryPool::setEnabled(memoryPool);
+            for (int again = 0; again < 2; ++again)
+                EXPECT_EQ(*sampled<float>(object, positions), *reference);
+        }
     EXPECT_EQ(channel.useCount(), 2);
     // The channel's own memory went back to the pool, and leaves it when the pool shrinks.
     EXPECT_GT(ChannelMemoryPool::retained(), 0U);
@@ -149,12 +126,8 @@ TEST(Sampler, TilesAtTheEndOfTheRangeDoNotHoldWhatLiesAtItsBeginning) {
     using Shape = Traits<5, 5, 1>;
     TreeBuilder<Shape> tiles;
     tiles.addTile(3, {std::numeric_limits<int>::max(), 0, 0});
-    const auto tree = tiles.build(1, VoxelOffsetType::kCorner);
-    Vantor::Object object;
-    Vantor::Geometry::addTree<Shape>(object, tree);
-    Vantor::Geometry::addChannel(
-        object,
-        makeChannel<Shape, float>(tree, kChannelDefault, [](const double3&, int) { return 5.0; }));
+    const auto object = volumeOn<float>(tiles.build(1, VoxelOffsetType::kCorner),
+                                        [](const double3&, int) { return 5.0; });
     Array<float3> positions;
     for (int i = 0; i < 1000; ++i)
         positions.push_back({i % 2 ? -2147000064.0F : 2146000000.0F, 1, 1});
@@ -185,9 +158,7 @@ TEST(VisitOrder, GivesWhatVisitingInTurnGives) {
     TreeBuilder<Shape> tiles;
     tiles.addBox(Shape::kFinestDepth, {{-64, -64, -64}, {63, 63, 63}});
     const auto tree = tiles.build(1, VoxelOffsetType::kCorner);
-    Vantor::Object dense;
-    Vantor::Geometry::addTree<Shape>(dense, tree);
-    Vantor::Geometry::addChannel(dense, makeChannel<Shape, float>(tree, 0.0F, noise(3)));
+    Vantor::Object dense = volumeOn<float>(tree, noise(3));
     ChannelBuilder<Shape, double3> wide(tree, "wide", double3{});
     wide.fill([](const double3& p, int) { return double3{p.x, p.y, p.x * p.z}; });
     Vantor::Geometry::addChannel(dense, wide.finish());
@@ -257,60 +228,27 @@ TEST_F(FrameTest, ACancellationDoesNotReachTheNextCall) {
     }
 }
 
-TEST_F(FrameTest, ACancelledTaskGroupLeavesNoVolumeHalfMade) {
+TEST(TreeBuilder, MakesWholeTreesInACancelledTaskGroup) {
     if (kPlainThreads)
         GTEST_SKIP();
-    // One position is sampled without the scheduler; the halo below it must be whole all the same.
-    const Array<float3> one{positions[0]};
-    const auto reference = sampled<float>(object, one);
-    tbb::task_group_context context;
-    Ptr<Array<float>> values;
-    const auto sortedTiles = [] {
-        TreeBuilder<Two> builder;
+    using Shape = Traits<2, 4, 1>;
+    const auto counts = [] {
+        TreeBuilder<Shape> builder;
         for (const int from : {0, -600}) // twice some, and the first come last
             builder.addBox(28, {{from, 0, 0}, {1200, 4, 4}});
-        return builder.build(1, VoxelOffsetType::kCorner)->tiles(28).size();
+        return std::pair(builder.build(1, VoxelOffsetType::kCorner)->tiles(28).size(),
+                         build<Shape>({.seed = 1})->tiles(28).size());
     };
-    std::size_t tiles = 0, sorted = 0;
+    tbb::task_group_context context;
+    std::pair<std::size_t, std::size_t> cancelled;
     tbb::parallel_for(
         0, 1,
         [&](int) {
             context.cancel_group_execution();
-            values = sampled<float>(object, one);
-            tiles = build<Two>({.seed = 1})->tiles(28).size();
-            sorted = sortedTiles();
+            cancelled = counts();
         },
         context);
-    EXPECT_EQ(*values, *reference);
-    EXPECT_EQ(tiles, build<Two>({.seed = 1})->tiles(28).size());
-    EXPECT_EQ(sorted, sortedTiles());
-}
-
-TEST(Sampler, RefusesPartsOfDifferentTrees) {
-    using Shape = Traits<2, 4, 1>;
-    const auto a = build<Shape>({.seed = 1}), b = build<Shape>({.seed = 2});
-    const auto channel = makeChannel<Shape, float>(a, 0.0F, noise(1));
-    const Container<Shape> container(a);
-    const VoxelTopology<Shape> own(a), foreign(b);
-    EXPECT_NO_THROW((LinearSampler<Shape, float>(container, own, *channel)));
-    EXPECT_THROW((LinearSampler<Shape, float>(container, foreign, *channel)),
-                 std::invalid_argument);
-    EXPECT_THROW((LinearSampler<Shape, float>(Container<Shape>(b), foreign, *channel)),
-                 std::invalid_argument);
-}
-
-TEST(RegisteredProperty, CountsInTestModeWhenItIsANumber) {
-    using Kelvane::Logger::registerProperty;
-    registerProperty("half", "0.5 of it");
-    registerProperty("half", "7");
-    registerProperty("word", "half");
-    EXPECT_EQ(Stratum::registeredProperty("half"), std::nullopt);
-    Kelvane::Logger::setEnableTestMode(true);
-    EXPECT_EQ(Stratum::registeredProperty("half"), 0.5F);
-    EXPECT_EQ(Stratum::registeredProperty("word"), std::nullopt);
-    EXPECT_EQ(Stratum::registeredProperty("none"), std::nullopt);
-    Kelvane::Logger::setEnableTestMode(false);
-    Kelvane::Logger::clearProperties();
+    EXPECT_EQ(cancelled, counts());
 }
 
 TEST_F(FrameTest, ACancellationStopsTheSiblingsOfAnEnclosingLoop) {

@@ -104,27 +104,18 @@ TYPED_TEST(TreeTest, WalksInTheOrderAndRangeAskedFor) {
         const auto* parent = tree->tile(tile.parentTreeIndex());
         EXPECT_LT(position(down.began, parent), position(down.began, &tile));
         EXPECT_GT(position(up.began, parent), position(up.began, &tile));
+        const int e = tile.tileVoxelWidth(), w = tile.voxelDataWidth();
+        ASSERT_EQ(parent->tijk() + parent->childIJK(tile.tijk()) * e, tile.tijk());
+        // The last voxel of the tile along x and y, seen from the parent.
+        constexpr int last = TypeParam::kVoxelsPerAxis - 1;
+        ASSERT_EQ(parent->childDataIJK(tile.tijk() + int3{e - 1, last * w, 0}),
+                  (int3{last, last, 0}));
     }
     const TreeIndex start{3, coarse};
     container.reduceInternalNonInlined(part, kParentFirst, start, 0, this->kFinest, 1, 0, 0, kNone);
     for (const auto* tile : part.began)
         EXPECT_TRUE(tree->tile(start)->contains(tile->tijk()));
     EXPECT_EQ(part.began.front(), tree->tile(start));
-}
-
-TYPED_TEST(TreeTest, CellsAndDataIndicesFollowTheChildren) {
-    constexpr int W = TypeParam::kVoxelsPerAxis, last = W - 1;
-    const auto tree = build<TypeParam>({.seed = 3});
-    for (int depth = 1; depth <= this->kFinest; ++depth)
-        for (const auto& tile : tree->tiles(depth)) {
-            const auto& parent = *tree->tile(tile.parentTreeIndex());
-            const int e = tile.tileVoxelWidth(), w = tile.voxelDataWidth();
-            ASSERT_EQ(w * W, e);
-            ASSERT_EQ(parent.tijk() + parent.childIJK(tile.tijk()) * e, tile.tijk());
-            // The last voxel of the tile along x and y, seen from the parent.
-            ASSERT_EQ(parent.childDataIJK(tile.tijk() + int3{e - 1, last * w, 0}),
-                      (int3{last, last, 0}));
-        }
 }
 
 } // namespace

@@ -5,8 +5,9 @@
 #include "common/randomUnit.h"
 
 #include <bit>
+#include <cfloat>
+#include <cmath>
 #include <cstdint>
-#include <limits>
 #include <string_view>
 
 namespace Stratum::fuzz {
@@ -29,22 +30,10 @@ public:
 
     /// Mostly a small number of quarters; now and then one that calculations stumble over.
     float number() {
-        using Limits = std::numeric_limits<float>;
-        constexpr float kOdd[] = {Limits::quiet_NaN(),
-                                  Limits::infinity(),
-                                  -Limits::infinity(),
-                                  Limits::max(),
-                                  Limits::lowest(),
-                                  Limits::min(),
-                                  Limits::denorm_min(),
-                                  1e30F,
-                                  -1e30F,
-                                  2147483648.0F,
-                                  -2147483648.0F,
-                                  2147483520.0F,
-                                  -0.0F,
-                                  1e-30F,
-                                  16777217.0F};
+        constexpr float kOdd[] = {NAN,      INFINITY,      -INFINITY,      FLT_MAX,
+                                  -FLT_MAX, FLT_MIN,       FLT_TRUE_MIN,   1e30F,
+                                  -1e30F,   2147483648.0F, -2147483648.0F, 2147483520.0F,
+                                  -0.0F,    1e-30F,        16777217.0F};
         const unsigned kind = byte();
         if (kind < 224)
             return static_cast<float>(static_cast<int>(byte()) - 128) / 4;

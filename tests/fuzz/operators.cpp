@@ -147,7 +147,6 @@ private:
             return sampledEachWay<Linear, T>(Linear(container, topology, *channel), positions_,
                                              Shape::kFinestDepth, kWorld);
         };
-        isVoxelUsual_ &= random.tree->voxelSize() > 0.01F && random.tree->voxelSize() < 2000;
     }
 
     void scatter(Locations& locations) {
@@ -213,17 +212,12 @@ private:
 
     Dice& dice_;
     Palette palette_;
-    bool isFinite_, isVoxelUsual_ = true;
+    bool isFinite_;
     Ostrum::String name_;
     Vantor::Object object_;
     Array<float3> positions_;
     std::function<Array<T>()> expected_;
 };
-
-template <class T>
-void run(Dice& dice) {
-    Case<T>(dice).run();
-}
 
 } // namespace
 
@@ -234,7 +228,7 @@ bool runInput(std::string_view bytes) {
         return true;
     }();
     constexpr void (*kRuns[])(Dice&) = {
-#define STRATUM_VALUE_TYPE(T) run<T>,
+#define STRATUM_VALUE_TYPE(T) [](Dice& dice) { Case<T>(dice).run(); },
 #include "common/rows.def"
     };
     Dice dice(bytes);

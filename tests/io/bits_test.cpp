@@ -77,55 +77,40 @@ void write(const std::string& path, SampleFormat format, const Positions& positi
     out.commit();
 }
 
-TEST(Bits, OfPositionsSurviveEveryFormat) {
-    const Positions positions = positionsOfAllClasses();
-    const Ostrum::Array<float> values(positions.size());
-    const std::pair<SampleFormat, const char*> formats[] = {{SampleFormat::kPly, ".ply"},
-                                                            {SampleFormat::kPlyBigEndian, ".ply"},
-                                                            {SampleFormat::kPlyAscii, ".ply"}};
-    for (const auto& [format, extension] : formats) {
-        const TemporaryFile file(extension);
-        write(file.path, format, positions, values);
-        const Positions read = readPositions(file.path);
-        ASSERT_EQ(read.size(), positions.size());
-        const bool isText = format == SampleFormat::kPlyAscii;
-        for (std::size_t i = 0; i < read.size(); ++i) {
-            const auto wanted = toComponents(positions[i]), got = toComponents(read[i]);
-            for (std::size_t axis = 0; axis < 3; ++axis)
-                EXPECT_EQ(std::bit_cast<std::uint32_t>(got[axis]),
-                          isText ? throughText<std::uint32_t>(wanted[axis])
-                                 : std::bit_cast<std::uint32_t>(wanted[axis]))
-                    << static_cast<int>(format) << ' ' << kClasses[i].name << " axis " << axis;
+void expectBits(const Positions& got, const Positions& wanted, bool isText, const char* format) {
+    ASSERT_EQ(got.size(), wanted.size());
+    for (std::size_t i = 0; i < got.size(); ++i)
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            const float before = toComponents(wanted[i])[axis], now = toComponents(got[i])[axis];
+            EXPECT_EQ(std::bit_cast<std::uint32_t>(now), isText
+                                                             ? throughText<std::uint32_t>(before)
+                                                             : std::bit_cast<std::uint32_t>(before))
+                << format << ' ' << kClasses[i].name << " axis " << axis;
         }
-    }
 }
 
 // The values that an .npy file takes are positions when they are float3, so it reads back what it
 // wrote; as CSV they are columns 3 to 5.
-TEST(Bits, OfVectorsSurviveNpyAndCsv) {
-    const Positions vectors = positionsOfAllClasses(), where(vectors.size(), float3{1, 2, 3});
+TEST(Bits, OfPositionsAndVectorsSurviveEveryFormat) {
+    const Positions numbers = positionsOfAllClasses(), where(numbers.size(), float3{1, 2, 3});
+    for (const auto& [format, name] : {std::pair(SampleFormat::kPly, "little-endian"),
+                                       {SampleFormat::kPlyBigEndian, "big-endian"},
+                                       {SampleFormat::kPlyAscii, "ascii"}}) {
+        const TemporaryFile file(".ply");
+        write(file.path, format, numbers, where);
+        expectBits(readPositions(file.path), numbers, format == SampleFormat::kPlyAscii, name);
+    }
     const TemporaryFile npy(".npy"), csv(".csv"), columns("_columns.csv");
-    write(npy.path, SampleFormat::kNpy, where, vectors);
-    write(csv.path, SampleFormat::kCsv, where, vectors);
+    write(npy.path, SampleFormat::kNpy, where, numbers);
+    expectBits(readPositions(npy.path), numbers, false, "npy");
+    write(csv.path, SampleFormat::kCsv, where, numbers);
     std::string text, line;
     std::istringstream lines(csv.get());
     while (std::getline(lines, line))
         if (line.starts_with("1,2,3,"))
             text += line.substr(6) + "\n";
     columns.put(text);
-    const Positions fromNpy = readPositions(npy.path), fromCsv = readPositions(columns.path);
-    ASSERT_EQ(fromNpy.size(), vectors.size());
-    ASSERT_EQ(fromCsv.size(), vectors.size());
-    for (std::size_t i = 0; i < vectors.size(); ++i)
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-            const float wanted = toComponents(vectors[i])[axis];
-            EXPECT_EQ(std::bit_cast<std::uint32_t>(toComponents(fromNpy[i])[axis]),
-                      std::bit_cast<std::uint32_t>(wanted))
-                << kClasses[i].name;
-            EXPECT_EQ(std::bit_cast<std::uint32_t>(toComponents(fromCsv[i])[axis]),
-                      throughText<std::uint32_t>(wanted))
-                << kClasses[i].name;
-        }
+    expectBits(readPositions(columns.path), numbers, true, "csv");
 }
 
 TEST(Bits, OfDoublesSurvivePlyAndNpy) {

@@ -1,18 +1,13 @@
 #include "Vantor/Geometry.h"
 #include "io/LocationVertices.h"
 #include "io/byteOrder.h"
-#include "io/locationTable.h"
-#include "io/readFile.h"
 #include "io/readGeometry.h"
 #include "ops/generate_sample_locations.h"
 #include "support/files.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cmath>
-#include <filesystem>
-#include <numeric>
 
 namespace {
 
@@ -44,29 +39,6 @@ Locations scattered(const Object& object, bool onPoints, double count,
     return *locations;
 }
 
-// Everything that its readers must be able to rely on, whatever a file says.
-void expectSound(const Object& object) {
-    const std::size_t pointCount = points(object).size();
-    ASSERT_EQ(getElementCount(*object, sPointComp), pointCount);
-    for (const auto& [name, component, end] :
-         {std::tuple{sFaceOffset, sFaceComp, indices(object, sFaceVertex).size()},
-          std::tuple{sStrandOffset, sStrandComp, pointCount}}) {
-        const Indices offsets = indices(object, name);
-        if (offsets.empty())
-            continue;
-        ASSERT_EQ(offsets.size(), getElementCount(*object, component) + 1);
-        ASSERT_EQ(offsets[0], 0U);
-        ASSERT_TRUE(std::is_sorted(offsets.begin(), offsets.end()));
-        ASSERT_EQ(offsets[offsets.size() - 1], end);
-    }
-    for (const std::uint32_t vertex : indices(object, sFaceVertex))
-        ASSERT_LT(vertex, pointCount);
-    const LocationVertices vertices(*object);
-    for (const bool onPoints : {false, true})
-        for (const auto& location : scattered(object, onPoints, 20))
-            ASSERT_TRUE(location.kind == 0 || vertices.of(location).count > 0);
-}
-
 TEST(Obj, FacesKeepTheirCornersAndTheirOrder) {
     std::string text = "\xEF\xBB\xBF# a comment\r\nmtllib none.mtl\r\n";
     text += "v 9 9 9 1 0 0\r\n\tv +1.5 -2e-3 .25  \r\nvn 0 0 1\r\nvt 0 0\r\no first\r\n";
@@ -84,7 +56,6 @@ TEST(Obj, FacesKeepTheirCornersAndTheirOrder) {
     EXPECT_EQ(Indices(corners.begin(), corners.begin() + 8), (Indices{0, 1, 2, 2, 1, 0, 0, 0}));
     EXPECT_EQ(corners[607], 3U);
     EXPECT_EQ(getElementCount(*geometry.object, sFaceVertexComp), 610U);
-    expectSound(geometry.object);
 }
 
 TEST(Obj, LinesAreStrandsWithPointsOfTheirOwn) {
@@ -97,7 +68,6 @@ TEST(Obj, LinesAreStrandsWithPointsOfTheirOwn) {
                   {0, 0, 0}, {1, 0, 0}, {0, 2, 0}, {1, 0, 0}, {0, 0, 0}, {5, 5, 5}, {0, 0, 0}}));
     EXPECT_TRUE(geometry.object->isA(*getStrandPrototype()));
     EXPECT_FALSE(geometry.object->isA(*getMeshPrototype()));
-    expectSound(geometry.object);
 
     const LoadedGeometry both = readObj("v 0 0 0\nv 1 0 0\nv 0 2 0\nl 1 2\nf 1 2 3\n", "f");
     EXPECT_FALSE(both.object->isA(*getStrandPrototype()));
@@ -172,7 +142,6 @@ TEST(PlyGeometry, MeshesOfEveryEncodingWithTheirProperties) {
         EXPECT_EQ(*object->propertyData<double>("age"), (Ostrum::Array<double>{.1, 1e300, -7}));
         // The host's own names stay the host's.
         EXPECT_EQ(object->propertyTarget("face_offset"), sFaceComp);
-        expectSound(object);
         for (const auto& location : scattered(object, false, 50, "face:moss"))
             EXPECT_EQ(location.element, 1U) << "the mask of face 0 is below 0";
     }
@@ -199,8 +168,6 @@ TEST(PlyGeometry, WhatIsWrongIsNamedWithItsPlace) {
     const std::string one = start + "element vertex 1\n" + xyz;
     const std::string list = "element face 2\nproperty list char int vertex_indices\nend_header\n";
     const std::pair<std::string, std::string> cases[] = {
-        {"solid\n", "f, line 1: it is no PLY file: the first line must be 'ply'"},
-        {start + "element face 0\nend_header\n", "f: it has no element 'vertex'"},
         {start + "element vertex 0\nproperty float x\nproperty float y\nend_header\n",
          "f: its vertices have no number 'z'"},
         {one + "element face 1\nproperty float vertex_indices\nend_header\n0 0 0\n1\n",
@@ -222,45 +189,6 @@ TEST(PlyGeometry, WhatIsWrongIsNamedWithItsPlace) {
     };
     for (const auto& [text, message] : cases)
         EXPECT_EQ(failureOf([&] { readPlyGeometry(text, "f"); }), message);
-}
-
-TEST(LocationTable, ComesBackFromPlyBitForBit) {
-    const Object object = readPlyGeometry(mesh("ascii"), "f").object;
-    const Locations locations = scattered(object, false, 40);
-    ASSERT_EQ(locations.size(), 40U);
-    const ColumnTable table = locationTable(*object, Vantor::Geometry::Common::kOnFace,
-                                            {locations.data(), locations.size()});
-    for (const auto format :
-         {SampleFormat::kPly, SampleFormat::kPlyBigEndian, SampleFormat::kPlyAscii}) {
-        const std::string path =
-            testing::TempDir() + "stratum_locations_" + std::to_string(::getpid()) + ".ply";
-        OutputFile out(path);
-        writeTable(out, format, table, {"1.2", "scatter f", {"f"}});
-        out.commit();
-        const Object back = readGeometry(path).object;
-        std::filesystem::remove(path);
-        const auto where = points(back);
-        const LocationVertices vertices(*object);
-        for (std::size_t i = 0; i < locations.size(); ++i) {
-            const auto found = vertices.of(locations[i]);
-            EXPECT_EQ(where[i], vertices.position(found));
-            EXPECT_EQ((*back->propertyData<double>("element"))[i], locations[i].element);
-            EXPECT_EQ((*back->propertyData<double>("corner2"))[i], locations[i].indices[2]);
-            EXPECT_EQ((*back->propertyData<float>("weight1"))[i], locations[i].weights[1]);
-            // The triangles (0, 1, 2) and those of the bent quad have these normals.
-            const float nx = (*back->propertyData<float>("nx"))[i],
-                        ny = (*back->propertyData<float>("ny"))[i],
-                        nz = (*back->propertyData<float>("nz"))[i];
-            EXPECT_NEAR(std::hypot(nx, ny, nz), 1, 1e-6);
-            const float3 normal = vertices.triangleNormal(found);
-            EXPECT_EQ(normal, (float3{nx, ny, nz}));
-            if (locations[i].element == 0) {
-                EXPECT_EQ(nx, 0);
-                EXPECT_NEAR(ny, -0.5 / std::sqrt(1.25), 1e-6);
-                EXPECT_NEAR(nz, 1 / std::sqrt(1.25), 1e-6);
-            }
-        }
-    }
 }
 
 TEST(PropertyAt, InterpolatesAsMasksDo) {

@@ -62,7 +62,7 @@ public:
                 auto& cell = cells[{x, y, 0}];
                 cell.value = value();
                 if (below(4) != 0)
-                    cell.node = owner.emplace_back(upper()).get();
+                    cell.node = owner.emplace_back(node<Upper>(2)).get();
             }
         return {std::move(cells), 0};
     }
@@ -73,30 +73,22 @@ private:
         constexpr std::array<float, 8> kValues{0, 0, 0, 0, 0, 1, 2, -0.0F};
         return kValues[below(kValues.size())];
     }
-    std::unique_ptr<Leaf> leaf() {
-        auto made = std::make_unique<Leaf>();
-        made->voxels.fill(value());
-        if (below(3) == 0)
-            made->voxels[below(8)] = value();
-        return made;
-    }
-    std::unique_ptr<Upper> upper() {
-        auto made = std::make_unique<Upper>();
-        for (unsigned n = 0; n < Upper::kCount; ++n)
-            if (below(2) == 0)
-                made->children[n] = lower();
-            else
-                made->values[n] = below(4) == 0 ? value() : 0;
-        return made;
-    }
-    std::unique_ptr<Lower> lower() {
-        auto made = std::make_unique<Lower>();
+    // Mostly of one value, but one in so many entries is a node below.
+    template <class N>
+    std::unique_ptr<N> node(unsigned oneIn) {
+        auto made = std::make_unique<N>();
         const float usual = value();
-        for (unsigned m = 0; m < Lower::kCount; ++m)
-            if (below(8) == 0)
-                made->children[m] = leaf();
-            else
-                made->values[m] = usual;
+        if constexpr (std::is_same_v<N, Leaf>) {
+            made->voxels.fill(usual);
+            made->voxels[below(8)] = below(3) == 0 ? value() : usual;
+        } else {
+            using Child = typename decltype(made->children)::value_type::element_type;
+            for (unsigned n = 0; n < N::kCount; ++n)
+                if (below(oneIn) == 0)
+                    made->children[n] = node<Child>(8);
+                else
+                    made->values[n] = below(4) == 0 && oneIn == 2 ? value() : usual;
+        }
         return made;
     }
 

@@ -1,10 +1,9 @@
 // What reading a file takes at most, in a process of its own: only there is the peak its own.
 #include "support/files.h"
+#include "support/operators.h"
 
-#include "KDX/Channel.h"
 #include "io/readVdb.h"
 #include "io/returnMemory.h"
-#include "ops/sample_volume.h"
 
 #include <gtest/gtest.h>
 
@@ -17,7 +16,6 @@ namespace {
 
 using namespace Stratum::io;
 using Stratum::test::TemporaryFile;
-using Vantor::Math::float3;
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr bool kMeasures = false; // they hold back what is freed
@@ -72,10 +70,8 @@ TEST_P(ImportMemory, StaysNearThatOfTheValues) {
     EXPECT_LT(overValues("VmRSS"), 1.4);
 
     forgetPeak();
-    const Ostrum::Array<float3> positions{{1, 2, 3}, {50, 60, 70.5F}};
-    Ostrum::Ptr<Ostrum::Array<float>> values;
-    Geometry::Query::sample_volume(*volume.object, positions, 0.0F, "density",
-                                   Geometry::Query::SamplerType::kLinear, values);
+    const auto values =
+        StratumTest::sampled<float>(*volume.object, {{1, 2, 3}, {50, 60, 70.5F}}, "density");
     EXPECT_EQ((*values)[1], 1 + 50 + 180 + 70.5F);
     EXPECT_LT(overValues("VmHWM"), 1.6) << "few positions take little";
 }

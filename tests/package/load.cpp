@@ -1,4 +1,5 @@
-// Loads the operator library by its path, as a host does, and calls an operator of it.
+// Loads and unloads the operator library by its path, as a host does, and calls an operator of it
+// in between. Results live on after the library is closed.
 #include "KDX/ChannelBuilder.h"
 #include "KDX/TreeBuilder.h"
 #include "Vantor/Volume.h"
@@ -20,20 +21,26 @@ int main(int, char** arguments) {
     Vantor::Geometry::addTree<Shape>(object, tree);
     Vantor::Geometry::addChannel(object, field.finish());
 
-    void* library = dlopen(arguments[1], RTLD_NOW | RTLD_LOCAL);
     using SampleVolume = void (*)(const Vantor::Object&, const Ostrum::Array<float3>&, const float&,
                                   const Ostrum::String&, Geometry::Query::SamplerType,
                                   Ostrum::Ptr<Ostrum::Array<float>>&);
-    const auto sampleVolume = reinterpret_cast<SampleVolume>(
-        library ? dlsym(library,
+    const Ostrum::Array<float3> positions(2000, {1.25F, 1, 1});
+    Ostrum::Ptr<Ostrum::Array<float>> out;
+    for (int round = 0; round < 20; ++round) {
+        void* library = dlopen(arguments[1], RTLD_NOW | RTLD_LOCAL);
+        const auto sampleVolume = reinterpret_cast<SampleVolume>(
+            library
+                ? dlsym(library,
                         "_ZN8Geometry5Query13sample_volumeERKN6Vantor6ObjectERKN6Ostrum5ArrayINS1_"
                         "4Math6float3EEERKfRKNS5_6StringENS0_11SamplerTypeERNS5_3PtrINS6_IfEEEE")
                 : nullptr);
-    if (!sampleVolume) {
-        std::puts(dlerror());
-        return 1;
+        if (!sampleVolume) {
+            std::puts(dlerror());
+            return 1;
+        }
+        sampleVolume(object, positions, -1.0F, "x", Geometry::Query::SamplerType::kLinear, out);
+        if (dlclose(library) != 0 || *out != Ostrum::Array<float>(positions.size(), 1.25F))
+            return 1;
     }
-    Ostrum::Ptr<Ostrum::Array<float>> out;
-    sampleVolume(object, {{1.25F, 1, 1}}, -1.0F, "x", Geometry::Query::SamplerType::kLinear, out);
-    return (*out)[0] == 1.25F ? 0 : 1;
+    return 0;
 }

@@ -33,6 +33,17 @@ Ptr<Plain<Traits, T>> addVolume(Vantor::Object& object, const RandomTree& option
     return channel;
 }
 
+/// A volume of a tree and a channel "value" of a field.
+template <class T, class Traits, class F>
+Vantor::Object volumeOn(const TreePtr<Traits>& tree, const F& field,
+                        double defaultValue = kChannelDefault) {
+    Vantor::Object object;
+    Vantor::Geometry::addTree<Traits>(object, tree);
+    Vantor::Geometry::addChannel(object,
+                                 makeChannel<Traits, T>(tree, valueFrom<T>(defaultValue), field));
+    return object;
+}
+
 template <class T>
 Ptr<Array<T>> sampled(const Vantor::Object& object, const Array<float3>& positions,
                       const String& property = "value",

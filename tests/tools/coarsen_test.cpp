@@ -1,22 +1,12 @@
 #include "io/coarsen.h"
 
-#include "KDX/ChannelBuilder.h"
-#include "KDX/TreeBuilder.h"
-#include "Vantor/Volume.h"
-#include "common/randomUnit.h"
 #include "io/formulaVolume.h"
-#include "ops/sample_volume.h"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
+#include "support/operators.h"
 
 namespace {
 
 using namespace Stratum::io;
-using namespace KDX::TileTree3D;
-using Geometry::Query::SamplerType;
-using Vantor::Math::float3;
+using namespace StratumTest;
 
 constexpr float kVoxel = 0.25F;
 
@@ -50,15 +40,6 @@ Volume uniformVolume(VoxelOffsetType type) {
     Vantor::Geometry::addChannel(*volume.object, a.finish());
     Vantor::Geometry::addChannel(*volume.object, b.finish());
     return volume;
-}
-
-template <class T>
-Ostrum::Ptr<Ostrum::Array<T>> sample(const Volume& volume, const Ostrum::Array<float3>& positions,
-                                     const char* channel) {
-    Ostrum::Ptr<Ostrum::Array<T>> values;
-    Geometry::Query::sample_volume(*volume.object, positions, T{}, channel, SamplerType::kLinear,
-                                   values);
-    return values;
 }
 
 template <class Shape>
@@ -102,9 +83,10 @@ void keepsTheTolerance(VoxelOffsetType type) {
         };
         positions[i] = {u(0), u(1), u(2)};
     }
-    const auto a0 = sample<float>(fine, positions, "a"), a1 = sample<float>(coarse, positions, "a");
-    const auto b0 = sample<float3>(fine, positions, "b"),
-               b1 = sample<float3>(coarse, positions, "b");
+    const auto a0 = sampled<float>(*fine.object, positions, "a"),
+               a1 = sampled<float>(*coarse.object, positions, "a");
+    const auto b0 = sampled<float3>(*fine.object, positions, "b"),
+               b1 = sampled<float3>(*coarse.object, positions, "b");
     // The samples' own rounding: a few units in the last place of the largest values and positions.
     constexpr double kRounding = 40 * 4e-7;
     double largest = 0;

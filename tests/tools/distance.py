@@ -1,18 +1,17 @@
 """stratum info warns of volumes that lie where positions lose their fractions, and of no others."""
-import os
 import subprocess
 import sys
-import tempfile
 
-tool, write = map(os.path.abspath, sys.argv[1:3])
-os.chdir(tempfile.mkdtemp())
+from calling import run
+
+write = sys.argv[2]
 
 
 def warnings(*index, options=()):
     subprocess.run([write, "far.vdb", *map(str, index)], check=True)
-    done = subprocess.run([tool, "info", "far.vdb", *options], capture_output=True, text=True)
-    assert done.returncode == 0 and "density" in done.stdout, done
-    return done.stderr
+    code, out, err = run("info", "far.vdb", *options)
+    assert code == 0 and b"density" in out, (code, out)
+    return err
 
 
 # Data are read in tiles of 4 voxels, and in those that a voxel's value is blended into.

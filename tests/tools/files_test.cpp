@@ -71,34 +71,22 @@ TEST(Ply, ReadsWhatOtherProgramsWrite) {
         }
 }
 
-TEST(SampleFiles, KeepEveryBit) {
+// The numbers themselves are what io/bits_test.cpp is about.
+TEST(SampleFiles, SayWhereTheyComeFromAndWhatTheyHold) {
     const Ostrum::Array<double3> vectors{{0.1, -0.0, 5e-324}, {kInf, -kInf, -1 / 3.0}};
-    const Ostrum::Array<float> scalars{1 / 3.0F, std::numeric_limits<float>::quiet_NaN()};
-    const std::array<std::string, 3> names{"value_x", "value_y", "value_z"};
     for (const auto format :
          {SampleFormat::kPly, SampleFormat::kPlyBigEndian, SampleFormat::kPlyAscii}) {
         const TemporaryFile file(".ply");
         writeTo(file.path, format, vectors);
         EXPECT_EQ(readPositions(file.path), kPositions);
-        const auto columns = readPlyVertices(file.get(), "f", names);
-        for (std::size_t i = 0; i < 2; ++i)
-            EXPECT_EQ((double3{columns[0][i], columns[1][i], columns[2][i]}), vectors[i]);
-        EXPECT_TRUE(std::signbit(columns[1][0]));
         EXPECT_EQ(
             readPlyHeader(file.get(), "f").comments,
             (std::vector<std::string>{"stratum 1.2", "command sample 'a b'", "input in.vdb"}));
-        writeTo(file.path, format, scalars);
-        const auto column = readPlyVertices(file.get(), "f", std::array<std::string, 1>{"value"});
-        EXPECT_EQ(static_cast<float>(column[0][0]), scalars[0]);
-        EXPECT_TRUE(std::isnan(column[0][1]));
     }
     const TemporaryFile file(".npy");
     writeTo(file.path, SampleFormat::kNpy, vectors);
-    const auto triples = readNpyTriples(file.get(), "f");
-    for (std::size_t i = 0; i < 2; ++i)
-        EXPECT_EQ((double3{triples[i][0], triples[i][1], triples[i][2]}), vectors[i]);
     EXPECT_EQ((file.get().size() - 2 * 3 * 8) % 64, 0U) << "data are aligned";
-    writeTo(file.path, SampleFormat::kNpy, scalars);
+    writeTo(file.path, SampleFormat::kNpy, Ostrum::Array<float>{1, 2});
     EXPECT_NE(file.get().find("'descr': '<f4', 'fortran_order': False, 'shape': (2,)"),
               std::string::npos);
     writeTo(file.path, SampleFormat::kJson, vectors);

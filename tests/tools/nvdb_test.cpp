@@ -1,36 +1,20 @@
+#include "support/files.h"
+#include "support/operators.h"
+
 #include "io/readNvdb.h"
 #include "io/readVdb.h"
-#include "ops/sample_volume.h"
-
-#include "common/randomUnit.h"
-
-#include <gtest/gtest.h>
 
 #include <nanovdb/util/IO.h>
 #include <nanovdb/util/OpenToNanoVDB.h>
 #include <openvdb/tools/LevelSetSphere.h>
 
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-
 namespace {
 
 using namespace Stratum::io;
+using Stratum::test::failureOf;
+using Stratum::test::TemporaryFile;
+using StratumTest::sampled;
 using Vantor::Math::float3;
-
-std::string pathOf(const char* extension) {
-    return testing::TempDir() + "stratum_" + std::to_string(::getpid()) + extension;
-}
-
-std::string failureOf(const std::string& path) {
-    try {
-        readNvdb(path);
-    } catch (const std::runtime_error& error) {
-        return error.what();
-    }
-    return "no failure";
-}
 
 // A ball with constant tiles inside and around it, voxels at negative indices, half-voxel offsets.
 openvdb::GridPtrVec someGrids() {
@@ -55,68 +39,50 @@ openvdb::GridPtrVec someGrids() {
     return grids;
 }
 
-template <class T>
-Ostrum::Array<T> sample(const Volume& volume, const char* channel) {
-    Ostrum::Array<float3> positions(100000);
-    for (std::size_t i = 0; i < positions.size(); ++i) {
-        const auto u = [i](std::size_t axis) {
-            return 100 * Vantor::Sample::randomUnit<float>(3 * i + axis, 7) - 40;
-        };
-        positions[i] = {u(0), u(1), u(2)};
-    }
-    Ostrum::Ptr<Ostrum::Array<T>> values;
-    Geometry::Query::sample_volume(*volume.object, positions, T{}, channel,
-                                   Geometry::Query::SamplerType::kLinear, values);
-    return *values;
-}
-
 TEST(Nvdb, GivesWhatTheSameGridsInAVdbFileGive) {
-    const std::string path = pathOf(".nvdb"), vdbPath = pathOf(".vdb");
+    const TemporaryFile nvdbFile(".nvdb"), vdbFile(".vdb");
     const auto grids = someGrids();
     std::vector<nanovdb::GridHandle<>> handles;
     for (const auto& grid : grids)
         handles.push_back(nanovdb::openToNanoVDB(grid));
-    nanovdb::io::writeGrids(path, handles);
-    openvdb::io::File(vdbPath).write(grids);
+    nanovdb::io::writeGrids(nvdbFile.path, handles);
+    openvdb::io::File(vdbFile.path).write(grids);
+    const auto positions = StratumTest::somePositions(100'000, 55);
     for (const TreeShape shape : {TreeShape::kTwo, TreeShape::kFive}) {
-        const Volume volume = readNvdb(path, {.shape = shape, .grid = {}});
-        const Volume vdb = readVdb(vdbPath, {.shape = shape, .grid = {}});
-        EXPECT_EQ(sample<float>(volume, "ball"), sample<float>(vdb, "voxel_signed_distance"));
-        EXPECT_EQ(sample<float3>(volume, "flow"), sample<float3>(vdb, "flow"));
-        EXPECT_EQ(sample<double>(volume, "counts"), sample<double>(vdb, "counts"));
-        EXPECT_EQ(volume.warnings, vdb.warnings);
+        const Volume nvdb = readNvdb(nvdbFile.path, {.shape = shape, .grid = {}}),
+                     vdb = readVdb(vdbFile.path, {.shape = shape, .grid = {}});
+        const auto expectSame = [&]<class T>(T, const char* name) {
+            EXPECT_EQ(*sampled<T>(*nvdb.object, positions, name),
+                      *sampled<T>(*vdb.object, positions, name))
+                << name;
+        };
+        expectSame(0.0F, "ball");
+        expectSame(float3(), "flow");
+        expectSame(0.0, "counts");
+        EXPECT_EQ(nvdb.warnings, vdb.warnings);
     }
-    std::filesystem::remove(path);
-    std::filesystem::remove(vdbPath);
 }
 
 TEST(Nvdb, DamageIsFoundBeforeItIsFollowed) {
-    const std::string path = pathOf(".nvdb");
-    nanovdb::io::writeGrid(path, nanovdb::openToNanoVDB(someGrids()[1]));
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    const std::string good = text.str();
-    const auto put = [&](const std::string& bytes) {
-        std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
+    const TemporaryFile file(".nvdb");
+    nanovdb::io::writeGrid(file.path, nanovdb::openToNanoVDB(someGrids()[1]));
+    const std::string good = file.get();
+    const auto expectFailure = [&](const std::string& bytes, const char* words) {
+        file.put(bytes);
+        const std::string message = failureOf([&] { readNvdb(file.path); });
+        EXPECT_NE(message.find(words), std::string::npos) << message;
     };
     for (const std::size_t size :
-         {std::size_t{7}, std::size_t{100}, good.size() / 2, good.size() - 1}) {
-        put(good.substr(0, size));
-        EXPECT_NE(failureOf(path).find("it is cut short"), std::string::npos) << failureOf(path);
-    }
-    for (const char* foreign : {"", "these are words, not voxels"}) {
-        put(foreign);
-        EXPECT_NE(failureOf(path).find("it is no .nvdb file"), std::string::npos)
-            << failureOf(path);
-    }
+         {std::size_t{7}, std::size_t{100}, good.size() / 2, good.size() - 1})
+        expectFailure(good.substr(0, size), "it is cut short");
+    for (const char* foreign : {"", "these are words, not voxels"})
+        expectFailure(foreign, "it is no .nvdb file");
     std::string claim = good; // a grid of 2^62 bytes
     claim[16 + 15] = 0x40;
-    put(claim);
-    EXPECT_NE(failureOf(path).find("it is cut short"), std::string::npos) << failureOf(path);
+    expectFailure(claim, "it is cut short");
     std::string compressed = good;
     compressed[14] = 1;
-    put(compressed);
-    EXPECT_NE(failureOf(path).find("it is compressed"), std::string::npos) << failureOf(path);
+    expectFailure(compressed, "it is compressed");
 
     // Where the root says that its first child is; the file's header and its table take 16 + 176
     // bytes and the name.
@@ -131,10 +97,8 @@ TEST(Nvdb, DamageIsFoundBeforeItIsFollowed) {
           std::numeric_limits<std::int64_t>::min()}) {
         std::string bytes = good;
         std::memcpy(bytes.data() + tile + offsetof(RootData::Tile, child), &wrong, 8);
-        put(bytes);
-        EXPECT_NE(failureOf(path).find("it is damaged"), std::string::npos) << failureOf(path);
+        expectFailure(bytes, "it is damaged");
     }
-    std::filesystem::remove(path);
 }
 
 } // namespace

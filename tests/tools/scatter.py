@@ -6,43 +6,21 @@ import json
 import math
 import os
 import struct
-import subprocess
-import sys
-import tempfile
 import zlib
+from functools import partial
 
-tool = os.path.abspath(sys.argv[1])
-failures = []
-os.chdir(tempfile.mkdtemp())
+import calling
+from calling import check, finish
 
-
-def run(*arguments, stdin=None):
-    done = subprocess.run([tool, "scatter", *arguments], input=stdin, capture_output=True)
-    return done.returncode, done.stdout, done.stderr.decode()
-
-
-def check(condition, what):
-    if not condition:
-        failures.append(str(what))
-
-
-def answers(*arguments, stdin=None):
-    code, out, err = run(*arguments, stdin=stdin)
-    check((code, err) == (0, ""), f"{arguments}: {code} {err!r}")
-    return out
+run, answers = partial(calling.run, "scatter"), partial(calling.answers, "scatter")
 
 
 def refuses(status, words, *arguments):
-    code, out, err = run(*arguments)
-    check((code, out) == (status, b"") and err.startswith("stratum: ") and err.count("\n") == 1
-          and words in err, f"{arguments}: {code} {out!r} {err!r}")
+    calling.refuses(status, words, "scatter", *arguments)
 
 
 def rows(*arguments):
-    """The locations as CSV, each a record of numbers."""
-    text = answers(*arguments, "--quiet").decode()
-    return [{key: float(value) for key, value in row.items()}
-            for row in csv.DictReader(io.StringIO(text))]
+    return calling.rows(answers(*arguments, "--quiet"))
 
 
 def report(*arguments):
@@ -197,44 +175,31 @@ with open("roof.ply", "rb") as file:
     check(answers("-", "--count", "9", "-q", stdin=file.read())
           == answers("roof.ply", "--count", "9", "-q"), "standard input")
 
-# The same bytes for any number of threads.
-calls = [("formula:knot", "--count", "30000"), ("formula:knot", "--density", "300"),
-         ("formula:knot", "--count", "30000", "--mask", "bands"),
-         ("formula:knot", "--count", "30000", "--kind", "points", "--mask", "along",
-          "--on-reject", "discard")]
-if readsObj:
-    calls.append(("hair.obj", "--count", "30000"))
-for call in calls:
-    check(answers(*call, "-q", "--threads", "1") == answers(*call, "-q", "--threads", "2"), call)
-
 # Pictures: the points are where they should be, seen from where it is asked for.
 def pixels(name):
     """Rows of (r, g, b), for the one kind of PNG that is written."""
-    data, at, packed = open(name, "rb").read(), 8, b""
+    data = open(name, "rb").read()
+    width, height, depth, colour = struct.unpack(">IIBB", data[16:26])
+    check((depth, colour) == (8, 2), "eight bits, red, green and blue")
+    at, packed = 8, b""
     while at < len(data):
         size, kind = struct.unpack(">I4s", data[at:at + 8])
-        if kind == b"IHDR":
-            width, height, depth, colour = struct.unpack(">IIBB", data[at + 8:at + 18])
-            check((depth, colour) == (8, 2), "eight bits, red, green and blue")
-        if kind == b"IDAT":
-            packed += data[at + 8:at + 8 + size]
+        packed += data[at + 8:at + 8 + size] if kind == b"IDAT" else b""
         at += size + 12
-    raw, stride, lines = zlib.decompress(packed), 3 * width, [bytes(3 * width)]
-    for y in range(height):
-        method, line = raw[y * (stride + 1)], bytearray(raw[y * (stride + 1) + 1:][:stride])
+    raw, stride, above = zlib.decompress(packed), 3 * width, bytes(3 * width)
+    for start in range(0, height * (stride + 1), stride + 1):
+        method, line = raw[start], bytearray(raw[start + 1:start + 1 + stride])
         for x in range(stride):
-            left = line[x - 3] if x >= 3 else 0
-            up, corner = lines[-1][x], lines[-1][x - 3] if x >= 3 else 0
-            guess = left + up - corner
-            paeth = min((left, up, corner), key=lambda v: abs(guess - v))
-            line[x] = (line[x] + [0, left, up, (left + up) // 2, paeth][method]) % 256
-        lines.append(bytes(line))
-    return [[tuple(line[3 * x:3 * x + 3]) for x in range(width)] for line in lines[1:]]
+            left, corner = (line[x - 3], above[x - 3]) if x >= 3 else (0, 0)
+            paeth = min((left, above[x], corner), key=lambda v: abs(left + above[x] - corner - v))
+            line[x] = (line[x] + [0, left, above[x], (left + above[x]) // 2, paeth][method]) % 256
+        above = bytes(line)
+        yield [above[x:x + 3] for x in range(0, stride, 3)]
 
 
 def coloured(name):
     """Where points are: what is neither grey nor beside the scene, as shares of its width."""
-    lines = pixels(name)
+    lines = list(pixels(name))
     width = len(lines[0])
     return [x / width for line in lines[60:] for x in range(int(width * 0.68))
             if max(line[x]) - min(line[x]) > 60]
@@ -259,41 +224,31 @@ refuses(1, "cannot write 'no/half.csv'", "roof.ply", "--count", "2", "-o", "no/h
         "half.png")
 check(not os.path.exists("half.csv") and not os.path.exists("half.png"), "half of the outputs")
 open("words.obj", "w").write("hello world\n")
-refuses(1, "it has no vertices", "words.obj", "--count", "2")
-refuses(2, "--count", "roof.ply")
-refuses(2, "at least 0 is wanted", "roof.ply", "--count", "nan")
-refuses(2, "at least 0 is wanted", "roof.ply", "--density", "-1")
-refuses(2, "from -2^63 to 2^64 - 1", "roof.ply", "--count", "1", "--seed", str(2**64))
-refuses(2, "from -2^63 to 2^64 - 1", "roof.ply", "--count", "1", "--seed-array", "1,x")
-refuses(2, "--invert-mask", "roof.ply", "--count", "1", "--invert-mask")
-refuses(2, "the standard output is for", "roof.ply", "--count", "1", "--json", "-o", "-")
-refuses(2, "a picture goes to a file", "roof.ply", "--count", "1", "--png", "-")
-refuses(2, "csv, npy or ply", "roof.ply", "--count", "1", "-o", "x.json")
-refuses(2, "need two files", "roof.ply", "--count", "1", "-o", "x", "--png", "x")
-refuses(1, "is what is read", "roof.ply", "--count", "1", "-o", "roof.ply")
-refuses(1, "is what is read", "roof.ply", "--count", "1", "--png", "./roof.ply")
-refuses(1, "no property 'moss'; there are: tiled, wet", "roof.ply", "--count", "1", "--mask", "moss")
-refuses(1, "no property 'moss'", "roof.ply", "--count", "1", "--png", "x.png", "--colour", "moss")
-refuses(1, "neither faces nor strands", "cloud.ply", "--count", "1", "--kind", "surface")
-refuses(1, "--kind fog is for volumes", "cloud.ply", "--count", "1", "--kind", "fog")
-refuses(1, "No such file", "none.obj", "--count", "1")
-refuses(1, "from .obj and .ply files", "three.csv", "--count", "1")
-refuses(1, "there is no geometry 'formula:cube'", "formula:cube", "--count", "1")
-refuses(1, "out of memory: 1e+12 locations take", "roof.ply", "--count", "1e12")
-refuses(1, "out of memory", "roof.ply", "--density", "1e30")
+count = ("--count", "1")
+for status, words, file, *arguments in (
+        (1, "it has no vertices", "words.obj", *count),
+        (2, "--count", "roof.ply"),
+        (2, "at least 0 is wanted", "roof.ply", "--count", "nan"),
+        (2, "at least 0 is wanted", "roof.ply", "--density", "-1"),
+        (2, "from -2^63 to 2^64 - 1", "roof.ply", *count, "--seed", str(2**64)),
+        (2, "from -2^63 to 2^64 - 1", "roof.ply", *count, "--seed-array", "1,x"),
+        (2, "--invert-mask", "roof.ply", *count, "--invert-mask"),
+        (2, "the standard output is for", "roof.ply", *count, "--json", "-o", "-"),
+        (2, "a picture goes to a file", "roof.ply", *count, "--png", "-"),
+        (2, "csv, npy or ply", "roof.ply", *count, "-o", "x.json"),
+        (2, "need two files", "roof.ply", *count, "-o", "x", "--png", "x"),
+        (1, "is what is read", "roof.ply", *count, "-o", "roof.ply"),
+        (1, "is what is read", "roof.ply", *count, "--png", "./roof.ply"),
+        (1, "no property 'moss'; there are: tiled, wet", "roof.ply", *count, "--mask", "moss"),
+        (1, "no property 'moss'", "roof.ply", *count, "--png", "x.png", "--colour", "moss"),
+        (1, "neither faces nor strands", "cloud.ply", *count, "--kind", "surface"),
+        (1, "--kind fog is for volumes", "cloud.ply", *count, "--kind", "fog"),
+        (1, "No such file", "none.obj", *count),
+        (1, "from .obj and .ply files", "three.csv", *count),
+        (1, "there is no geometry 'formula:cube'", "formula:cube", *count),
+        (1, "out of memory: 1e+12 locations take", "roof.ply", "--count", "1e12"),
+        (1, "out of memory", "roof.ply", "--density", "1e30")):
+    refuses(status, words, file, *arguments)
 check(not os.path.exists("x.png") and not os.path.exists("x"), "nothing half-made")
 
-# Help, manual and completion know the command.
-page, script = (subprocess.run([tool, flag], capture_output=True, text=True).stdout
-                for flag in ("--help-man", "--help-bash-completion"))
-check(".SS stratum scatter\n" in page and "\\-\\-on\\-reject" in page, "manual")
-done = subprocess.run(["bash", "-c", script + """
-COMP_WORDS=(stratum sc) COMP_CWORD=1; _stratum; echo "${COMPREPLY[*]}"
-COMP_WORDS=(stratum scatter f --on-reject '') COMP_CWORD=4; _stratum; echo "${COMPREPLY[*]}"
-COMP_WORDS=(stratum scatter --se) COMP_CWORD=2; _stratum; echo "${COMPREPLY[*]}" """],
-                      capture_output=True, text=True)
-check(done.stdout == "scatter\nresample discard\n--seed --seed-array\n" and done.stderr == "", done)
-
-for failure in failures:
-    print(failure)
-sys.exit(bool(failures))
+finish()

@@ -3,19 +3,11 @@ import json
 import os
 import signal
 import subprocess
-import sys
-import tempfile
 import time
 
-tool = os.path.abspath(sys.argv[1])
-failures = []
+from calling import check, finish, run, tool
+
 volume = "formula:sunflower"
-os.chdir(tempfile.mkdtemp())
-
-
-def check(condition, what):
-    if not condition:
-        failures.append(what)
 
 
 def without(streams, *arguments):
@@ -25,9 +17,8 @@ def without(streams, *arguments):
         for stream in streams:
             os.close(stream)
 
-    done = subprocess.run([tool, *arguments], stdin=subprocess.DEVNULL, capture_output=True,
-                          text=True, preexec_fn=close, timeout=300)
-    return done.returncode, done.stdout, done.stderr
+    code, out, err = run(*arguments, stdin=b"", preexec_fn=close)
+    return code, out.decode(), err
 
 
 # A closed stream fails when it is asked for, and nothing else goes there.
@@ -67,17 +58,19 @@ for n in range(2000):
                               "sampler": "kCubicC1", "settings": {"cancel_at_question": 2}}
     many["outputs"][f"s{n}"] = {"node": f"s{n}", "file": f"never{n}.json"}
 json.dump(many, open("many.json", "w"))
-for graph in "slow.json", "many.json":
-    for wait in 0.7, 1.3:
-        running = subprocess.Popen([tool, "run", graph], stdout=subprocess.PIPE,
-                                   stderr=subprocess.PIPE, text=True)
-        time.sleep(wait)
-        start = time.monotonic()
-        running.send_signal(signal.SIGINT)
-        out, err = running.communicate(timeout=300)
-        check((running.returncode, out, err) == (130, "", "stratum: interrupted\n"),
-              f"{graph}: {running.returncode} {out[:80]!r} {err!r}")
-        check(time.monotonic() - start < 10, f"{graph}: {time.monotonic() - start} s to end")
+waiting = "sample", volume, "-p", "-", "-o", "never.csv"  # for positions
+for call, wait in ((waiting, 0.3), (("run", "slow.json"), 1.3), (("run", "many.json"), 0.7),
+                   (("run", "many.json"), 1.3)):
+    running = subprocess.Popen([tool, *call], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                               stderr=subprocess.PIPE, text=True)
+    time.sleep(wait)
+    start = time.monotonic()
+    running.send_signal(signal.SIGINT)
+    running.wait(timeout=300)  # the stream of positions is still open
+    out, err = running.communicate()
+    check((running.returncode, out, err) == (130, "", "stratum: interrupted\n"),
+          f"{call}: {running.returncode} {out[:80]!r} {err!r}")
+    check(time.monotonic() - start < 10, f"{call}: {time.monotonic() - start} s to end")
 check(not [name for name in os.listdir(".") if name.startswith("never")], os.listdir("."))
 
 # Common options of run. A graph's inputs and outputs are kept apart.
@@ -88,8 +81,8 @@ json.dump(small, open("small.json", "w"))
 
 
 def ran(*arguments):
-    done = subprocess.run([tool, "run", *arguments], capture_output=True, text=True)
-    return done.returncode, done.stdout, done.stderr
+    code, out, err = run("run", *arguments)
+    return code, out.decode(), err
 
 
 plain = ran("small.json")
@@ -115,19 +108,16 @@ check(open("p.csv").read() == "1,2,3\n" and not os.path.exists("x.json"), "nothi
 
 # Names that are no UTF-8 cost neither the picture nor its title.
 odd = b"odd\xff\xfe.png"
-code = subprocess.run([tool, "slice", volume, "--size", "64", "-o", odd]).returncode
-check(code == 0 and os.path.exists(odd), "a file name of any bytes")
+check(run("slice", volume, "--size", "64", "-o", odd)[0] == 0 and os.path.exists(odd), "a file name of any bytes")
 
 # A sampler that has no gradients: the operator's default, and a warning.
 for command in ["gradient"], ["sample", "--gradient"]:
-    call = [tool, command[0], volume, *command[1:], "--random", "2", "--sampler", "cubic-c1",
+    call = [command[0], volume, *command[1:], "--random", "2", "--sampler", "cubic-c1",
             "--default", "3"]
-    done = subprocess.run(call, capture_output=True, text=True)
-    check(done.returncode == 0 and done.stdout.count(",3,3,3\n") == 2 and done.stderr ==
+    code, out, err = run(*call)
+    check(code == 0 and out.count(b",3,3,3\n") == 2 and err ==
           "stratum: warning: there are no gradients of the sampler 'cubic-c1': all are the "
-          "default, 3\n", done)
-    check(subprocess.run([*call, "-q"], capture_output=True, text=True).stderr == "", "quiet")
+          "default, 3\n", (code, out, err))
+    check(run(*call, "-q")[2] == "", "quiet")
 
-for failure in failures:
-    print(failure)
-sys.exit(bool(failures))
+finish()

@@ -1,40 +1,30 @@
-#include "KDX/Channel.h"
-#include "Vantor/Geometry.h"
-#include "common/randomUnit.h"
-#include "io/readVdb.h"
-#include "ops/sample_volume.h"
+#include "support/files.h"
+#include "support/operators.h"
 
-#include <gtest/gtest.h>
+#include "io/readVdb.h"
 
 #include <openvdb/io/Stream.h>
 #include <openvdb/openvdb.h>
 #include <openvdb/tools/Interpolation.h>
 #include <openvdb/tools/LevelSetSphere.h>
 
-#include <cmath>
-#include <filesystem>
-#include <fstream>
 #include <tuple>
 
 namespace {
 
 using namespace Stratum::io;
 using KDX::TileTree3D::Channel;
-using KDX::TileTree3D::Traits;
 using openvdb::Coord;
 using openvdb::CoordBBox;
 using openvdb::math::Transform;
+using Stratum::test::failureOf;
+using StratumTest::sampled;
+using StratumTest::Traits;
 using Vantor::Math::float3;
 
-class VdbFile {
-public:
-    VdbFile() : path(testing::TempDir() + "stratum_" + std::to_string(::getpid()) + ".vdb") {
-        openvdb::initialize();
-    }
-    ~VdbFile() { std::filesystem::remove(path); }
-    void write(const openvdb::GridPtrVec& grids) { openvdb::io::File(path).write(grids); }
-
-    const std::string path;
+struct VdbFile : Stratum::test::TemporaryFile {
+    VdbFile() : TemporaryFile(".vdb") { openvdb::initialize(); }
+    void write(const openvdb::GridPtrVec& grids) const { openvdb::io::File(path).write(grids); }
 };
 
 template <class GridT>
@@ -52,27 +42,6 @@ openvdb::FloatGrid::Ptr roughGrid() {
         accessor.setValue(Coord(-90 + i % 29, -70 + i / 29 % 31, -50 + i / 899),
                           Vantor::Sample::randomUnit<float>(static_cast<std::uint64_t>(i), 3));
     return grid;
-}
-
-Ostrum::Array<float3> positionsAround(std::size_t count, double scale) {
-    Ostrum::Array<float3> positions(count);
-    for (std::size_t i = 0; i < count; ++i) {
-        const auto u = [&](std::size_t axis, double lower, double upper) {
-            const auto r = Vantor::Sample::randomUnit<double>(3 * i + axis, 7);
-            return static_cast<float>((lower + (upper - lower) * r) * scale);
-        };
-        positions[i] = {u(0, -100, 180), u(1, -80, 80), u(2, -60, 100)};
-    }
-    return positions;
-}
-
-template <class T>
-Ostrum::Ptr<Ostrum::Array<T>> sample(const Volume& volume, const Ostrum::Array<float3>& positions,
-                                     const std::string& channel) {
-    Ostrum::Ptr<Ostrum::Array<T>> values;
-    Geometry::Query::sample_volume(*volume.object, positions, T{}, channel,
-                                   Geometry::Query::SamplerType::kLinear, values);
-    return values;
 }
 
 class AgreesWithBoxSampler
@@ -93,9 +62,9 @@ TEST_P(AgreesWithBoxSampler, AtAMillionPositions) {
     file.write({rough, small});
     const Volume volume = readVdb(file.path, {.shape = shape, .grid = {}});
 
-    const auto positions = positionsAround(1000000, voxelSize);
-    const auto values = sample<float>(volume, positions, "rough");
-    const auto vectors = sample<float3>(volume, positions, "small");
+    const auto positions = StratumTest::somePositions(1000000, 140 * voxelSize);
+    const auto values = sampled<float>(*volume.object, positions, "rough");
+    const auto vectors = sampled<float3>(*volume.object, positions, "small");
     const auto accessor = rough->getConstAccessor();
     const auto smallAccessor = small->getConstAccessor();
     for (std::size_t i = 0; i < positions.size(); ++i) {
@@ -145,7 +114,7 @@ TEST(Vdb, NamesAndTypesOfChannels) {
 
     const Ostrum::Array<float3> positions{{2, 3, 4}};
     const auto at = [&]<class T>(const std::string& name, T) {
-        return (*sample<T>(volume, positions, name))[0];
+        return (*sampled<T>(*volume.object, positions, name))[0];
     };
     EXPECT_EQ(at(Vantor::Geometry::sVoxelSignedDistance.str(), 0.0F), at("surface", 0.0F));
     EXPECT_LT(at("surface", 0.0F), 0);
@@ -180,8 +149,8 @@ TEST(Vdb, EveryVoxelArrivesWhateverTilesShareItsLeaf) {
             expected.push_back(accessor.getValue(*ijk));
         }
         for (const TreeShape shape : {TreeShape::kTwo, TreeShape::kFive}) {
-            const auto values =
-                sample<float>(readVdb(file.path, {.shape = shape, .grid = {}}), positions, "rough");
+            const auto values = sampled<float>(
+                *readVdb(file.path, {.shape = shape, .grid = {}}).object, positions, "rough");
             EXPECT_TRUE(std::equal(expected.begin(), expected.end(), values->begin()))
                 << "shift " << shift << ", shape " << static_cast<int>(shape);
         }
@@ -195,15 +164,16 @@ TEST(Vdb, GridsMayShareTheirVoxels) {
         openvdb::FloatGrid::create(openvdb::FloatGrid::TreeType::Ptr(first->treePtr())),
         "a second");
     VdbFile file;
-    const auto positions = positionsAround(1000, 1);
+    const auto positions = StratumTest::somePositions(1000, 140);
     const auto expectBoth = [&](const char* how) {
         const Volume volume = readVdb(file.path);
-        const auto a = sample<float>(volume, positions, "first"),
-                   b = sample<float>(volume, positions, "a second");
+        const auto a = sampled<float>(*volume.object, positions, "first"),
+                   b = sampled<float>(*volume.object, positions, "a second");
         EXPECT_TRUE(std::equal(a->begin(), a->end(), b->begin())) << how;
         EXPECT_EQ(volume.channels.front().name, "a second") << "in the order of their names";
-        EXPECT_EQ((*sample<float>(readVdb(file.path, {.shape = TreeShape::kTwo, .grid = "first"}),
-                                  positions, "first"))[5],
+        EXPECT_EQ((*sampled<float>(
+                      *readVdb(file.path, {.shape = TreeShape::kTwo, .grid = "first"}).object,
+                      positions, "first"))[5],
                   (*a)[5]);
     };
     file.write({first, second});
@@ -234,14 +204,7 @@ TEST(Vdb, RefusesTransformsThatTilesCannotFollow) {
         {third, "its translation along z is no multiple of half a voxel"},
         {frustum, "it is a frustum"},
     };
-    const auto failure = [](const VdbFile& file) -> std::string {
-        try {
-            readVdb(file.path);
-        } catch (const std::runtime_error& error) {
-            return error.what();
-        }
-        return {};
-    };
+    const auto failure = [](const VdbFile& file) { return failureOf([&] { readVdb(file.path); }); };
     const auto odd = named<openvdb::FloatGrid>(openvdb::FloatGrid::create(), "odd");
     odd->tree().setValue(Coord(1, 1, 1), 5);
     VdbFile file;
@@ -256,7 +219,7 @@ TEST(Vdb, RefusesTransformsThatTilesCannotFollow) {
     EXPECT_NE(failure(file).find("grids 'even' and 'odd' have different transforms; choose one"),
               std::string::npos);
     const Volume chosen = readVdb(file.path, {.shape = TreeShape::kFive, .grid = "odd"});
-    EXPECT_EQ((*sample<float>(chosen, {{2, 2, 2}}, "odd"))[0], 5);
+    EXPECT_EQ((*sampled<float>(*chosen.object, {{2, 2, 2}}, "odd"))[0], 5);
 }
 
 TEST(Vdb, TakesNoMoreMemoryThanItMay) {
@@ -266,13 +229,9 @@ TEST(Vdb, TakesNoMoreMemoryThanItMay) {
     VdbFile file;
     file.write({far});
     for (const auto shape : {TreeShape::kTwo, TreeShape::kFive}) {
-        try {
-            readVdb(file.path, {.shape = shape, .grid = {}, .mostBytes = 1e6});
-            ADD_FAILURE() << "it could be read";
-        } catch (const std::runtime_error& error) {
-            EXPECT_NE(std::string(error.what()).find("more than the 1 MB"), std::string::npos)
-                << error.what();
-        }
+        const std::string message =
+            failureOf([&] { readVdb(file.path, {.shape = shape, .grid = {}, .mostBytes = 1e6}); });
+        EXPECT_NE(message.find("more than the 1 MB"), std::string::npos) << message;
         EXPECT_EQ(
             readVdb(file.path, {.shape = shape, .grid = {}, .mostBytes = 1e8}).channels.size(), 1U);
     }

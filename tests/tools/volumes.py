@@ -1,45 +1,18 @@
 """Scattering in volumes and sampling at locations on the command line, and both in one pipe."""
-import csv
-import io
 import json
 import math
 import os
 import struct
 import subprocess
-import sys
-import tempfile
 
-tool = os.path.abspath(sys.argv[1])
-failures = []
-os.chdir(tempfile.mkdtemp())
+import calling
+from calling import check, finish, refuses, rows, run, tool
+
 volume = "formula:tube"
 
 
-def run(*arguments, stdin=None):
-    done = subprocess.run([tool, *arguments], input=stdin, capture_output=True)
-    return done.returncode, done.stdout, done.stderr.decode()
-
-
-def check(condition, what):
-    if not condition:
-        failures.append(str(what))
-
-
-def answers(*arguments, stdin=None):
-    code, out, err = run(*arguments, "--quiet", stdin=stdin)
-    check((code, err) == (0, ""), f"{arguments}: {code} {err!r}")
-    return out
-
-
-def refuses(status, words, *arguments, stdin=None):
-    code, out, err = run(*arguments, stdin=stdin)
-    check((code, out) == (status, b"") and err.startswith("stratum: ") and err.count("\n") == 1
-          and words in err, f"{arguments}: {code} {out!r} {err!r}")
-
-
-def rows(text):
-    return [{key: float(value) for key, value in row.items()}
-            for row in csv.DictReader(io.StringIO(text.decode()))]
+def answers(*arguments, stdin=b""):
+    return calling.answers(*arguments, "--quiet", stdin=stdin)
 
 
 def toKnot(p):
@@ -164,6 +137,4 @@ for words, descr in (("no fields x, y and z", "[('x','<f4'),('y','<f4'),('w','<f
     refuses(1, words, "property", volume, "--at", "-", stdin=head + struct.pack("<H", len(text)) + text + body)
 check(not os.path.exists("q.png"), "nothing half-made")
 
-for failure in failures:
-    print(failure)
-sys.exit(bool(failures))
+finish()
