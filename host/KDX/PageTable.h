@@ -35,7 +35,8 @@ struct PageBox {
 class PageTable {
 public:
     PageTable() = default;
-    PageTable(PageTable&&) = default; // which a copy's box would not follow
+    // Moved, never copied: a copy's box would point into the original.
+    PageTable(PageTable&&) = default;
     PageTable& operator=(PageTable&&) = default;
 
     /// What find() says of a place that has no number.

@@ -39,9 +39,9 @@ enum class HaloType : int {
 /// halo channel then holds no data.
 ///
 /// Without a restriction, tiles are filled when they are first read, unless HaloFilling is eager or
-/// nothing shares the source (it is no Ptr's). Such a halo channel keeps the source alive, reading
-/// a tile may throw std::bad_alloc, and values written into the source later may or may not show.
-/// All other halos are filled at once, in parallel.
+/// nothing shares the source (it is no Ptr's). Such a halo channel keeps the source alive, and
+/// reading a tile may throw std::bad_alloc. As long as it is read, nobody may write into the
+/// source, clear it or lay it out anew. All other halos are filled at once, in parallel.
 template <class Traits, class T, int, int, int, int>
 void computeHalo(const Channel<Traits, T, Traits::kVoxelsPerAxis, 0, 0>& source,
                  const Container<Traits>& container,
