@@ -36,6 +36,7 @@ auto VoxelSampler<Traits, PositionT>::operator=(const VoxelSampler& other) -> Vo
     offset = other.offset;
     offsetType = other.offsetType;
     placement = other.placement;
+    kernels = other.kernels;
     currentTile = {};
     return *this;
 }

@@ -25,7 +25,6 @@ HaloOnDemand<Traits, T>::HaloOnDemand(std::shared_ptr<const Plain> source,
     std::size_t pointers = 0, groups = 0;
     for (int depth = 0; depth <= Traits::kFinestDepth; ++depth) {
         Level& level = levels_[static_cast<std::size_t>(depth)];
-        level.tileCount = layout.level(depth).tileCount;
         level.slotCount = layout.level(depth).slotCount;
         groups += level.groupCount();
         pointers += level.slotCount + level.groupCount();
@@ -97,7 +96,7 @@ bool HaloOnDemand<Traits, T>::beginGroup(Level& level, std::size_t group) {
             return false;
         const bool isTurn =
             before == kAloneInGroup ||
-            level.filledAlone.load(std::memory_order_relaxed) >= level.tileCount / kAloneAtMost;
+            level.filledAlone.load(std::memory_order_relaxed) >= level.slotCount / kAloneAtMost;
         after = isTurn ? kBegun : static_cast<unsigned char>(before + 1);
     } while (!asked.compare_exchange_weak(before, after, std::memory_order_relaxed));
     return after == kBegun;

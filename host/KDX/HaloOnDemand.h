@@ -51,7 +51,7 @@ private:
         Place* groups = nullptr;
         Place* places = nullptr;
         std::atomic<unsigned char>* asked = nullptr; // tiles of each group; once full, no more
-        std::size_t tileCount = 0, slotCount = 0;
+        std::size_t slotCount = 0;
         std::atomic<std::size_t> filledAlone{0};
 
         std::size_t groupCount() const { return (slotCount + kGroup - 1) / kGroup; }
