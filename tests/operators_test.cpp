@@ -3,6 +3,7 @@
 #include "Kelvane/terminateMessage.h"
 #include "Ostrum/Job.h"
 #include "support/operators.h"
+#include "volume/VisitOrder.h"
 #include "volume/VoxelSamplerCubic.h"
 #include "volume/VoxelSamplerLinear.h"
 
