@@ -55,6 +55,8 @@ void TilePages<Traits>::fillPages(int depth, const std::vector<Tile>& tiles) {
             packed = of.pages.find(page);
             packedPage = page;
         }
+        if (packed == PageTable::kNone)
+            continue; // for no tile: makePages() has made a page for each
         const auto pageLevel = static_cast<int>(packed & 3U);
         const std::size_t n = cellsPerAxis(pageLevel), covered = n / cellsPerAxis(level);
         std::uint32_t* cells =
