@@ -5,6 +5,8 @@ using namespace StratumTest;
 
 namespace {
 
+constexpr std::int64_t kMostIndex = std::numeric_limits<int>::max();
+
 template <class Row>
 class GradientTest : public ::testing::Test {};
 using ScalarRows = ::testing::Types<Row<Traits<2, 4, 1>, float>, Row<Traits<2, 4, 1>, double>,
@@ -109,6 +111,32 @@ struct Worked {
     Ostrum::Ptr<Plain<Traits, float>> channel;
     Ostrum::Ptr<Halo<Traits, float>> halo;
 };
+
+template <class Traits>
+class BlockTest : public ::testing::Test {};
+TYPED_TEST_SUITE(BlockTest, AllShapes);
+
+TYPED_TEST(BlockTest, TilesOfEveryDepthBeginWhereTheyDo) {
+    using Traits = TypeParam;
+    for (int depth = 0; depth <= Traits::kFinestDepth; ++depth) {
+        const std::int64_t extent = Traits::tileExtent(depth),
+                           first = -std::min<std::int64_t>(150, Traits::tileExtent(0) / extent),
+                           last = std::min<std::int64_t>(150, (kMostIndex - extent) / extent);
+        TreeBuilder<Traits> builder;
+        builder.addBox(depth, {{static_cast<int>(first * extent), 0, 0},
+                               {static_cast<int>(last * extent), 0, 0}});
+        const auto tree = builder.build(1, VoxelOffsetType::kCorner);
+        LinearVolume<Row<Traits, double>> volume(
+            tree, [](const double3& p, int) { return p.x; }, -70);
+        std::vector<double3> positions;
+        for (std::int64_t tile = first; tile <= last; ++tile)
+            positions.push_back({static_cast<double>(tile * extent), 0, 0});
+        std::vector<double> values(positions.size());
+        volume.withHalo.sample(positions.data(), positions.size(), depth, kIndex, values.data());
+        for (std::size_t i = 0; i < values.size(); ++i)
+            ASSERT_EQ(values[i], positions[i].x) << depth;
+    }
+}
 
 TEST(WorkedLinear, CellCentredBelowATilesFirstSample) {
     using Shape = Traits<2, 4, 1>;
