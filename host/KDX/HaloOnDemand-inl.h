@@ -31,17 +31,17 @@ HaloOnDemand<Traits, T>::HaloOnDemand(std::shared_ptr<const Plain> source,
     }
     memory_ = ChannelMemory(pointers * sizeof(Place) + groups, pooled);
     auto* pointer = static_cast<Place*>(memory_.get());
-    auto* asked = reinterpret_cast<std::atomic<unsigned char>*>(pointer + pointers);
+    auto* groupUse = reinterpret_cast<std::atomic<unsigned char>*>(pointer + pointers);
     std::uninitialized_value_construct_n(pointer, pointers);
-    std::uninitialized_value_construct_n(asked, groups);
+    std::uninitialized_value_construct_n(groupUse, groups);
     for (Level& level : levels_) {
         if (level.slotCount == 0)
             continue;
         level.groups = pointer;
         level.places = pointer + level.groupCount();
-        level.asked = asked;
+        level.groupUse = groupUse;
         pointer += level.groupCount() + level.slotCount;
-        asked += level.groupCount();
+        groupUse += level.groupCount();
     }
 }
 
@@ -89,8 +89,8 @@ std::size_t HaloOnDemand<Traits, T>::memoryUsage() const {
 template <class Traits, class T>
 bool HaloOnDemand<Traits, T>::beginGroup(Level& level, std::size_t group) {
     constexpr auto kBegun = static_cast<unsigned char>(kAloneInGroup + 1);
-    std::atomic<unsigned char>& asked = level.asked[group];
-    unsigned char before = asked.load(std::memory_order_relaxed), after{};
+    std::atomic<unsigned char>& groupUse = level.groupUse[group];
+    unsigned char before = groupUse.load(std::memory_order_relaxed), after{};
     do {
         if (before == kBegun)
             return false;
@@ -98,7 +98,7 @@ bool HaloOnDemand<Traits, T>::beginGroup(Level& level, std::size_t group) {
             before == kAloneInGroup ||
             level.filledAlone.load(std::memory_order_relaxed) >= level.slotCount / kAloneAtMost;
         after = isTurn ? kBegun : static_cast<unsigned char>(before + 1);
-    } while (!asked.compare_exchange_weak(before, after, std::memory_order_relaxed));
+    } while (!groupUse.compare_exchange_weak(before, after, std::memory_order_relaxed));
     return after == kBegun;
 }
 

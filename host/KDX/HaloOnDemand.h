@@ -50,7 +50,7 @@ private:
     struct Level {
         Place* groups = nullptr;
         Place* places = nullptr;
-        std::atomic<unsigned char>* asked = nullptr; // tiles of each group; once full, no more
+        std::atomic<unsigned char>* groupUse = nullptr; // see beginGroup()
         std::size_t slotCount = 0;
         std::atomic<std::size_t> filledAlone{0};
 

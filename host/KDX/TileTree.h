@@ -1,7 +1,7 @@
 // The tiles of a tree: what container, topology and channels share.
 #pragma once
 
-#include "KDX/TilePages.h"
+#include "KDX/TilePages-inl.h"
 #include "KDX/VoxelOffsetType.h"
 
 #include <algorithm>
@@ -77,7 +77,7 @@ public:
                       const Use& use) const {
         return pages_.forEachInBox(first, count, depth, cursor, use);
     }
-    static int tilesPerPage(int depth) { return TilePages<Traits>::tilesPerPage(depth); }
+    static int tilesPerPage(int depth) { return PageGeometry<Traits>::tilesPerPage(depth); }
 
     /// Bytes held for the tree itself, without channels.
     std::size_t memoryUsage() const {
