@@ -15,9 +15,6 @@ namespace Stratum::io {
 namespace {
 
 using openvdb::GridBase;
-using UsableGrids = openvdb::TypeList<openvdb::FloatGrid, openvdb::DoubleGrid, openvdb::Int32Grid,
-                                      openvdb::Int64Grid, openvdb::Vec3SGrid, openvdb::Vec3DGrid,
-                                      openvdb::Vec3IGrid>;
 
 // How GridRegion reads the nodes of a tree.
 template <class TreeT>
@@ -68,7 +65,7 @@ struct Found {
 };
 
 bool isUsable(const GridBase& grid) {
-    return grid.apply<UsableGrids>([](const auto&) {});
+    return grid.apply<UsableVdbGrids>([](const auto&) {});
 }
 
 // Such as "level set of float".
@@ -137,7 +134,7 @@ FileGrid fileGrid(const Found& found, std::vector<std::string>& warnings) {
         warnings.push_back("grid '" + found.name +
                            "' holds 64-bit integers; beyond 2^53 they are rounded");
     FileGrid result{nullptr, originOf(*found.grid), kindOf(*found.grid)};
-    found.grid->apply<UsableGrids>([&](const auto& grid) {
+    found.grid->apply<UsableVdbGrids>([&](const auto& grid) {
         using Access = VdbAccess<typename std::decay_t<decltype(grid)>::TreeType>;
         result.grid = std::make_unique<TypedSourceGrid<Access>>(found.grid, regionOf(grid.tree()),
                                                                 found.name, placement);

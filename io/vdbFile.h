@@ -3,8 +3,9 @@
 #pragma once
 
 #include "io/FileBuffer.h"
+#include "io/VdbSkipper.h"
 #include "io/byteOrder.h"
-#include "io/quoted.h"
+#include "io/checkVdbTree.h"
 
 #include <openvdb/io/Archive.h>
 #include <openvdb/io/GridDescriptor.h>
@@ -22,6 +23,11 @@
 
 namespace Stratum::io {
 
+/// The grids whose values can be sampled.
+using UsableVdbGrids = openvdb::TypeList<openvdb::FloatGrid, openvdb::DoubleGrid,
+                                         openvdb::Int32Grid, openvdb::Int64Grid, openvdb::Vec3SGrid,
+                                         openvdb::Vec3DGrid, openvdb::Vec3IGrid>;
+
 /// Throws std::runtime_error saying why a path is none of a file that can be read.
 inline void requireRegularFile(const std::string& path) {
     const auto fail = [](const std::string& reason) { throw std::runtime_error(reason); };
@@ -34,57 +40,6 @@ inline void requireRegularFile(const std::string& path) {
     if (!std::filesystem::is_regular_file(status))
         fail("it is no regular file");
 }
-
-/// Passes over the parts of a file whose sizes it claims itself, none of which may exceed the file.
-class VdbSkipper {
-public:
-    VdbSkipper(std::istream& in, std::int64_t fileSize) : in_(in), fileSize_(fileSize) {}
-
-    void skipText() { skip(readSize()); }
-
-    /// A table of metadata: names, names of types, values.
-    void skipMetadata() {
-        for (std::uint32_t left = readSize(); left > 0; --left) {
-            skipText();
-            const std::string type = readText();
-            const std::uint32_t size = readSize();
-            // Values of a fixed size are read without a look at the size that is claimed, and what
-            // follows would be taken from the wrong place.
-            const auto known = openvdb::Metadata::isRegisteredType(type)
-                                   ? openvdb::Metadata::createMetadata(type)->size()
-                                   : 0;
-            if (known != 0 && type != "__delayedload" && known != size)
-                throw std::runtime_error("it is damaged: a value of type " +
-                                         Stratum::io::quoted(type) + " has " +
-                                         std::to_string(size) + " bytes");
-            skip(size);
-        }
-    }
-
-private:
-    std::uint32_t readSize() {
-        std::array<char, 4> bytes{};
-        in_.read(bytes.data(), bytes.size());
-        return loadAs<std::uint32_t>(bytes.data(), std::endian::little);
-    }
-    std::string readText() {
-        const auto start = in_.tellg();
-        skipText();
-        std::string text(static_cast<std::size_t>(in_.tellg() - start) - 4, '\0');
-        in_.seekg(start + std::streamoff{4});
-        in_.read(text.data(), static_cast<std::streamsize>(text.size()));
-        return text;
-    }
-    void skip(std::uint32_t size) {
-        if (size > fileSize_ - in_.tellg())
-            throw std::runtime_error("it is cut short or damaged: a text or value of " +
-                                     std::to_string(size) + " bytes is claimed");
-        in_.seekg(size, std::ios::cur);
-    }
-
-    std::istream& in_;
-    std::int64_t fileSize_;
-};
 
 /// The grids of a file. The library's own reader asks the system where it is in the file for every
 /// leaf, which costs as much as reading; this one has a buffer that knows.
@@ -99,7 +54,8 @@ public:
     explicit VdbFile(const std::string& path)
         : buffer_((requireRegularFile(path), path)), in_(&buffer_) {
         requireMagicNumber();
-        reading([&] { walk(static_cast<std::int64_t>(std::filesystem::file_size(path))); });
+        fileSize_ = static_cast<std::int64_t>(std::filesystem::file_size(path));
+        reading([&] { walk(); });
         std::ranges::stable_sort(grids_, {},
                                  [](const Entry& e) { return e.descriptor.gridName(); });
     }
@@ -159,20 +115,23 @@ private:
             throw std::runtime_error("it is no .vdb file");
     }
 
-    // The library reads on in files of versions to come, and prints a warning.
+    // The library reads on in files of versions to come, and prints a warning. Of those before 222,
+    // of 2013, the nodes are written in other ways, which checkVdbTree() does not know.
     void checkVersion() {
         std::array<char, 4> bytes{};
         in_.seekg(8); // after the magic number
         in_.read(bytes.data(), bytes.size());
         in_.seekg(0);
+        constexpr std::uint32_t kFirst = openvdb::OPENVDB_FILE_VERSION_NODE_MASK_COMPRESSION,
+                                kLast = openvdb::OPENVDB_FILE_VERSION;
         const auto version = loadAs<std::uint32_t>(bytes.data(), std::endian::little);
-        if (version > openvdb::OPENVDB_FILE_VERSION)
-            throw std::runtime_error(
-                "it is of version " + std::to_string(version) + " of the format; versions up to " +
-                std::to_string(openvdb::OPENVDB_FILE_VERSION) + " can be read");
+        if (version < kFirst || version > kLast)
+            throw std::runtime_error("it is of version " + std::to_string(version) +
+                                     " of the format; versions from " + std::to_string(kFirst) +
+                                     " to " + std::to_string(kLast) + " can be read");
     }
 
-    void walk(std::int64_t fileSize) {
+    void walk() {
         checkVersion();
         readHeader(in_);
         metadata_->setSeekable(inputHasGridOffsets());
@@ -180,17 +139,17 @@ private:
         setFormatVersion(in_);
         setLibraryVersion(in_);
         setDataCompression(in_);
-        VdbSkipper skipper(in_, fileSize);
+        VdbSkipper skipper(in_, fileSize_);
         skipper.skipMetadata();
         const int count = readGridCount(in_);
         if (!inputHasGridOffsets())
             return readAll(count, skipper);
         for (int i = 0; i < count; ++i) {
             const Descriptor grid = readDescriptor(skipper);
-            if (grid.getEndPos() > fileSize || grid.getEndPos() < 0)
+            if (grid.getEndPos() > fileSize_ || grid.getEndPos() < 0)
                 throw std::runtime_error("it is cut short: grid '" + grid.gridName() +
                                          "' would end at byte " + std::to_string(grid.getEndPos()) +
-                                         " of " + std::to_string(fileSize));
+                                         " of " + std::to_string(fileSize_));
             grid.seekToGrid(in_);
             checkGridStart(skipper);
             if (i + 1 < count)
@@ -199,16 +158,11 @@ private:
         }
     }
 
-    bool hasInstances() const {
-        return fileVersion() >= openvdb::OPENVDB_FILE_VERSION_GRID_INSTANCING;
-    }
-
     Descriptor readDescriptor(VdbSkipper& skipper) {
         const auto start = in_.tellg();
         skipper.skipText(); // its name
         skipper.skipText(); // its type
-        if (hasInstances())
-            skipper.skipText(); // the grid whose voxels it shares
+        skipper.skipText(); // the grid whose voxels it shares
         in_.seekg(start);
         Descriptor grid;
         grid.read(in_);
@@ -220,9 +174,41 @@ private:
         const auto start = in_.tellg();
         readGridCompression(in_);
         skipper.skipMetadata();
-        if (hasInstances())
-            skipper.skipText(); // the kind of its transform
+        skipper.skipText(); // the kind of its transform
         in_.seekg(start);
+    }
+
+    // Follows the tree of a grid that begins here, and goes back.
+    void checkTree(const Descriptor& descriptor) {
+        const auto start = in_.tellg();
+        readGridCompression(in_);
+        const auto compression = openvdb::io::getDataCompression(in_);
+        constexpr auto kPacked = openvdb::io::COMPRESS_ZIP | openvdb::io::COMPRESS_BLOSC;
+        const auto grid = create(descriptor);
+        grid->readMeta(in_);
+        grid->readTransform(in_);
+        VdbTreeFormat format;
+        format.omitsInactive = (compression & openvdb::io::COMPRESS_ACTIVE_MASK) != 0;
+        format.isBlosc = (compression & openvdb::io::COMPRESS_BLOSC) != 0;
+        format.repeatsMasks = !inputHasGridOffsets();
+        if (!descriptor.isInstance() && (compression & kPacked) != 0) {
+            requireValueSizes(*grid, format);
+            checkVdbTree(in_, fileSize_, format);
+        }
+        in_.seekg(start);
+    }
+
+    static void requireValueSizes(const GridBase& grid, VdbTreeFormat& format) {
+        const bool isKnown = grid.apply<UsableVdbGrids>([&](const auto& typed) {
+            using Value = typename std::decay_t<decltype(typed)>::ValueType;
+            using Half = openvdb::io::RealToHalf<Value>;
+            format.valueBytes = sizeof(Value);
+            format.runBytes = grid.saveFloatAsHalf() ? sizeof(typename Half::HalfT) : sizeof(Value);
+        });
+        if (!isKnown) // only where it would have to be passed over to find the next grid
+            throw std::runtime_error("it is written without the places of its grids, of which '" +
+                                     grid.getName() + "', of type " + grid.valueType() +
+                                     ", cannot be read");
     }
 
     // For a file that was written without the places of its grids.
@@ -231,6 +217,7 @@ private:
             const Descriptor descriptor = readDescriptor(skipper);
             checkGridStart(skipper);
             const auto grid = create(descriptor);
+            checkTree(descriptor);
             readGrid(grid, descriptor, in_);
             grids_.push_back({descriptor, grid});
         }
@@ -249,6 +236,7 @@ private:
         auto grid = create(descriptor);
         reading([&] {
             descriptor.seekToGrid(in_);
+            checkTree(descriptor);
             readGrid(grid, descriptor, in_);
         });
         return grid;
@@ -267,6 +255,7 @@ private:
     openvdb::io::StreamMetadata::Ptr metadata_ = std::make_shared<openvdb::io::StreamMetadata>();
     FileBuffer buffer_;
     std::istream in_;
+    std::int64_t fileSize_ = 0;
     std::vector<Entry> grids_;
 };
 

@@ -1,6 +1,7 @@
 #include "support/files.h"
 #include "support/operators.h"
 
+#include "io/byteOrder.h"
 #include "io/readVdb.h"
 
 #include <openvdb/io/Stream.h>
@@ -220,6 +221,63 @@ TEST(Vdb, RefusesTransformsThatTilesCannotFollow) {
               std::string::npos);
     const Volume chosen = readVdb(file.path, {.shape = TreeShape::kFive, .grid = "odd"});
     EXPECT_EQ((*sampled<float>(*chosen.object, {{2, 2, 2}}, "odd"))[0], 5);
+}
+
+// Where a run of compressed values begins, after its size: zlib streams and Blosc blocks are known
+// by their first bytes and by their sizes.
+std::vector<std::size_t> runsIn(const std::string& file, bool isBlosc) {
+    std::vector<std::size_t> runs;
+    for (std::size_t at = 8; at + 16 < file.size(); ++at) {
+        const auto claim = loadAs<std::int64_t>(&file[at - 8], std::endian::little);
+        const bool isRun =
+            isBlosc ? file[at] == 2 &&
+                          claim == loadAs<std::uint32_t>(&file[at + 12], std::endian::little)
+                    : file[at] == 0x78 && claim > 8 &&
+                          static_cast<std::size_t>(claim) < file.size() - at;
+        if (isRun)
+            runs.push_back(at);
+    }
+    return runs;
+}
+
+// OpenVDB itself would write beyond its memory.
+TEST(Vdb, RefusesRunsOfOtherSizesThanTheyShouldHave) {
+    const auto flags = openvdb::io::COMPRESS_ACTIVE_MASK;
+    const std::pair<std::uint32_t, bool> cases[] = {{openvdb::io::COMPRESS_ZIP | flags, false},
+                                                    {openvdb::io::COMPRESS_BLOSC, true}};
+    for (const auto& [compression, isBlosc] : cases)
+        for (const bool hasPlaces : {false, true}) {
+            VdbFile file;
+            const auto grid = named<openvdb::FloatGrid>(roughGrid(), "rough");
+            grid->setSaveFloatAsHalf(hasPlaces);
+            std::ofstream out(file.path, std::ios::binary);
+            openvdb::io::Stream stream(out);
+            stream.setCompression(compression);
+            stream.write(openvdb::GridPtrVec{grid});
+            out.close();
+            if (hasPlaces) {
+                openvdb::io::File places(file.path);
+                places.setCompression(compression);
+                places.write({grid});
+            }
+            const std::string good = file.get();
+            EXPECT_NO_THROW(readVdb(file.path));
+            const auto runs = runsIn(good, isBlosc);
+            ASSERT_GT(runs.size(), 20U);
+            const auto refuses = [&](std::size_t at, std::int64_t claim) {
+                std::string bad = good, bytes;
+                appendAs(bytes, claim, std::endian::little);
+                file.put(bad.replace(at - 8, 8, bytes));
+                const std::string message = failureOf([&] { readVdb(file.path); });
+                EXPECT_NE(message.find("bytes of values claims to have " + std::to_string(claim)),
+                          std::string::npos)
+                    << message;
+            };
+            for (const std::size_t at : {runs.front(), runs[runs.size() / 2], runs.back()}) {
+                refuses(at, -loadAs<std::int64_t>(&good[at - 8], std::endian::little));
+                refuses(at, std::int64_t{1} << 40);
+            }
+        }
 }
 
 TEST(Vdb, TakesNoMoreMemoryThanItMay) {
