@@ -14,11 +14,12 @@ static_assert(std::atomic<bool>::is_always_lock_free &&
 } // namespace
 
 bool isJobCancelled() {
-    const std::uint64_t question = questions.fetch_add(1) + 1;
-    const std::uint64_t cancelling = cancellingQuestion;
-    if (cancelling != 0 && question >= cancelling)
+    // Questions are counted only for who wants one of them answered with yes: loops ask for every
+    // tile, and a number that all threads write is slow.
+    const std::uint64_t cancelling = cancellingQuestion.load(std::memory_order_relaxed);
+    if (cancelling != 0 && questions.fetch_add(1) + 1 >= cancelling)
         cancelled = true;
-    return cancelled;
+    return cancelled.load(std::memory_order_relaxed);
 }
 
 void cancelJob(bool wish) noexcept {
