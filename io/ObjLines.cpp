@@ -1,6 +1,7 @@
 #include "io/ObjLines.h"
 
 #include "io/Cancelled.h"
+#include "io/parseNumber.h"
 #include "io/quoted.h"
 
 #include <algorithm>
@@ -74,13 +75,8 @@ private:
     }
 
     void checkCoordinate(std::string_view word) const {
-        std::string_view digits = word;
-        if (digits.starts_with('+') && !digits.starts_with("+-"))
-            digits.remove_prefix(1);
-        double value = 0;
-        const char* end = digits.data() + digits.size();
-        const auto [stop, error] = std::from_chars(digits.data(), end, value);
-        if (error != std::errc() || stop != end || !std::isfinite(static_cast<float>(value)))
+        const auto value = parseNumber<double>(word);
+        if (!value || !std::isfinite(static_cast<float>(*value)))
             fail(quoted(word) + " is no number of single precision");
     }
 

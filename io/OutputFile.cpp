@@ -66,6 +66,10 @@ OutputFile::OutputFile(int descriptor, std::string name)
     : name_(std::move(name)), descriptor_(descriptor), owned_(false) {}
 
 OutputFile::~OutputFile() {
+    close();
+}
+
+void OutputFile::close() noexcept {
     if (owned_ && descriptor_ >= 0)
         ::close(descriptor_);
     if (!temporary_.empty())
@@ -77,15 +81,19 @@ void OutputFile::openTemporary() {
     descriptor_ = ::mkostemp(name.data(), O_CLOEXEC);
     if (descriptor_ < 0)
         return;
-    temporary_ = name;
+    temporary_ = std::move(name);
     // A file made by mkostemp is private. It gets the mode of the file that it replaces, or of one
     // made the ordinary way.
     struct stat replaced {};
     const bool replaces = ::stat(target_.c_str(), &replaced) == 0;
     const mode_t mask = ::umask(0);
     ::umask(mask);
-    if (::fchmod(descriptor_, replaces ? replaced.st_mode & 07777 : 0666 & ~mask) != 0)
+    if (::fchmod(descriptor_, replaces ? replaced.st_mode & 07777 : 0666 & ~mask) != 0) {
+        const int reason = errno;
+        close(); // without an object there is no destructor either
+        errno = reason;
         fail();
+    }
 }
 
 void OutputFile::write(std::string_view text) {

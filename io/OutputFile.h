@@ -23,6 +23,7 @@ public:
 
 private:
     void openTemporary();
+    void close() noexcept;
     void flush();
     [[noreturn]] void fail() const;
 

@@ -1,13 +1,13 @@
 #include "io/csvPositions.h"
 
 #include "io/Cancelled.h"
+#include "io/lowerCase.h"
+#include "io/parseNumber.h"
 #include "io/quoted.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <charconv>
-#include <cmath>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -53,30 +53,12 @@ std::vector<std::string_view> split(std::string_view line) {
     }
 }
 
-// The number that is the whole field, if it is one that a float can hold.
-std::optional<float> parse(std::string_view field) {
-    if (field.starts_with('+') && !field.starts_with("+-"))
-        field.remove_prefix(1);
-    float value = 0;
-    const char* end = field.data() + field.size();
-    const auto [stop, error] = std::from_chars(field.data(), end, value);
-    if (stop != end)
-        return {};
-    if (error == std::errc())
-        return value;
-    // Too small for a float, which counts as 0, or too large.
-    double wide = 0;
-    if (std::from_chars(field.data(), end, wide).ec != std::errc() || std::abs(wide) > 1)
-        return {};
-    return static_cast<float>(wide);
-}
-
 // Names. What begins like a number is meant as one, also when it is none, and must not vanish.
 bool isHeader(const std::vector<std::string_view>& fields) {
     for (auto field : fields) {
         if (field.starts_with('"') || field.starts_with('\''))
             field.remove_prefix(1);
-        if (field.empty() || parse(field) ||
+        if (field.empty() || parseNumber<float>(field) ||
             std::string_view("0123456789+-.").find(field.front()) != std::string_view::npos)
             return false;
     }
@@ -87,8 +69,8 @@ std::string plainName(std::string_view field) {
     std::string name;
     for (const char c : field)
         if (c != '"' && c != '\'')
-            name += c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    return name;
+            name += c;
+    return lowerCase(name);
 }
 
 // Which of a line's fields are the coordinates.
@@ -153,7 +135,7 @@ Ostrum::Array<float3> readCsvPositions(std::istream& in, const std::string& sour
         std::array<float, 3> p{};
         for (std::size_t axis = 0; axis < 3; ++axis) {
             const auto field = fields[columns.places[axis]];
-            const auto value = parse(field);
+            const auto value = parseNumber<float>(field);
             if (!value)
                 fail(quoted(field) + " is not a number of single precision");
             p[axis] = *value;

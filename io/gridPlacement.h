@@ -46,6 +46,8 @@ inline GridPlacementResult placementOf(const GridTransform& transform) {
                 return {{}, "it has a rotation or a shear"};
     if (!(s > 0) || !(m[1][1] > 0) || !(m[2][2] > 0) || !std::isfinite(s))
         return {{}, "its scale is not positive"};
+    if (!std::isnormal(static_cast<float>(s))) // as which volumes have it
+        return {{}, "its scale is beyond single precision"};
     if (!(std::abs(m[1][1] - s) <= tolerance) || !(std::abs(m[2][2] - s) <= tolerance))
         return {{}, "its scale differs between the axes"};
 

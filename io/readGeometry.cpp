@@ -1,21 +1,11 @@
 #include "io/readGeometry.h"
 
+#include "io/lowerCase.h"
 #include "io/readFile.h"
 
 #include <stdexcept>
 
 namespace Stratum::io {
-
-namespace {
-
-std::string lowerCase(std::string text) {
-    for (char& c : text)
-        if (c >= 'A' && c <= 'Z')
-            c = static_cast<char>(c - 'A' + 'a');
-    return text;
-}
-
-} // namespace
 
 LoadedGeometry readGeometry(const std::string& path) {
     const std::string source = sourceName(path), bytes = readFile(path), name = lowerCase(path);

@@ -1,11 +1,11 @@
 #include "io/Cancelled.h"
 #include "io/byteOrder.h"
 #include "io/floatWidths.h"
+#include "io/parseNumber.h"
 #include "io/plyColumns.h"
 #include "io/plyFile.h"
 #include "io/quoted.h"
 
-#include <charconv>
 #include <cmath>
 #include <limits>
 #include <stdexcept>
@@ -142,21 +142,10 @@ private:
 
     template <class T>
     double parse(std::string_view word) const {
-        T value{};
-        const char* end = word.data() + word.size();
-        const bool plus = word.size() > 1 && word[0] == '+' && word[1] != '-';
-        const auto [stop, error] = std::from_chars(word.data() + plus, end, value);
-        // A decimal number below the smallest that the type holds counts as 0.
-        const bool tiny = std::is_floating_point_v<T> && error == std::errc::result_out_of_range &&
-                          isTiny(word.substr(plus));
-        if ((error != std::errc() && !tiny) || stop != end)
+        const auto value = parseNumber<T>(word);
+        if (!value)
             fail(quoted(word) + " is no number of the property's type");
-        return static_cast<double>(tiny ? T{} : value);
-    }
-
-    static bool isTiny(std::string_view word) {
-        const auto exponent = word.find_first_of("eE");
-        return exponent != std::string_view::npos && word.substr(exponent + 1).starts_with('-');
+        return static_cast<double>(*value);
     }
 
     std::string_view rest_, line_;

@@ -2,12 +2,11 @@
 #include "io/readVdb.h"
 
 #include "io/gridVolume.h"
+#include "io/lowerCase.h"
 #include "io/quoted.h"
 #include "io/returnMemory.h"
 #include "io/vdbFile.h"
 
-#include <algorithm>
-#include <cctype>
 #include <stdexcept>
 
 namespace Stratum::io {
@@ -73,11 +72,8 @@ std::string originOf(const GridBase& grid) {
     const std::string gridClass = grid.getGridClass() == openvdb::GRID_UNKNOWN
                                       ? "grid"
                                       : GridBase::gridClassToMenuName(grid.getGridClass());
-    std::string text = "a " + gridClass + " of " + grid.valueType() +
-                       (grid.saveFloatAsHalf() ? " stored in half precision" : "");
-    std::ranges::transform(text, text.begin(),
-                           [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return text;
+    return lowerCase("a " + gridClass + " of " + grid.valueType() +
+                     (grid.saveFloatAsHalf() ? " stored in half precision" : ""));
 }
 
 ChannelKind kindOf(const GridBase& grid) {

@@ -4,6 +4,7 @@
 #include "io/csvPositions.h"
 #include "io/floatWidths.h"
 #include "io/jsonText.h"
+#include "io/lowerCase.h"
 #include "io/npyFile.h"
 #include "io/plyFile.h"
 #include "io/provenanceJson.h"
@@ -136,10 +137,7 @@ SampleFormat sampleFormatNamed(const std::string& name) {
 }
 
 SampleFormat sampleFormatOf(const std::string& path) {
-    std::string lower = path;
-    std::ranges::transform(lower, lower.begin(), [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    });
+    const std::string lower = lowerCase(path);
     return lower.ends_with(".npy")    ? SampleFormat::kNpy
            : lower.ends_with(".ply")  ? SampleFormat::kPly
            : lower.ends_with(".json") ? SampleFormat::kJson

@@ -15,7 +15,7 @@ namespace {
 
 bool isAskedFor() {
     const char* value = std::getenv("MORAINE_DUMP_VERSION_INFO");
-    return value != nullptr && std::atoi(value) != 0;
+    return value != nullptr && std::strtol(value, nullptr, 10) != 0;
 }
 
 bool hasStandardError() {

@@ -12,7 +12,7 @@ template <class Traits, class T>
 StoredPlace bySearch(const Plain<Traits, T>& channel, const double3& world) {
     StoredPlace place;
     const double voxelSize = channel.tree()->voxelSize();
-    for (int depth = 0; depth <= Traits::kFinestDepth; ++depth) {
+    for (int depth = 0; depth <= channel.depth(); ++depth) {
         const auto tiles = channel.tree()->tiles(depth);
         for (std::size_t i = 0; i < tiles.size(); ++i) {
             const auto holds = [&](double p, int origin) {
@@ -29,8 +29,7 @@ StoredPlace bySearch(const Plain<Traits, T>& channel, const double3& world) {
 
 template <class Row>
 class WhereStored : public testing::Test {};
-using Shapes = testing::Types<Traits<2, 4, 1>, Traits<5, 5, 1>>;
-TYPED_TEST_SUITE(WhereStored, Shapes);
+TYPED_TEST_SUITE(WhereStored, AllShapes);
 
 TYPED_TEST(WhereStored, FindsTheTileThatASearchOfAllTilesFinds) {
     using Traits = TypeParam;
@@ -42,6 +41,11 @@ TYPED_TEST(WhereStored, FindsTheTileThatASearchOfAllTilesFinds) {
                                                return tile.holdsVoxels() && index.index % 2 == 0;
                                            });
     const auto some = builder.finish();
+    // One with data in coarse tiles alone, above which finer ones stand elsewhere and here.
+    ChannelBuilder<Traits, float> coarseBuilder(
+        tree, "coarse", 0.0F,
+        [](const auto&, const TreeIndex& index) { return index.depth < Traits::kFinestDepth; });
+    const auto coarse = coarseBuilder.finish();
     const Container<Traits> container(tree);
     auto accessor = container.tileAccessor();
     std::array<int, 2> seen{}; // without and with data
@@ -56,6 +60,8 @@ TYPED_TEST(WhereStored, FindsTheTileThatASearchOfAllTilesFinds) {
         EXPECT_EQ(place, (bySearch<Traits, double>(*some, {p.x, p.y, p.z})));
         EXPECT_EQ(whereStored(container, *everywhere, p),
                   (bySearch<Traits, float>(*everywhere, {p.x, p.y, p.z})));
+        EXPECT_EQ(whereStored(container, *coarse, p),
+                  (bySearch<Traits, float>(*coarse, {p.x, p.y, p.z})));
         ++seen[place.isStored];
     }
     for (const int times : seen)

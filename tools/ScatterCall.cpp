@@ -51,16 +51,12 @@ double expectedCount(const ScatterMeasure& measure, const GenerateLocationOption
     return capped ? std::min(count, static_cast<double>(options.max_number)) : count;
 }
 
-// A system may promise more than it has, and end programs that take it at its word.
 void requireMemoryFor(const ScatterMeasure& measure, const GenerateLocationOptions& options) {
     const double count = expectedCount(measure, options);
     // What a mask leaves of them is a copy; a table of them has up to 13 columns.
     constexpr double kTable = 13 * sizeof(float);
-    const double bytes = count * (sizeof(GeoLocation) * (options.use_mask ? 2 : 1) + kTable);
-    if (bytes > availableMemory())
-        throw std::runtime_error("out of memory: " + io::jsonNumber(count) + " locations take " +
-                                 gigabytes(bytes) + ", and " + gigabytes(availableMemory()) +
-                                 " are to be had");
+    requireMemory(count * (sizeof(GeoLocation) * (options.use_mask ? 2 : 1) + kTable),
+                  io::jsonNumber(count) + " locations");
 }
 
 // What a count asks for at least, also of a geometry that can have none.

@@ -5,6 +5,7 @@
 #include "Vantor/Volume.h"
 #include "io/formulaGeometry.h"
 #include "io/formulaVolume.h"
+#include "io/lowerCase.h"
 #include "loadGeometry.h"
 
 #include <algorithm>
@@ -33,11 +34,8 @@ bool isVolumeFile(const std::string& file) {
         throw std::runtime_error("there is no geometry 'formula:" + name + "'; there are: " +
                                  io::formulaGeometryNames() + ", " + io::formulaNames());
     }
-    std::string extension = file.substr(std::min(file.rfind('.'), file.size()));
-    std::ranges::transform(extension, extension.begin(), [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    });
-    return extension == ".vdb" || extension == ".nvdb";
+    const std::string name = io::lowerCase(file);
+    return name.ends_with(".vdb") || name.ends_with(".nvdb");
 }
 
 // A name that is none would leave all locations as if there were no mask.

@@ -5,6 +5,7 @@
 #include "io/Cancelled.h"
 #include "io/coarsen.h"
 #include "io/formulaVolume.h"
+#include "io/lowerCase.h"
 #include "io/readNvdb.h"
 #include "io/readVdb.h"
 #include "memory.h"
@@ -39,8 +40,8 @@ io::Volume readVolume(const CommonOptions& options) {
     }
     const io::VdbOptions wanted{
         .shape = shape, .grid = options.grid, .mostBytes = availableMemory()};
-    return options.file.ends_with(".nvdb") ? io::readNvdb(options.file, wanted)
-                                           : io::readVdb(options.file, wanted);
+    return io::lowerCase(options.file).ends_with(".nvdb") ? io::readNvdb(options.file, wanted)
+                                                          : io::readVdb(options.file, wanted);
 }
 
 void printTimers() {
@@ -153,6 +154,13 @@ void refuseReplacing(const std::string& output, const std::vector<std::string>& 
             std::filesystem::equivalent(output, input, ignored))
             throw std::runtime_error("'" + output +
                                      "' is what is read; choose another file to write");
+}
+
+std::filesystem::path fileIdentity(const std::string& file) {
+    std::error_code error;
+    const auto absolute = std::filesystem::absolute(file, error);
+    const auto path = error ? absolute : std::filesystem::weakly_canonical(absolute, error);
+    return error ? std::filesystem::path(file) : path;
 }
 
 std::string displayName(const std::string& file) {

@@ -8,6 +8,7 @@
 #include <CLI/App.hpp>
 #include <oneapi/tbb/global_control.h>
 
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
@@ -61,6 +62,9 @@ std::string formulaName(const std::string& file);
 /// Reads or makes the volume that FILE names, coarsens it where --tolerance asks for that, and
 /// passes its warnings on.
 io::Volume loadVolume(const CommonOptions& options);
+
+/// One path for all names of a file, whether it exists or not.
+std::filesystem::path fileIdentity(const std::string& file);
 
 /// Throws when writing `output` would replace one of the files that results are made from.
 void refuseReplacing(const std::string& output, const std::vector<std::string>& inputs);

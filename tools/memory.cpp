@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <fstream>
 #include <limits>
+#include <stdexcept>
 
 namespace Stratum::tools {
 
@@ -30,16 +31,23 @@ double groupLimit() {
     return in >> bytes ? bytes : kUnknown;
 }
 
+std::string gigabytes(double bytes) {
+    std::array<char, 64> text{};
+    std::snprintf(text.data(), text.size(), "%.3g GB", bytes / 1e9);
+    return text.data();
+}
+
 } // namespace
 
 double availableMemory() {
     return std::min(freeMemory(), groupLimit());
 }
 
-std::string gigabytes(double bytes) {
-    std::array<char, 64> text{};
-    std::snprintf(text.data(), text.size(), "%.3g GB", bytes / 1e9);
-    return text.data();
+void requireMemory(double bytes, const std::string& what) {
+    const double available = availableMemory();
+    if (bytes > available)
+        throw std::runtime_error("out of memory: " + what + " take " + gigabytes(bytes) + ", and " +
+                                 gigabytes(available) + " are to be had");
 }
 
 } // namespace Stratum::tools

@@ -9,7 +9,8 @@ namespace Stratum::tools {
 /// the system does not tell.
 double availableMemory();
 
-/// Such as "1.5 GB".
-std::string gigabytes(double bytes);
+/// Throws std::runtime_error when `what`, such as "5 locations", takes more bytes than are to be
+/// had: a system may promise more than it has, and end programs that take it at its word.
+void requireMemory(double bytes, const std::string& what);
 
 } // namespace Stratum::tools

@@ -9,6 +9,7 @@
 #include "io/Cancelled.h"
 #include "io/jsonText.h"
 #include "io/sampleFiles.h"
+#include "memory.h"
 #include "ops/sample_volume.h"
 #include "tableOptions.h"
 
@@ -37,6 +38,8 @@ struct SampleOptions : TableOptions {
 Positions randomPositions(const WorldBounds& bounds, std::uint64_t count, std::uint64_t seed) {
     if (bounds.empty())
         throw std::runtime_error("the channel holds no data to choose random positions in");
+    requireMemory(static_cast<double>(count) * sizeof(float3),
+                  std::to_string(count) + " positions");
     Positions positions(count);
     for (std::uint64_t i = 0; i < count; ++i) {
         const auto between = [&](std::uint64_t axis, double lower, double upper) {

@@ -78,7 +78,7 @@ void checkOptions(const ScatterOptions& options) {
                                                "report is what --json gives");
     refuseReplacing(target, {options.common.file});
     refuseReplacing(options.picture.file, {options.common.file});
-    if (!options.picture.file.empty() && options.picture.file == target)
+    if (!options.picture.file.empty() && fileIdentity(options.picture.file) == fileIdentity(target))
         throw CLI::ValidationError("--png", "the picture and the locations need two files");
 }
 

@@ -1,9 +1,10 @@
 #include "slicePlane.h"
 
-#include "io/jsonText.h"
+#include "KDX/whereStored.h"
 
 #include "channels.h"
 #include "io/Cancelled.h"
+#include "io/jsonText.h"
 #include "io/niceSteps.h"
 #include "ops/sample_volume.h"
 
@@ -157,19 +158,11 @@ void noteDepths(io::SlicePicture& picture, const PlainChannel<Shape, T>& channel
                 const Ostrum::Array<float3>& positions) {
     const KDX::TileTree3D::Container<Shape> container(channel.tree());
     auto accessor = container.tileAccessor();
-    const float worldToVoxel = 1 / container.voxelSize();
     picture.depths.assign(positions.size(), -1);
-    for (std::size_t i = 0; i < positions.size(); ++i) {
-        const float3 p = positions[i] * worldToVoxel;
-        const auto isIndex = [](float v) { return v >= -0x1p31F && v < 0x1p31F; };
-        if (!isIndex(p.x) || !isIndex(p.y) || !isIndex(p.z))
-            continue;
-        const int3 ijk{static_cast<int>(std::floor(p.x)), static_cast<int>(std::floor(p.y)),
-                       static_cast<int>(std::floor(p.z))};
-        const auto found = accessor.tileImpl(ijk, channel.depth());
-        if (found && channel.tileData(found.treeIndex()))
-            picture.depths[i] = found.depth();
-    }
+    for (std::size_t i = 0; i < positions.size(); ++i)
+        if (const auto place = whereStored(accessor, container, channel, positions[i]);
+            place.isStored)
+            picture.depths[i] = place.depth;
 }
 
 std::string describe(const Plane& plane, const io::SlicePicture& picture) {

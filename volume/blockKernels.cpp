@@ -19,8 +19,8 @@ namespace {
 
 [[maybe_unused]] int widthAllowed() {
     const char* const wish = std::getenv("STRATUM_KERNEL_WIDTH");
-    const int bits = wish ? std::atoi(wish) : 0;
-    return bits > 0 ? bits : 512;
+    const long bits = wish ? std::strtol(wish, nullptr, 10) : 0;
+    return bits > 0 && bits < 512 ? static_cast<int>(bits) : 512;
 }
 
 template <class S>

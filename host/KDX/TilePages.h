@@ -24,7 +24,7 @@ class TilePages {
     using Geometry = PageGeometry<Traits>;
 
 public:
-    /// Tiles per depth that an entry can name.
+    /// An entry can name one of 2^kIndexBits tiles of a depth.
     static constexpr std::uint32_t kIndexBits = 30;
 
     using Tile = TileTree3D::Tile<Traits, Traits::kChildCount>;

@@ -35,8 +35,8 @@ enum class HaloType : int {
 ///
 /// A constant field stays constant throughout. The last two arguments restrict the depths that are
 /// filled, -1 standing for no restriction; tiles outside keep the default. Throws
-/// std::invalid_argument when the source has no tree, std::bad_alloc when memory runs out, and the
-/// halo channel then holds no data.
+/// std::invalid_argument when the source has no tree or another one than the container,
+/// std::bad_alloc when memory runs out, and the halo channel then holds no data.
 ///
 /// Without a restriction, tiles are filled when they are first read, unless HaloFilling is eager or
 /// nothing shares the source (it is no Ptr's). Such a halo channel keeps the source alive, and

@@ -8,7 +8,8 @@
 
 namespace KDX::TileTree3D {
 
-/// What answers at a place: the deepest tile that holds it, which values are interpolated in.
+/// What answers at a place: the deepest tile that holds it and is no finer than the channel's data,
+/// which values are interpolated in.
 struct StoredPlace {
     int depth = -1;        ///< of that tile; -1 where there is none
     bool isStored = false; ///< whether the tile holds data of the channel
@@ -38,7 +39,7 @@ StoredPlace whereStored(typename Container<Traits>::ConstTileAccessor& accessor,
     int3 ijk;
     if (!toIndex(world.x, ijk.x) || !toIndex(world.y, ijk.y) || !toIndex(world.z, ijk.z))
         return {};
-    const auto tile = accessor.tileImpl(ijk, Traits::kFinestDepth);
+    const auto tile = accessor.tileImpl(ijk, channel.depth());
     if (!tile)
         return {};
     return {tile.depth(), static_cast<bool>(channel.tileData(tile.treeIndex()))};

@@ -8,7 +8,7 @@ write = sys.argv[2]
 
 
 def warnings(*index, options=()):
-    subprocess.run([write, "far.vdb", *map(str, index)], check=True)
+    subprocess.run([write, "far.vdb", *map(str, index), "1", "density"], check=True)
     code, out, err = run("info", "far.vdb", *options)
     assert code == 0 and b"density" in out, (code, out)
     return err

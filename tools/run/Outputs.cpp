@@ -1,10 +1,10 @@
 #include "run/Outputs.h"
 
+#include "commonOptions.h"
 #include "io/OutputFile.h"
 #include "io/sampleFiles.h"
 #include "run/writeJson.h"
 
-#include <filesystem>
 #include <map>
 #include <memory>
 #include <set>
@@ -14,13 +14,6 @@ namespace Stratum::tools::graph {
 namespace {
 
 using Vantor::Math::float3;
-
-// One path for all names of a file, whether it exists or not.
-std::filesystem::path identity(const std::string& file) {
-    std::error_code error;
-    auto path = std::filesystem::weakly_canonical(std::filesystem::absolute(file), error);
-    return error ? std::filesystem::path(file) : path;
-}
 
 bool isCsv(const std::string& file) {
     return file.ends_with(".csv");
@@ -82,7 +75,7 @@ void Outputs::refuseSameFiles() const {
     for (const Wish& wish : wishes_) {
         if (wish.file.empty())
             continue;
-        const auto [first, isNew] = taken.emplace(identity(wish.file), wish.place->path());
+        const auto [first, isNew] = taken.emplace(fileIdentity(wish.file), wish.place->path());
         if (!isNew)
             wish.place->at("file").fail("this file is written by " + first->second + " already");
     }
@@ -92,12 +85,12 @@ void Outputs::refuseReplacing(const std::vector<std::string>& others) const {
     std::set<std::filesystem::path> taken;
     for (const auto& other : others)
         if (other != "-")
-            taken.insert(identity(other));
+            taken.insert(fileIdentity(other));
     for (const auto& [name, node] : nodes_.record())
         if (const Json* file = node.find("file"); file && file->isText() && !file->text().empty())
-            taken.insert(identity(graph_.inputs().fileName(*file)));
+            taken.insert(fileIdentity(graph_.inputs().fileName(*file)));
     for (const Wish& wish : wishes_)
-        if (!wish.file.empty() && taken.contains(identity(wish.file)))
+        if (!wish.file.empty() && taken.contains(fileIdentity(wish.file)))
             wish.place->at("file").fail("this file is another input or output of the run");
 }
 

@@ -1,0 +1,36 @@
+"""Runs the command lines that the pages show, on small files of the names that they have there."""
+import pathlib
+import re
+import subprocess
+import sys
+
+from calling import check, finish, tool
+
+write, root = sys.argv[2], pathlib.Path(sys.argv[3])
+for name, *cube in (("smoke.vdb", -8, -8, -8, 16, "density", "heat"),
+                    ("small.vdb", 0, 0, 0, 12, "density"), ("rock.vdb", 0, 0, 0, 12, "distance")):
+    subprocess.run([write, name, *map(str, cube)], check=True)
+
+corners = ((0, 0, 0), (4, 0, 0), (0, 4, 0), (0, 0, 4))
+vertices = "".join(f"{x} {y} {z} {0.2 * (x + y)}\n" for x, y, z in corners)
+header = "".join(f"property float {name}\n" for name in ("x", "y", "z", "moss"))
+for name, faces in (("points.ply", ()), ("rock.ply", ((0, 2, 1), (0, 1, 3), (0, 3, 2), (1, 2, 3)))):
+    pathlib.Path(name).write_text(
+        f"ply\nformat ascii 1.0\nelement vertex 4\n{header}element face {len(faces)}\n"
+        f"property list uchar int vertex_indices\nend_header\n{vertices}"
+        + "".join("3 {} {} {}\n".format(*face) for face in faces))
+pathlib.Path("hair.obj").write_text("".join(f"v {x} {y} {z}\n" for x, y, z in corners) + "l 1 2 3 4\n")
+pathlib.Path("points.csv").write_text("x,y,z\n0.5,1,2\n-3,0,7.25\n")
+graphs = re.findall(r"^```json\n(.*?)^```", (root / "docs/graph.md").read_text(), re.S | re.M)
+pathlib.Path("graph.json").write_text(graphs[0])
+
+lines = [line for page in (root / "README.md", *sorted((root / "docs").glob("*.md")))
+         for line in re.findall(r"^ {4}(stratum .*)", page.read_text(), re.M)]
+check(len(lines) > 15, "command lines")
+for line in lines:
+    done = subprocess.run(["bash", "-o", "pipefail", "-c", f'stratum() {{ "{tool}" "$@"; }}; {line}'],
+                          capture_output=True, text=True, timeout=300)
+    check(done.returncode == 0, f"{line}: {done.returncode} {done.stderr}")
+    written = re.search(r"(?:-o|--png|>) ([\w.]+)", line)
+    check(pathlib.Path(written[1]).exists() if written else done.stdout, f"{line}: nothing written")
+finish()
