@@ -11,7 +11,7 @@ struct Cancelled : std::runtime_error {
     Cancelled() : std::runtime_error("interrupted") {}
 };
 
-inline void throwIfCancelled() {
+inline void throwIfInterrupted() {
     if (Ostrum::isJobCancelled())
         throw Cancelled();
 }

@@ -31,7 +31,7 @@ template <class Number, class EndRow>
 void forEachRow(const ColumnTable& table, const Number& number, const EndRow& endRow) {
     for (std::size_t row = 0; row < table.rows(); ++row) {
         if (row % 4096 == 0)
-            throwIfCancelled();
+            throwIfInterrupted();
         for (const auto& column : table.columns())
             std::visit([&](const auto& cells) { number(cells[row]); }, column.cells);
         endRow();

@@ -24,7 +24,7 @@ public:
     ObjLines read() {
         while (!rest_.empty()) {
             if (number_ % 4096 == 0)
-                throwIfCancelled();
+                throwIfInterrupted();
             ++number_;
             const auto end = std::min(rest_.find('\n'), rest_.size());
             line_ = rest_.substr(0, end);

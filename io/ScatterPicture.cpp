@@ -93,20 +93,20 @@ private:
         places.reserve(picture_.vertices.size());
         for (const float3& p : picture_.vertices)
             places.push_back(view_(p));
-        throwIfCancelled();
+        throwIfInterrupted();
         std::size_t done = 0;
         for (const auto& [a, b, c] : picture_.triangles) {
             const std::array<OrthographicView::Place, 3> corners{places[a], places[b], places[c]};
             raster_.triangle(corners, surfaceColour(corners, view_.pixelsPerUnit()));
             if (++done % 65536 == 0)
-                throwIfCancelled();
+                throwIfInterrupted();
         }
         for (const auto& [a, b] : picture_.segments)
             raster_.segment(places[a], places[b], 0.6 * kFiner, {0.72, 0.73, 0.75});
         if (picture_.triangles.empty() && picture_.segments.empty())
             for (const auto& place : places)
                 raster_.ball(place, 0.6 * kFiner, 0, {0.8, 0.8, 0.82});
-        throwIfCancelled();
+        throwIfInterrupted();
     }
 
     float valueOf(std::size_t i) const {
@@ -126,7 +126,7 @@ private:
             raster_.ball(view_(picture_.points[i]), radius_, lift,
                          pointColour(isDepth ? 1 - t : t));
             if (i % 65536 == 0)
-                throwIfCancelled();
+                throwIfInterrupted();
         }
     }
 

@@ -143,7 +143,7 @@ private:
                 return;
             this->template fillTile<Shape>(tile, values, leaves);
         });
-        throwIfCancelled();
+        throwIfInterrupted();
         const auto channel = builder.finish();
         for (const auto& channelName : names)
             Vantor::Geometry::addChannel(object, channel, channelName);

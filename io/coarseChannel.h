@@ -106,7 +106,7 @@ public:
                 std::ranges::copy(fieldValues(voxels, tile.tijk(), index.depth, 0, W - 1),
                                   values.begin());
         });
-        throwIfCancelled();
+        throwIfInterrupted();
         channel_ = builder.finish();
     }
 

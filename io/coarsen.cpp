@@ -73,7 +73,7 @@ private:
                     if (!Ostrum::isJobCancelled())
                         plan(depth).replaces[i] = canReplace(tiles[i], depth, i);
             });
-            throwIfCancelled();
+            throwIfInterrupted();
         }
     }
 
@@ -129,7 +129,7 @@ private:
         if (box_.min.x <= box_.max.x)
             builder.addRefined(box_,
                                [this](const int3& tijk, int depth) { return wish(tijk, depth); });
-        throwIfCancelled();
+        throwIfInterrupted();
         return builder.build(source_->voxelSize(), source_->offsetType());
     }
 
@@ -158,7 +158,7 @@ private:
                     if (tiles[i].holdsVoxels() && !Ostrum::isJobCancelled())
                         misfits[i] = !fits(tree, {static_cast<std::int64_t>(i), depth});
             });
-            throwIfCancelled();
+            throwIfInterrupted();
             for (std::size_t i = 0; i < tiles.size(); ++i)
                 if (misfits[i] != 0) {
                     refineAround(tree, tiles[i].tijk(), depth);

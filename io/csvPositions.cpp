@@ -109,7 +109,7 @@ Ostrum::Array<float3> readCsvPositions(std::istream& in, const std::string& sour
     bool headerAllowed = true;
     Columns columns;
     for (std::size_t number = 1; std::getline(in, text); ++number) {
-        throwIfCancelled();
+        throwIfInterrupted();
         std::string_view line = text;
         if (number == 1 && line.starts_with("\xEF\xBB\xBF")) // the mark some editors put first
             line.remove_prefix(3);
@@ -142,7 +142,7 @@ Ostrum::Array<float3> readCsvPositions(std::istream& in, const std::string& sour
         }
         positions.push_back({p[0], p[1], p[2]});
     }
-    throwIfCancelled();
+    throwIfInterrupted();
     if (in.bad())
         throw std::runtime_error("cannot read '" + source + "' to its end");
     return positions;

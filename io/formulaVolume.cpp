@@ -85,7 +85,7 @@ makeChannel(const Ostrum::Ptr<const TileTree<Traits>>& tree, const Field& field,
             values[flat] = value(local, index * voxelSize);
         });
     });
-    throwIfCancelled();
+    throwIfInterrupted();
     return builder.finish();
 }
 

@@ -45,7 +45,7 @@ public:
                 budget_.add(kTileBytes + (wish.holdsVoxels ? valueBytes(tijk, depth) : 0));
                 return wish;
             });
-        throwIfCancelled();
+        throwIfInterrupted();
         budget_.check();
         const auto& placement = grids_.front().grid->placement;
         return builder.build(static_cast<float>(placement.voxelSize), placement.offsetType);

@@ -309,7 +309,7 @@ void writeNpyValues(OutputFile& out, const SampleTable& table) {
     std::string row;
     for (std::size_t i = 0; i < table.size(); ++i) {
         if (i % 4096 == 0)
-            throwIfCancelled();
+            throwIfInterrupted();
         row.clear();
         table.forEachComponent(
             i, [&](auto component) { appendAs(row, component, std::endian::little); });

@@ -48,7 +48,7 @@ std::string readFile(const std::string& path) {
     std::string bytes;
     for (;;) {
         const ssize_t count = ::read(in.number, block.get(), kBlock);
-        throwIfCancelled();
+        throwIfInterrupted();
         if (count < 0 && errno != EINTR)
             fail(path, std::strerror(errno));
         if (count == 0)

@@ -194,7 +194,7 @@ Volume readChecked(const std::string& file, const VdbOptions& options) {
         (names += names.empty() ? "" : ", ") += found.name;
         if (!options.grid.empty() && options.grid != found.name)
             continue;
-        throwIfCancelled();
+        throwIfInterrupted();
         if (withValueType(found.type, [](auto) {}))
             grids.push_back(fileGrid(found, warnings));
         else

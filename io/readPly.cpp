@@ -179,7 +179,7 @@ void readElements(Numbers& numbers, const PlyElement& element,
                   const std::vector<PlyColumn*>& columns) {
     for (std::uint64_t i = 0; i < element.count; ++i) {
         if (i % 4096 == 0)
-            throwIfCancelled();
+            throwIfInterrupted();
         numbers.beginElement(element, i);
         for (std::size_t p = 0; p < element.properties.size(); ++p) {
             const PlyProperty& property = element.properties[p];

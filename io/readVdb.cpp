@@ -117,7 +117,7 @@ std::vector<Found> readGrids(const std::string& path, const VdbOptions& options,
                                header->valueType() + " cannot be sampled");
             continue;
         }
-        throwIfCancelled();
+        throwIfInterrupted();
         found.push_back({name, file.grid(i)});
     }
     requireGrids(options.grid, unique, !found.empty(), names);

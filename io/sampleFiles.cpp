@@ -91,7 +91,7 @@ void writeCsv(OutputFile& out, const SampleTable& table, const Provenance& prove
     };
     for (std::size_t i = 0; i < table.size(); ++i) {
         if (i % 4096 == 0)
-            throwIfCancelled();
+            throwIfInterrupted();
         line.clear();
         for (const float coordinate : Vantor::Math::toComponents(table.positions[i]))
             add(coordinate);
@@ -112,7 +112,7 @@ void writeJson(OutputFile& out, const SampleTable& table, const Provenance& prov
     out.write(text);
     for (std::size_t i = 0; i < table.size(); ++i) {
         if (i % 4096 == 0)
-            throwIfCancelled();
+            throwIfInterrupted();
         text = i == 0 ? "\n  [" : ",\n  [";
         for (const float coordinate : Vantor::Math::toComponents(table.positions[i]))
             text += jsonNumber(coordinate) + ", ";

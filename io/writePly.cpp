@@ -41,7 +41,7 @@ void writePlyValues(OutputFile& out, PlyEncoding encoding, const SampleTable& ta
     };
     for (std::size_t i = 0; i < table.size(); ++i) {
         if (i % 4096 == 0)
-            throwIfCancelled();
+            throwIfInterrupted();
         row.clear();
         for (const float coordinate : Vantor::Math::toComponents(table.positions[i]))
             add(coordinate);

@@ -30,7 +30,6 @@ struct PropertySampling {
     const Ostrum::Array<GeoLocation>& locations;
     const Ostrum::String& property;
     const T& defaultValue;
-    VantorExp::SampleMethod method;
     Ostrum::Array<T> values;
     Ostrum::Array<bool> valid;
 

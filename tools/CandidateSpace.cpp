@@ -35,7 +35,7 @@ public:
 
     CandidateSpace measure() {
         for (int depth = 0; depth <= values_.depth(); ++depth) {
-            io::throwIfCancelled();
+            io::throwIfInterrupted();
             const auto tiles = values_.tree()->tiles(depth);
             for (std::size_t i = 0; i < tiles.size(); ++i)
                 add(tiles[i], {static_cast<std::int64_t>(i), depth});

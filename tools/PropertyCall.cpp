@@ -33,7 +33,7 @@ PropertyValues<T> sampleProperty(const Vantor::Object& object, const Locations& 
                                                    VantorExp::SampleMethod{}, result.values,
                                                    result.valid);
     } catch (const std::exception&) {
-        io::throwIfCancelled();
+        io::throwIfInterrupted();
         throw;
     }
     return result;

@@ -34,7 +34,7 @@ Results::Results(const std::string& path)
                                   : io::OutputFile(path)) {}
 
 void Results::commit() {
-    io::throwIfCancelled();
+    io::throwIfInterrupted();
     out_.commit();
 }
 

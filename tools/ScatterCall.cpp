@@ -36,7 +36,7 @@ Ostrum::Ptr<Locations> callOperator(const Ostrum::Ptr<Vantor::Object>& geometry,
             o.use_max_number, o.max_number, o.use_mask, o.mask_property, o.invert_mask, locations,
             services);
     } catch (const std::exception&) {
-        io::throwIfCancelled();
+        io::throwIfInterrupted();
         throw;
     }
     return locations;

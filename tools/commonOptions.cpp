@@ -143,7 +143,7 @@ io::Volume loadVolume(const CommonOptions& options) {
     if (!options.quiet)
         for (const auto& warning : volume.warnings)
             warn(warning);
-    io::throwIfCancelled();
+    io::throwIfInterrupted();
     return volume;
 }
 

@@ -148,7 +148,7 @@ void runDemo(const DemoOptions& options) {
     start = Clock::now();
     Geometry::Query::sample_volume(*volume.object, positions, 0.0F, "density",
                                    samplerNamed(options.sampler), values);
-    io::throwIfCancelled();
+    io::throwIfInterrupted();
     const double sampleSeconds = secondsSince(start);
     const Errors errors = errorsOf(field, positions, *values);
 

@@ -16,7 +16,7 @@ io::LoadedGeometry loadGeometry(const CommonOptions& options) {
     if (!options.quiet)
         for (const auto& warning : geometry.warnings)
             warn(warning);
-    io::throwIfCancelled();
+    io::throwIfInterrupted();
     return geometry;
 }
 

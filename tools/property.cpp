@@ -45,7 +45,7 @@ Locations readLocations(const PropertyOptions& options) {
         locations[i].kind = Vantor::Geometry::Common::kVolume;
         locations[i].weights = {positions[i].x, positions[i].y, positions[i].z, 0};
     }
-    io::throwIfCancelled();
+    io::throwIfInterrupted();
     return locations;
 }
 

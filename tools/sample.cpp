@@ -63,7 +63,7 @@ Positions positionsFor(const SampleOptions& options, const WorldBounds& bounds) 
 template <class T>
 void writeValues(const SampleOptions& options, const char* column, const Positions& positions,
                  const Ostrum::Ptr<Ostrum::Array<T>>& values) {
-    io::throwIfCancelled();
+    io::throwIfInterrupted();
     const Kelvane::Logger::timer timer("write samples");
     const auto format = outputFormat(options, options.common.json);
     io::Provenance provenance = options.provenance;
@@ -111,7 +111,7 @@ template <class T>
 void sampleAs(const SampleOptions& options, const Vantor::Object& object,
               const WorldBounds& bounds) {
     const Positions positions = positionsFor(options, bounds);
-    io::throwIfCancelled();
+    io::throwIfInterrupted();
     if (options.gradient)
         sampleGradients<T>(options, object, positions);
     else

@@ -102,7 +102,7 @@ std::vector<float> shownValues(const io::Volume& volume, const std::string& chan
     requireChannel(volume, channel, [&]<class Shape, class T>(const PlainChannel<Shape, T>&) {
         Ostrum::Ptr<Ostrum::Array<T>> values;
         Geometry::Query::sample_volume(*volume.object, positions, T{}, channel, sampler, values);
-        io::throwIfCancelled();
+        io::throwIfInterrupted();
         std::ranges::transform(*values, shown.begin(), shownValue<T>);
     });
     return shown;

@@ -106,7 +106,7 @@ void Graph::failWithCycle(const std::map<std::string, std::size_t>& waiting) con
 void Graph::evaluate(const std::function<void(const std::string& node)>& begin) {
     for (const auto& name : order_) {
         const Json& json = *nodes_.at(name).json;
-        io::throwIfCancelled();
+        io::throwIfInterrupted();
         begin(name);
         outcomes_[name] = std::make_unique<const Outcome>(nodeType(json).evaluate(json, inputs_));
     }

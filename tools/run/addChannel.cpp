@@ -143,7 +143,7 @@ void addChannel(const Json& json, const Inputs& inputs,
         if (const Json* fills = json.find("fill"))
             for (const Json& one : fills->list()) {
                 fill<Traits, T>(one, inputs, *tree, builder);
-                io::throwIfCancelled();
+                io::throwIfInterrupted();
             }
         Vantor::Geometry::addChannel(object, builder.finish());
     });

@@ -81,7 +81,7 @@ Timers timersSince(const Timers& before) {
 
 Report callOperator(const Json& node, const OperatorCall& call) {
     const CallSettings settings = readCallSettings(node);
-    io::throwIfCancelled();
+    io::throwIfInterrupted();
     Report report;
     Ostrum::RuntimeServices services(
         std::numeric_limits<int>::max(), [&](int level, const Ostrum::String& message) {
@@ -102,7 +102,7 @@ Report callOperator(const Json& node, const OperatorCall& call) {
     for (const auto& name : Kelvane::takeTerminateMessages())
         report.terminated.push_back(name.str());
     report.timers = timersSince(timersBefore);
-    io::throwIfCancelled();
+    io::throwIfInterrupted();
     return report;
 }
 

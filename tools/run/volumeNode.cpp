@@ -29,7 +29,7 @@ Ostrum::Ptr<const TileTree<Traits>> readTree(const Json& json, float voxelSize,
         if (count > kMostTiles)
             tiles.fail("too many tiles; a graph's tree may have up to 4194304");
         const Json* holds = tiles.find("holds_voxels");
-        io::throwIfCancelled();
+        io::throwIfInterrupted();
         builder.addBox(selection.depth, selection.box, !holds || holds->boolean());
     }
     return builder.build(voxelSize, offsetType);
@@ -57,7 +57,7 @@ void addTree(const Json& json, const Inputs& inputs, Vantor::Object& object) {
                                                                 : voxelOffset(offsetType)));
     }
     for (const Json& channel : json.at("channels").list()) {
-        io::throwIfCancelled();
+        io::throwIfInterrupted();
         addChannel<Traits>(channel, inputs, tree, object);
     }
 }
