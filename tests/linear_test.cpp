@@ -138,6 +138,35 @@ TYPED_TEST(BlockTest, TilesOfEveryDepthBeginWhereTheyDo) {
     }
 }
 
+TYPED_TEST(BlockTest, CopiesStandOnTheirOwn) {
+    using Volume = LinearVolume<Row<TypeParam, float>>;
+    const auto tree = build<TypeParam>({.type = VoxelOffsetType::kCorner});
+    const auto field = noise(9);
+    const Volume volume(tree, field, -70);
+    Volume sibling(tree, noise(10), -70); // whose tiles have the same handles
+    TreeBuilder<TypeParam> builder;
+    builder.addBox(TypeParam::kFinestDepth, {{-21, -21, -21}, {20, 20, 20}});
+    Volume other(builder.build(1, VoxelOffsetType::kCorner), field, -71);
+    for (const auto* made : {&volume.plain, &volume.withHalo}) {
+        auto original = std::make_unique<typename Volume::Sampler>(*made);
+        auto assigned = volume.plain;
+        for (std::uint64_t i = 0; i < 60; ++i) {
+            const auto p = toPosition<float3>(randomPosition(i, 20));
+            const float expected = original->sample(p);
+            auto copy = *original;
+            assigned = other.plain;
+            ASSERT_EQ(assigned.sample(p), other.withHalo.sample(p));
+            assigned = sibling.plain;
+            ASSERT_EQ(assigned.sample(p), sibling.withHalo.sample(p));
+            assigned = *original;
+            ASSERT_EQ(copy.sample(p), expected);
+            original = std::make_unique<typename Volume::Sampler>(copy);
+            ASSERT_EQ(assigned.sample(p), expected);
+            ASSERT_EQ(original->sample(p), expected);
+        }
+    }
+}
+
 TEST(WorkedLinear, CellCentredBelowATilesFirstSample) {
     using Shape = Traits<2, 4, 1>;
     TreeBuilder<Shape> builder;
