@@ -1,7 +1,6 @@
 // The host's small parts: arrays, pointers, memory, jobs, diagnostics, objects.
 #include "Kelvane/Logger.h"
 #include "Ostrum/Array.h"
-#include "Ostrum/Job.h"
 #include "Ostrum/RuntimeServices.h"
 #include "Vantor/Geometry.h"
 #include "Vantor/Object.h"

@@ -1,6 +1,8 @@
 // The linear sampler's gradient, and values worked out by hand.
 #include "support/linear.h"
 
+#include <memory>
+
 using namespace StratumTest;
 
 namespace {
