@@ -4,8 +4,10 @@
 #include "KDX/ChannelPool.h"
 #include "KDX/TileArena.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
+#include <span>
 #include <thread>
 #include <vector>
 
@@ -138,28 +140,28 @@ TYPED_TEST(HaloFillingTest, SourcesThatCannotBeKeptFillAtOnce) {
 }
 
 TEST(TileArena, HandsOutEveryPlaceOnce) {
-    constexpr std::size_t kTile = 24, kThreads = 3, kRuns = 400;
-    TileArena arena(kTile, 500, false);
-    std::array<std::vector<std::pair<std::byte*, std::size_t>>, kThreads> runs;
+    constexpr std::size_t kNumbers = 3, kThreads = 3, kRuns = 400; // numbers a tile
+    TileArena arena(kNumbers * sizeof(std::size_t), 500, false);
+    std::array<std::vector<std::pair<std::size_t*, std::size_t>>, kThreads> runs;
     {
         std::vector<std::jthread> threads;
         for (std::size_t t = 0; t < kThreads; ++t)
             threads.emplace_back([&, t] {
                 for (std::size_t i = 0; i < kRuns; ++i) {
                     const std::size_t tiles = 1 + (i * 7 + t) % TileArena::kMostAtOnce;
-                    auto* memory = static_cast<std::byte*>(arena.take(tiles));
-                    std::memset(memory, static_cast<int>(t), tiles * kTile);
+                    auto* memory = static_cast<std::size_t*>(arena.take(tiles));
+                    std::fill_n(memory, tiles * kNumbers, t * kRuns + i);
                     const std::size_t kept = tiles - (i % 3 == 0 ? tiles / 2 : 0);
                     if (kept < tiles)
                         arena.giveBack(memory, tiles, tiles - kept);
-                    runs[t].emplace_back(memory, kept * kTile);
+                    runs[t].emplace_back(memory, kept * kNumbers);
                 }
             });
     }
     for (std::size_t t = 0; t < kThreads; ++t)
-        for (const auto& [memory, size] : runs[t])
-            for (std::size_t i = 0; i < size; ++i)
-                ASSERT_EQ(memory[i], static_cast<std::byte>(t));
+        for (std::size_t i = 0; i < kRuns; ++i)
+            for (const std::size_t number : std::span(runs[t][i].first, runs[t][i].second))
+                ASSERT_EQ(number, t * kRuns + i);
 }
 
 } // namespace

@@ -4,7 +4,6 @@
 
 #include <cmath>
 #include <cstring>
-#include <memory>
 #include <vector>
 
 namespace {
@@ -137,40 +136,6 @@ TYPED_TEST(LinearTest, ManyPositionsAtOnceAreTheSamePositionsOneByOne) {
                 }
     }
     EXPECT_GT(positions.size(), 10 * PositionBlock<S>::kSize);
-}
-
-TYPED_TEST(LinearTest, CopiesStandOnTheirOwn) {
-    using Shape = typename TypeParam::Traits;
-    using T = typename TypeParam::Value;
-    using Sampler = typename LinearVolume<TypeParam>::Sampler;
-    for (const int type : {0, 7}) {
-        const auto tree = build<Shape>({.type = static_cast<VoxelOffsetType>(type)});
-        const auto field = noise(9);
-        LinearVolume<TypeParam> volume(tree, field, -70);
-        LinearVolume<TypeParam> sibling(tree, noise(10), -70); // whose tiles have the same handles
-        TreeBuilder<Shape> builder;
-        builder.addBox(Shape::kFinestDepth, {{-21, -21, -21}, {20, 20, 20}});
-        LinearVolume<TypeParam> other(builder.build(1, static_cast<VoxelOffsetType>(type)), field,
-                                      -71);
-        for (const auto* made : {&volume.plain, &volume.withHalo}) {
-            auto original = std::make_unique<Sampler>(*made);
-            Sampler assigned(volume.container, volume.topology, *volume.channel);
-            for (std::uint64_t i = 0; i < 60; ++i) {
-                const auto p = toPosition<typename TypeParam::Position>(randomPosition(i, 20));
-                const T expected = original->sample(p);
-                Sampler copy(*original);
-                assigned = other.plain;
-                ASSERT_EQ(assigned.sample(p), other.withHalo.sample(p));
-                assigned = sibling.plain;
-                ASSERT_EQ(assigned.sample(p), sibling.withHalo.sample(p));
-                assigned = *original;
-                ASSERT_EQ(copy.sample(p), expected);
-                original = std::make_unique<Sampler>(copy);
-                ASSERT_EQ(assigned.sample(p), expected);
-                ASSERT_EQ(original->sample(p), expected);
-            }
-        }
-    }
 }
 
 } // namespace

@@ -1,6 +1,8 @@
 // The linear sampler's gradient, and values worked out by hand.
 #include "support/linear.h"
 
+#include <memory>
+
 using namespace StratumTest;
 
 namespace {
@@ -135,6 +137,35 @@ TYPED_TEST(BlockTest, TilesOfEveryDepthBeginWhereTheyDo) {
         volume.withHalo.sample(positions.data(), positions.size(), depth, kIndex, values.data());
         for (std::size_t i = 0; i < values.size(); ++i)
             ASSERT_EQ(values[i], positions[i].x) << depth;
+    }
+}
+
+TYPED_TEST(BlockTest, CopiesStandOnTheirOwn) {
+    using Volume = LinearVolume<Row<TypeParam, float>>;
+    const auto tree = build<TypeParam>({.type = VoxelOffsetType::kCorner});
+    const auto field = noise(9);
+    const Volume volume(tree, field, -70);
+    Volume sibling(tree, noise(10), -70); // whose tiles have the same handles
+    TreeBuilder<TypeParam> builder;
+    builder.addBox(TypeParam::kFinestDepth, {{-21, -21, -21}, {20, 20, 20}});
+    Volume other(builder.build(1, VoxelOffsetType::kCorner), field, -71);
+    for (const auto* made : {&volume.plain, &volume.withHalo}) {
+        auto original = std::make_unique<typename Volume::Sampler>(*made);
+        auto assigned = volume.plain;
+        for (std::uint64_t i = 0; i < 60; ++i) {
+            const auto p = toPosition<float3>(randomPosition(i, 20));
+            const float expected = original->sample(p);
+            auto copy = *original;
+            assigned = other.plain;
+            ASSERT_EQ(assigned.sample(p), other.withHalo.sample(p));
+            assigned = sibling.plain;
+            ASSERT_EQ(assigned.sample(p), sibling.withHalo.sample(p));
+            assigned = *original;
+            ASSERT_EQ(copy.sample(p), expected);
+            original = std::make_unique<typename Volume::Sampler>(copy);
+            ASSERT_EQ(assigned.sample(p), expected);
+            ASSERT_EQ(original->sample(p), expected);
+        }
     }
 }
 

@@ -43,17 +43,8 @@ protected:
     const Array<float3> positions = somePositions(3000, 50);
 };
 
-TEST_F(FrameTest, GradientsFollowTheSamplerOrSplatTheDefault) {
+TEST_F(FrameTest, GradientsOfOtherSamplersAreTheDefault) {
     Ptr<Array<float3>> out;
-    sample_volume_gradient(object, positions, 4.0F, "value", SamplerType::kLinear, out);
-    const Container<Two> container(channel->tree());
-    const VoxelTopology<Two> topology(channel->tree());
-    LinearSampler<Two, float> sampler(container, topology, *channel);
-    for (std::size_t i = 0; i < positions.size(); ++i) {
-        float3 gradient{};
-        sampler.sampleGradient(positions[i], 28, kWorld, gradient);
-        ASSERT_EQ((*out)[i], gradient);
-    }
     for (const int other : {1, 2, 3, -1}) {
         sample_volume_gradient(object, positions, 4.0F, "value", SamplerType{other}, out);
         EXPECT_EQ(*out, Array<float3>(positions.size(), float3{4, 4, 4}));
@@ -145,13 +136,13 @@ TEST(Sampler, CubicSamplesWhereTheTopologyPlacesThem) {
     tiles.addBox(Shape::kFinestDepth, {{-16, -16, -16}, {15, 15, 15}});
     const auto tree = tiles.build(1, VoxelOffsetType::kCornerX);
     const auto channel =
-        makeChannel<Shape, double>(tree, -70.0, [](const double3&, int) { return 5.0; });
+        makeChannel<Shape, double>(tree, -70.0, [](const double3& p, int) { return p.x; });
     const Container<Shape> container(tree);
     const VoxelTopology<Shape> topology(tree, float3{0.5F, 0.5F, 0.5F});
     CubicSampler<Shape, double> sampler(container, topology, *channel, InterpolationMode::kCubicC1,
                                         true, 1, nullptr, 0, 0);
     for (const double x : {4.2, 4.0, 3.9, 0.1, -3.8})
-        EXPECT_EQ(sampler.sample({x, 2, 2}, kIndex), 5.0) << x;
+        EXPECT_NEAR(sampler.sample({x, 2, 2}, kIndex), x - 0.5, 1e-12);
 }
 
 TEST(VisitOrder, GivesWhatVisitingInTurnGives) {

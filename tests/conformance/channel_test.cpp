@@ -6,9 +6,6 @@
 #include "KDX/ChannelPool.h"
 #include "KDX/partsFit.h"
 
-#include <cstring>
-#include <thread>
-
 using namespace Conformance;
 
 namespace {
@@ -117,36 +114,6 @@ TYPED_TEST(ChannelConformance, HalosHoldWhatIsAround) {
         }
         EXPECT_GT(seen.size(), kMakesAnyTree ? 2U : 0U);
     }
-}
-
-TYPED_TEST(ChannelConformance, HaloTilesAreReadByManyThreads) {
-    using Traits = TypeParam;
-    const auto parts = this->parts(1);
-    const auto source = makeChannel<double>(parts, "v", 5.0, this->mostly, noise(3));
-    const auto first = makeHalo(*source, *parts.container),
-               halo = makeHalo(*source, *parts.container);
-    auto accessor = parts.container->tileAccessor();
-    std::vector<TreeIndex> tiles;
-    for (const auto* tile : TileList<Traits>(*parts.container).tiles) {
-        const TreeIndex index = accessor.tileImpl(tile->tijk(), tile->depth()).treeIndex();
-        if (first->tileData(index))
-            tiles.push_back(index);
-    }
-    std::array<int, 3> wrong{};
-    {
-        std::vector<std::jthread> readers;
-        for (std::size_t reader = 0; reader < wrong.size(); ++reader)
-            readers.emplace_back([&, reader] {
-                for (std::size_t i = 0; i < tiles.size(); ++i) {
-                    const TreeIndex& index = tiles[(i * (reader + 1)) % tiles.size()];
-                    wrong[reader] +=
-                        std::memcmp(halo->tileData(index).data(), first->tileData(index).data(),
-                                    static_cast<std::size_t>(halo->valuesPerTile()) *
-                                        sizeof(double)) != 0;
-                }
-            });
-    }
-    EXPECT_EQ(wrong, (std::array<int, 3>{}));
 }
 
 TYPED_TEST(ChannelConformance, NewChannelsGetTheirTilesLater) {

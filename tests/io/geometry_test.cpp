@@ -1,6 +1,6 @@
 #include "Vantor/Geometry.h"
 #include "io/LocationVertices.h"
-#include "io/byteOrder.h"
+#include "io/OrthographicView.h"
 #include "io/readGeometry.h"
 #include "ops/generate_sample_locations.h"
 #include "support/files.h"
@@ -12,7 +12,7 @@
 namespace {
 
 using namespace Stratum::io;
-using Stratum::test::failureOf;
+using namespace Stratum::test;
 using namespace Vantor::Geometry;
 using Vantor::Math::float3;
 using Indices = Ostrum::Array<std::uint32_t>;
@@ -102,33 +102,25 @@ TEST(Obj, WhatIsWrongIsNamedWithItsLine) {
 
 // Faces first, numbers of several types, and properties that the geometry has no use for.
 std::string mesh(const std::string& encoding) {
-    std::string text;
-    for (const std::string line :
-         {"ply", "format ", "element face 3", "property short moss",
-          "property list uchar int16 vertex_index", "property list int8 float uv",
-          "property double age", "element vertex 5", "property double z", "property uchar moss",
-          "property float x", "property list uchar uchar none", "property int y",
-          "property uint face_offset", "end_header"})
-        text += line + (line == "format " ? encoding + " 1.0" : "") + "\n";
-    if (encoding == "ascii")
-        return text + "-1 3 0 1 2 0 0.1\n1 4 0 1 3 2 2 .5 .5 1e300\n0 0 0 -7\n" +
-               "0 0 0 1 9 0 1\n0 1 1 0 0 2\n0.5 2 0 0 1 3\n0 255 1 0 1 4\n3 9 4 0 4 5\n";
-    const auto order = encoding == "binary_big_endian" ? std::endian::big : std::endian::little;
-    const auto add = [&]<class... N>(N... numbers) { (appendAs(text, numbers, order), ...); };
     using I8 = std::int8_t;
     using U8 = std::uint8_t;
     using I16 = std::int16_t;
-    add(I16{-1}, U8{3}, I16{0}, I16{1}, I16{2}, I8{0}, 0.1);
-    add(I16{1}, U8{4}, I16{0}, I16{1}, I16{3}, I16{2}, I8{2}, .5F, .5F, 1e300);
-    add(I16{0}, U8{0}, I8{0}, -7.0);
-    add(0.0, U8{0}, 0.0F, U8{1}, U8{9}, 0, 1U, 0.0, U8{1}, 1.0F, U8{0}, 0, 2U);
-    add(0.5, U8{2}, 0.0F, U8{0}, 1, 3U, 0.0, U8{255}, 1.0F, U8{0}, 1, 4U);
-    add(3.0, U8{9}, 4.0F, U8{0}, 4, 5U);
-    return text;
+    return plyFile(
+        encoding, "\n",
+        {"element face 3", "property short moss", "property list uchar int16 vertex_index",
+         "property list int8 float uv", "property double age", "element vertex 5",
+         "property double z", "property uchar moss", "property float x",
+         "property list uchar uchar none", "property int y", "property uint face_offset"},
+        "-1 3 0 1 2 0 0.1\n1 4 0 1 3 2 2 .5 .5 1e300\n0 0 0 -7\n"
+        "0 0 0 1 9 0 1\n0 1 1 0 0 2\n0.5 2 0 0 1 3\n0 255 1 0 1 4\n3 9 4 0 4 5\n",
+        I16{-1}, U8{3}, I16{0}, I16{1}, I16{2}, I8{0}, 0.1, I16{1}, U8{4}, I16{0}, I16{1}, I16{3},
+        I16{2}, I8{2}, .5F, .5F, 1e300, I16{0}, U8{0}, I8{0}, -7.0, //
+        0.0, U8{0}, 0.0F, U8{1}, U8{9}, 0, 1U, 0.0, U8{1}, 1.0F, U8{0}, 0, 2U, 0.5, U8{2}, 0.0F,
+        U8{0}, 1, 3U, 0.0, U8{255}, 1.0F, U8{0}, 1, 4U, 3.0, U8{9}, 4.0F, U8{0}, 4, 5U);
 }
 
 TEST(PlyGeometry, MeshesOfEveryEncodingWithTheirProperties) {
-    for (const char* encoding : {"ascii", "binary_little_endian", "binary_big_endian"}) {
+    for (const char* encoding : kPlyEncodings) {
         SCOPED_TRACE(encoding);
         const Object object = readPlyGeometry(mesh(encoding), "f").object;
         EXPECT_EQ(points(object),
@@ -168,8 +160,6 @@ TEST(PlyGeometry, WhatIsWrongIsNamedWithItsPlace) {
     const std::string one = start + "element vertex 1\n" + xyz;
     const std::string list = "element face 2\nproperty list char int vertex_indices\nend_header\n";
     const std::pair<std::string, std::string> cases[] = {
-        {start + "element vertex 0\nproperty float x\nproperty float y\nend_header\n",
-         "f: its vertices have no number 'z'"},
         {one + "element face 1\nproperty float vertex_indices\nend_header\n0 0 0\n1\n",
          "f: its faces have no list 'vertex_indices' of whole numbers"},
         {one + "element face 1\nproperty list int float vertex_indices\nend_header\n0 0 0\n1 0\n",
@@ -177,18 +167,24 @@ TEST(PlyGeometry, WhatIsWrongIsNamedWithItsPlace) {
         {one + list + "0 0 0\n1 0\n2 0 1\n",
          "f: face 1: there is no vertex 1; there are 1, from 0"},
         {one + list + "0 0 0\n1 -1\n0\n", "f: face 0: there is no vertex -1; there are 1, from 0"},
-        {one + list + "0 0 0\n1 0\n-1\n",
-         "f, line 12: the list 'vertex_indices' has a negative length"},
         {one + list + "0 0 0\n1 0\n", "f: it is cut short: it holds 1 of 2 of 'face'"},
         {start + "element vertex 1\nproperty double x\nproperty double y\nproperty double "
                  "z\nend_header\n0 0 1e39\n",
          "f: vertex 0 is beyond single precision"},
-        {start + "element vertex 4000000000\n" + xyz + "end_header\n",
-         "f: it is cut short: 4000000000 of 'vertex' are claimed, more than its 109 bytes can "
-         "hold"},
     };
     for (const auto& [text, message] : cases)
         EXPECT_EQ(failureOf([&] { readPlyGeometry(text, "f"); }), message);
+}
+
+TEST(OrthographicView, LooksFromWhereItIsAskedFor) {
+    const float3 points[] = {{0, 0, 0}, {2, 1, 1}};
+    for (const double azimuth : {0, 90, 180, 270}) {
+        const OrthographicView view({.azimuth = azimuth}, points, 100);
+        const auto origin = view(points[0]), other = view(points[1]);
+        EXPECT_EQ(other.x > origin.x, azimuth < 100) << azimuth;
+        EXPECT_EQ(other.depth > origin.depth, azimuth == 90 || azimuth == 180) << azimuth;
+        EXPECT_LT(other.y, origin.y) << "upward";
+    }
 }
 
 TEST(PropertyAt, InterpolatesAsMasksDo) {

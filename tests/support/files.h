@@ -1,11 +1,15 @@
 // Files for tests.
 #pragma once
 
+#include "io/byteOrder.h"
+
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <bit>
 #include <filesystem>
 #include <fstream>
+#include <initializer_list>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -29,6 +33,25 @@ struct TemporaryFile {
 
     const std::string path;
 };
+
+inline constexpr const char* kPlyEncodings[] = {"ascii", "binary_little_endian",
+                                                "binary_big_endian"};
+
+/// A PLY file with the lines of a header and, unless it is text, with numbers; else with `text`.
+template <class... N>
+std::string plyFile(const std::string& encoding, const std::string& eol,
+                    std::initializer_list<const char*> header, const std::string& text,
+                    N... numbers) {
+    std::string file = "ply" + eol + "format " + encoding + " 1.0" + eol;
+    for (const char* line : header)
+        file += line + eol;
+    file += "end_header" + eol;
+    if (encoding == "ascii")
+        return file + text;
+    const auto order = encoding == "binary_big_endian" ? std::endian::big : std::endian::little;
+    (io::appendAs(file, numbers, order), ...);
+    return file;
+}
 
 /// What a call fails with, in the words of its std::runtime_error.
 template <class F>

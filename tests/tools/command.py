@@ -16,10 +16,6 @@ with open("text.vdb", "w") as file:
     file.write("these are words, not voxels")
 with open("short.vdb", "wb") as file:
     file.write(struct.pack("<qI", 0x56444220, 224))
-with open("text.ply", "w") as file:
-    file.write("solid\n")
-with open("bad.csv", "w") as file:
-    file.write("x,y,z\n0,0,0\n0,zero,0\n")
 
 # Input that cannot be used: status 1. A build without the file format says so for each of them.
 readsFiles = "was not found" not in run("info", "text.vdb")[2]
@@ -30,10 +26,8 @@ for words, name, *arguments in (
         ("no channel 'heat'; the volume has: density, distance, velocity", "sample", "-c", "heat",
          "--random", "5"),
         ("there is no channel 'heat'", "slice", "-c", "heat", "-o", "no.png"),
-        ("bad.csv, line 3: 'zero' is not a number", "sample", "-p", "bad.csv"),
         ("cannot read 'none.csv': No such file", "sample", "-p", "none.csv"),
         ("cannot read 'none.ply': No such file", "gradient", "-p", "none.ply"),
-        ("text.ply, line 1: it is no PLY file", "sample", "-p", "text.ply"),
         ("standard input: it is no .npy file", "sample", "-p", "-", "--input-format", "npy"),
         ("positions come from .csv, .npy and .ply files", "sample", "-p", "x.json"),
         ("is not uniform", "info", "--tolerance", "0.1"),
@@ -48,16 +42,10 @@ for words, name, *arguments in (
         ("does not meet the channel's data", "slice", "--fraction", "nan", "-o", "no.png")):
     refuses(1, words, name, volume, *arguments, stdin=b"1;2;3\n")
 refuses(1, "there is no formula 'rose'", "info", "formula:rose")
-for line in b"1.0f,2.0f,3.0f", b'"1","2","3"', b"1e999,0,0":
-    refuses(1, "standard input, line 1", "sample", volume, "-p", "-", stdin=line + b"\n1,2,3\n")
 open("keep.csv", "w").write("0,0,0\n")
-os.chmod("keep.csv", 0o640)
 refuses(1, "is what is read", "sample", volume, "-p", "keep.csv", "-o", "keep.csv")
 check(open("keep.csv").read() == "0,0,0\n", "an input stays")
-answers("sample", volume, "--random", "5", "-o", "keep.csv")
-check(os.stat("keep.csv").st_mode & 0o777 == 0o640, "a file that is replaced keeps its mode")
 check(answers("sample", volume, "--random", "5", "-o", "/dev/stdout").count("\n") > 4, "/dev/stdout")
-refuses(1, "No space left", "sample", volume, "--random", "5", "-o", "/dev/full")
 
 # Wrong calls: status 2, and what is allowed.
 commands = "the commands are: info, sample, gradient, slice, scatter, property, demo, run"
@@ -75,16 +63,12 @@ for words, arguments in [
 refuses(1, "would be 44170 by 8688 pixels large, and 32767 is the most", "slice", volume, "--size",
         "8192", "--sampler", ",".join(["linear"] * 5), "-o", "no.png")
 answers("slice", "--sampler", "linear,cubic-c1", volume, "--size", "32", "-o", "order.png")
-for arguments in [(), ("paint",), ("info",), ("sample", volume), ("slice", volume),
-                  ("sample", volume, "--random", "5", "-p", "bad.csv"),
+for arguments in [("info",), ("sample", volume), ("sample", volume, "--random", "many"),
+                  ("sample", volume, "--random", "5", "-p", "keep.csv"),
                   ("sample", volume, "--random", "5", "--format", "xml"),
-                  ("sample", volume, "--random", "5", "--sampler", "nearest"),
-                  ("info", volume, "--tolerance", "-1"),
                   ("info", volume, "--tolerance", "nan"),
                   ("slice", volume, "-o", "no.png", "--origin", "0", "0", "0"),
-                  ("slice", volume, "-o", "no.png", "--normal", "0", "0", "1"),
                   ("slice", volume, "-o", "-", "--json"),
-                  ("sample", volume, "--random", "many"), ("info", volume, "--shape", "3"),
                   ("slice", volume, "-o", "no.png", "--at", "0", "--fraction", "1"),
                   ("slice", volume, "-o", "no.png", "--range", "2", "1")]:
     refuses(2, "", *arguments)

@@ -32,28 +32,24 @@ void writeTo(const std::string& path, SampleFormat format, const Ostrum::Array<T
 // A mesh as modellers write it: faces first, colours and normals between the coordinates, which
 // stand in another order and in several types.
 std::string foreignPly(const std::string& encoding, const std::string& eol) {
-    std::string text;
-    for (const std::string line :
-         {"ply", "format ", "comment made by hand", "obj_info 3 things", "element face 2",
-          "property uchar code", "property list uchar int vertex_indices", "element vertex 2",
-          "property double z", "property uchar red", "property list int8 float weights",
-          "property float32 x", "property short y", "element edge 1", "property uint end",
-          "end_header"})
-        text += line + (line == "format " ? encoding + " 1.0" : "") + eol;
-    if (encoding == "ascii")
-        return text + "1 3 0 1 1" + eol + eol + "2 4 0 1 0 1" + eol +
-               "  3.5\t255 2 .5 1e-60 +1.25 -7 " + eol + "-1e-3 0 0 2 300" + eol + "4294967295";
-    const auto order = encoding == "binary_big_endian" ? std::endian::big : std::endian::little;
-    const auto add = [&]<class... N>(N... numbers) { (appendAs(text, numbers, order), ...); };
-    add(std::uint8_t{1}, std::uint8_t{3}, 0, 1, 1, std::uint8_t{2}, std::uint8_t{4}, 0, 1, 0, 1);
-    add(3.5, std::uint8_t{255}, std::int8_t{2}, 0.5F, 0.0F, 1.25F, std::int16_t{-7});
-    add(-1e-3, std::uint8_t{0}, std::int8_t{0}, 2.0F, std::int16_t{300}, 4294967295U);
-    return text;
+    using I8 = std::int8_t;
+    using U8 = std::uint8_t;
+    return plyFile(
+        encoding, eol,
+        {"comment made by hand", "obj_info 3 things", "element face 2", "property uchar code",
+         "property list uchar int vertex_indices", "element vertex 2", "property double z",
+         "property uchar red", "property list int8 float weights", "property float32 x",
+         "property short y", "element edge 1", "property uint end"},
+        "1 3 0 1 1" + eol + eol + "2 4 0 1 0 1" + eol + "  3.5\t255 2 .5 1e-60 +1.25 -7 " + eol +
+            "-1e-3 0 0 2 300" + eol + "4294967295",
+        U8{1}, U8{3}, 0, 1, 1, U8{2}, U8{4}, 0, 1, 0, 1,          //
+        3.5, U8{255}, I8{2}, 0.5F, 0.0F, 1.25F, std::int16_t{-7}, //
+        -1e-3, U8{0}, I8{0}, 2.0F, std::int16_t{300}, 4294967295U);
 }
 
 TEST(Ply, ReadsWhatOtherProgramsWrite) {
     const TemporaryFile file(".ply");
-    for (const char* encoding : {"ascii", "binary_little_endian", "binary_big_endian"})
+    for (const char* encoding : kPlyEncodings)
         for (const char* eol : {"\n", "\r\n"}) {
             file.put(foreignPly(encoding, eol));
             EXPECT_EQ(readPositions(file.path),
