@@ -119,17 +119,18 @@ TYPED_TEST(Faults, PropertiesAreEmpty) {
             for (std::size_t i = 0; i < count; ++i)
                 locations[i].weights = {positions[i].x, positions[i].y, positions[i].z, 0};
             Ptr<Array<float>> values;
-            Ptr<Array<bool>> valid, formerValid;
+            Ptr<Array<bool>> valid;
+            const Array<bool>* formerValid = nullptr;
             this->failEveryStep(
                 values,
                 [&] {
-                    formerValid = valid;
+                    formerValid = valid.get();
                     Geometry::Internal::sample_volume_property(
                         this->object, locations, Geo::sVoxelFogDensity, -1.0F, {}, values, valid);
                 },
                 [&](const auto& before) {
                     // Before the outputs are assigned they are the former ones.
-                    return values == before ? valid == formerValid
+                    return values == before ? valid.get() == formerValid
                                             : values->empty() && valid->empty();
                 });
         }
