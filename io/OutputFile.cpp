@@ -18,20 +18,6 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t kBufferSize = std::size_t{1} << 16;
 
-// Where symbolic links lead to, also when nothing is there yet, so that a link is written through
-// instead of replaced.
-std::string followed(fs::path path) {
-    constexpr int kMostLinks = 40; // as many as the system follows
-    std::error_code error;
-    for (int i = 0; fs::is_symlink(fs::symlink_status(path, error)); ++i) {
-        if (i == kMostLinks)
-            throw std::system_error(ELOOP, std::generic_category(),
-                                    "cannot write '" + path.string() + "'");
-        path = path.parent_path() / fs::read_symlink(path);
-    }
-    return path.string();
-}
-
 // A name beside a file, as a template for mkostemp(). Long names are cut, since the system allows
 // 255 bytes, and not within a UTF-8 sequence, which some file systems refuse.
 std::string temporaryNameFor(const std::string& file) {
@@ -49,13 +35,26 @@ std::string temporaryNameFor(const std::string& file) {
 
 } // namespace
 
+std::string followLinks(const std::string& name) {
+    fs::path path = name;
+    constexpr int kMostLinks = 40; // as many as the system follows
+    std::error_code error;
+    for (int i = 0; fs::is_symlink(fs::symlink_status(path, error)); ++i) {
+        if (i == kMostLinks)
+            throw std::system_error(ELOOP, std::generic_category(),
+                                    "cannot write '" + path.string() + "'");
+        path = path.parent_path() / fs::read_symlink(path);
+    }
+    return path.string();
+}
+
 OutputFile::OutputFile(const std::string& path) : name_(path), target_(path) {
     std::error_code ignored;
     const auto status = fs::status(path, ignored);
     if (fs::exists(status) && !fs::is_regular_file(status)) {
         descriptor_ = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
     } else {
-        target_ = followed(path);
+        target_ = followLinks(path);
         openTemporary();
     }
     if (descriptor_ < 0)

@@ -6,6 +6,10 @@
 
 namespace Stratum::io {
 
+/// Where symbolic links lead to, also when nothing is there yet, so that a link is written through
+/// instead of replaced. Throws std::system_error for links that lead in a circle.
+std::string followLinks(const std::string& name);
+
 /// Writes to a temporary file beside the target and renames it on commit(); without a commit the
 /// target stays as it was. What is there and no regular file (a device, a pipe) is written to
 /// directly, and so is a descriptor. All failures throw std::system_error naming the target.

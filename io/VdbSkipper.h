@@ -5,6 +5,7 @@
 #include "io/quoted.h"
 
 #include <openvdb/Metadata.h>
+#include <openvdb/math/Maps.h>
 
 #include <array>
 #include <cstdint>
@@ -21,6 +22,26 @@ public:
 
     void skipText() { skip(readSize()); }
 
+    std::string readText() {
+        const auto start = in_.tellg();
+        skipText();
+        std::string text(static_cast<std::size_t>(in_.tellg() - start) - 4, '\0');
+        in_.seekg(start + std::streamoff{4});
+        in_.read(text.data(), static_cast<std::streamsize>(text.size()));
+        return text;
+    }
+
+    /// The kind of a grid's transform, and what a frustum claims. The library reads a frustum
+    /// within a frustum, which nothing writes, and so on until its stack ends.
+    void skipTransformClaims() {
+        const std::string frustum = openvdb::math::NonlinearFrustumMap::mapType();
+        if (readText() != frustum)
+            return;
+        in_.seekg(8 * sizeof(double), std::ios::cur); // its box, taper and depth
+        if (readText() == frustum)
+            throw std::runtime_error("it is damaged: a frustum within a frustum");
+    }
+
     /// A table of metadata: names, names of types, values.
     void skipMetadata() {
         for (std::uint32_t left = readSize(); left > 0; --left) {
@@ -32,7 +53,7 @@ public:
             const auto known = openvdb::Metadata::isRegisteredType(type)
                                    ? openvdb::Metadata::createMetadata(type)->size()
                                    : 0;
-            if (known != 0 && type != "__delayedload" && known != size)
+            if (known != 0 && known != size)
                 throw std::runtime_error("it is damaged: a value of type " +
                                          Stratum::io::quoted(type) + " has " +
                                          std::to_string(size) + " bytes");
@@ -45,14 +66,6 @@ private:
         std::array<char, 4> bytes{};
         in_.read(bytes.data(), bytes.size());
         return loadAs<std::uint32_t>(bytes.data(), std::endian::little);
-    }
-    std::string readText() {
-        const auto start = in_.tellg();
-        skipText();
-        std::string text(static_cast<std::size_t>(in_.tellg() - start) - 4, '\0');
-        in_.seekg(start + std::streamoff{4});
-        in_.read(text.data(), static_cast<std::streamsize>(text.size()));
-        return text;
     }
     void skip(std::uint32_t size) {
         if (size > fileSize_ - in_.tellg())

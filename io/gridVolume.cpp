@@ -62,7 +62,10 @@ GridPlacement requirePlacement(const std::string& name, const GridPlacementResul
 
 void requireGrids(const std::string& wanted, const UniqueNames& unique, bool anyUsable,
                   const std::string& all) {
-    const std::string names = all.empty() ? "none" : all;
+    constexpr std::size_t kMost = 1000; // letters: a file may have any number of grids
+    const std::string names = all.empty()          ? "none"
+                              : all.size() > kMost ? all.substr(0, kMost) + " ..."
+                                                   : all;
     if (!wanted.empty() && !unique.isTaken(wanted))
         throw std::runtime_error("it has no grid '" + wanted + "'; it has: " + names);
     if (!anyUsable)

@@ -3,7 +3,9 @@
 
 #include <charconv>
 #include <cmath>
+#include <cstdlib>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <system_error>
 #include <type_traits>
@@ -11,8 +13,7 @@
 namespace Stratum::io {
 
 /// The number that the whole text is, as std::from_chars reads it or with a plus sign in front;
-/// nothing where it is none or too large for T. What is too small for T counts as 0, down to the
-/// smallest long double.
+/// nothing where it is none or too large for T. What is too small for T counts as 0.
 template <class T>
 std::optional<T> parseNumber(std::string_view text) {
     if (text.size() > 1 && text[0] == '+' && text[1] != '-')
@@ -25,11 +26,9 @@ std::optional<T> parseNumber(std::string_view text) {
         return {};
     if (error == std::errc())
         return value;
-    if constexpr (std::is_floating_point_v<T>) {
-        long double wide = 0;
-        if (std::from_chars(begin, end, wide).ec == std::errc() && std::abs(wide) < 1)
+    if constexpr (std::is_floating_point_v<T>)
+        if (std::abs(std::strtold(std::string(text).c_str(), nullptr)) < 1)
             return T{};
-    }
     return {};
 }
 

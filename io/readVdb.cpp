@@ -1,6 +1,7 @@
 // Reading .vdb files. The only source that includes OpenVDB, whose headers take long to compile.
 #include "io/readVdb.h"
 
+#include "io/MemoryBudget.h"
 #include "io/gridVolume.h"
 #include "io/lowerCase.h"
 #include "io/quoted.h"
@@ -63,10 +64,6 @@ struct Found {
     GridBase::ConstPtr grid;
 };
 
-bool isUsable(const GridBase& grid) {
-    return grid.apply<UsableVdbGrids>([](const auto&) {});
-}
-
 // Such as "level set of float".
 std::string originOf(const GridBase& grid) {
     const std::string gridClass = grid.getGridClass() == openvdb::GRID_UNKNOWN
@@ -105,6 +102,7 @@ std::vector<Found> readGrids(const std::string& path, const VdbOptions& options,
     VdbFile file(path);
     UniqueNames unique;
     std::vector<Found> found;
+    MemoryBudget budget(options.mostBytes); // many grids may name the same voxels
     std::string names;
     for (std::size_t i = 0; i < file.gridCount(); ++i) {
         const auto header = file.header(i);
@@ -119,6 +117,8 @@ std::vector<Found> readGrids(const std::string& path, const VdbOptions& options,
         }
         throwIfInterrupted();
         found.push_back({name, file.grid(i)});
+        budget.add(found.back().grid->memUsage());
+        budget.check();
     }
     requireGrids(options.grid, unique, !found.empty(), names);
     return found;
@@ -140,6 +140,9 @@ FileGrid fileGrid(const Found& found, std::vector<std::string>& warnings) {
 
 Volume readChecked(const std::string& path, const VdbOptions& options) {
     openvdb::initialize();
+    // What it says about values that are read later, which none are here, is expanded to whatever
+    // size it claims. Without its type it is passed over.
+    openvdb::io::DelayedLoadMetadata::unregisterType();
     std::vector<std::string> warnings;
     std::vector<FileGrid> grids;
     for (const Found& each : readGrids(path, options, warnings))

@@ -28,6 +28,10 @@ using UsableVdbGrids = openvdb::TypeList<openvdb::FloatGrid, openvdb::DoubleGrid
                                          openvdb::Int32Grid, openvdb::Int64Grid, openvdb::Vec3SGrid,
                                          openvdb::Vec3DGrid, openvdb::Vec3IGrid>;
 
+inline bool isUsable(const openvdb::GridBase& grid) {
+    return grid.apply<UsableVdbGrids>([](const auto&) {});
+}
+
 /// Throws std::runtime_error saying why a path is none of a file that can be read.
 inline void requireRegularFile(const std::string& path) {
     const auto fail = [](const std::string& reason) { throw std::runtime_error(reason); };
@@ -80,11 +84,14 @@ public:
     /// A grid whose tree no other one shares.
     GridBase::Ptr grid(std::size_t i) {
         const Entry& entry = grids_[i];
-        if (entry.whole)
-            return entry.whole;
-        auto grid = read(entry.descriptor);
-        if (const auto& parent = entry.descriptor.instanceParentName(); !parent.empty())
-            grid->setTree(read(named(parent).descriptor)->baseTreePtr());
+        const auto& parent = entry.descriptor.instanceParentName();
+        auto grid = entry.whole ? entry.whole : read(entry.descriptor);
+        if (parent.empty())
+            return grid;
+        if (const Entry& shared = named(parent); shared.whole)
+            grid->setTree(shared.whole->baseTree().copy());
+        else
+            grid->setTree(read(shared.descriptor)->baseTreePtr());
         return grid;
     }
 
@@ -146,7 +153,11 @@ private:
             return readAll(count, skipper);
         for (int i = 0; i < count; ++i) {
             const Descriptor grid = readDescriptor(skipper);
-            if (grid.getEndPos() > fileSize_ || grid.getEndPos() < 0)
+            // One that ended here or before would be met for ever.
+            if (grid.getEndPos() <= in_.tellg())
+                throw std::runtime_error("it is damaged: grid '" + grid.gridName() +
+                                         "' would end before it begins");
+            if (grid.getEndPos() > fileSize_)
                 throw std::runtime_error("it is cut short: grid '" + grid.gridName() +
                                          "' would end at byte " + std::to_string(grid.getEndPos()) +
                                          " of " + std::to_string(fileSize_));
@@ -174,7 +185,7 @@ private:
         const auto start = in_.tellg();
         readGridCompression(in_);
         skipper.skipMetadata();
-        skipper.skipText(); // the kind of its transform
+        skipper.skipTransformClaims();
         in_.seekg(start);
     }
 
@@ -192,13 +203,14 @@ private:
         format.isBlosc = (compression & openvdb::io::COMPRESS_BLOSC) != 0;
         format.repeatsMasks = !inputHasGridOffsets();
         if (!descriptor.isInstance() && (compression & kPacked) != 0) {
-            requireValueSizes(*grid, format);
+            setValueSizes(*grid, format);
             checkVdbTree(in_, fileSize_, format);
         }
         in_.seekg(start);
     }
 
-    static void requireValueSizes(const GridBase& grid, VdbTreeFormat& format) {
+    // Sets how values are written.
+    static void setValueSizes(const GridBase& grid, VdbTreeFormat& format) {
         const bool isKnown = grid.apply<UsableVdbGrids>([&](const auto& typed) {
             using Value = typename std::decay_t<decltype(typed)>::ValueType;
             using Half = openvdb::io::RealToHalf<Value>;
@@ -217,13 +229,15 @@ private:
             const Descriptor descriptor = readDescriptor(skipper);
             checkGridStart(skipper);
             const auto grid = create(descriptor);
-            checkTree(descriptor);
-            readGrid(grid, descriptor, in_);
+            if (i + 1 == count && !isUsable(*grid)) { // nothing behind it has to be found
+                readGridCompression(in_);
+                grid->readMeta(in_);
+            } else {
+                checkTree(descriptor);
+                readGrid(grid, descriptor, in_);
+            }
             grids_.push_back({descriptor, grid});
         }
-        for (const Entry& entry : grids_)
-            if (const auto& parent = entry.descriptor.instanceParentName(); !parent.empty())
-                entry.whole->setTree(named(parent).whole->baseTree().copy());
     }
 
     static GridBase::Ptr create(const Descriptor& descriptor) {

@@ -3,6 +3,7 @@
 #include "Kelvane/Logger.h"
 #include "Terminal.h"
 #include "io/Cancelled.h"
+#include "io/OutputFile.h"
 #include "io/coarsen.h"
 #include "io/formulaVolume.h"
 #include "io/lowerCase.h"
@@ -158,7 +159,7 @@ void refuseReplacing(const std::string& output, const std::vector<std::string>& 
 
 std::filesystem::path fileIdentity(const std::string& file) {
     std::error_code error;
-    const auto absolute = std::filesystem::absolute(file, error);
+    const auto absolute = std::filesystem::absolute(io::followLinks(file), error);
     const auto path = error ? absolute : std::filesystem::weakly_canonical(absolute, error);
     return error ? std::filesystem::path(file) : path;
 }

@@ -182,6 +182,7 @@ refuses(1, "cannot write 'no/half.csv'", "roof.ply", "--count", "2", "-o", "no/h
 check(not os.path.exists("half.csv") and not os.path.exists("half.png"), "half of the outputs")
 open("words.obj", "w").write("hello world\n")
 count = ("--count", "1")
+os.symlink("x", "leadsToX")
 for status, words, file, *arguments in (
         (1, "it has no vertices", "words.obj", *count),
         (2, "--count", "roof.ply"),
@@ -194,6 +195,7 @@ for status, words, file, *arguments in (
         (2, "a picture goes to a file", "roof.ply", *count, "--png", "-"),
         (2, "csv, npy or ply", "roof.ply", *count, "-o", "x.json"),
         (2, "need two files", "roof.ply", *count, "-o", "x", "--png", "x"),
+        (2, "need two files", "roof.ply", *count, "-o", "x", "--png", "leadsToX"),
         (1, "is what is read", "roof.ply", *count, "-o", "roof.ply"),
         (1, "is what is read", "roof.ply", *count, "--png", "./roof.ply"),
         (1, "no property 'moss'; there are: tiled, wet", "roof.ply", *count, "--mask", "moss"),
