@@ -19,7 +19,6 @@ namespace {
 
 using Geometry::Query::SamplerType;
 using Vantor::Math::float3;
-using Vantor::Math::int3;
 
 double component(const double3& p, int axis) {
     return axis == 0 ? p.x : axis == 1 ? p.y : p.z;
