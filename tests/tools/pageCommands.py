@@ -24,13 +24,21 @@ pathlib.Path("points.csv").write_text("x,y,z\n0.5,1,2\n-3,0,7.25\n")
 graphs = re.findall(r"^```json\n(.*?)^```", (root / "docs/graph.md").read_text(), re.S | re.M)
 pathlib.Path("graph.json").write_text(graphs[0])
 
+
+def state(name):
+    """Which file has a name, if one does: a new one takes the place of one that is written anew."""
+    path = pathlib.Path(name)
+    return (path.stat().st_ino, path.stat().st_mtime_ns) if path.exists() else None
+
+
 lines = [line for page in (root / "README.md", *sorted((root / "docs").glob("*.md")))
          for line in re.findall(r"^ {4}(stratum .*)", page.read_text(), re.M)]
 check(len(lines) > 15, "command lines")
 for line in lines:
+    written = re.search(r"(?:-o|--png|>) ([\w.]+)", line)
+    before = written and state(written[1])
     done = subprocess.run(["bash", "-o", "pipefail", "-c", f'stratum() {{ "{tool}" "$@"; }}; {line}'],
                           capture_output=True, text=True, timeout=300)
     check(done.returncode == 0, f"{line}: {done.returncode} {done.stderr}")
-    written = re.search(r"(?:-o|--png|>) ([\w.]+)", line)
-    check(pathlib.Path(written[1]).exists() if written else done.stdout, f"{line}: nothing written")
+    check(state(written[1]) not in (None, before) if written else done.stdout, f"{line}: nothing written")
 finish()
