@@ -11,7 +11,12 @@ endforeach()
 install(DIRECTORY ${STRATUM_HOST}/ DESTINATION ${headers}/host
         FILES_MATCHING PATTERN "*.h" PATTERN conformance EXCLUDE)
 target_include_directories(stratum_common INTERFACE $<INSTALL_INTERFACE:${headers}>)
-target_include_directories(stratum_host PUBLIC $<INSTALL_INTERFACE:${headers}/host>)
+get_target_property(host_type stratum_host TYPE)
+set(host_scope PUBLIC)
+if(host_type STREQUAL INTERFACE_LIBRARY) # around a host that is not built here
+  set(host_scope INTERFACE)
+endif()
+target_include_directories(stratum_host ${host_scope} $<INSTALL_INTERFACE:${headers}/host>)
 
 set_target_properties(stratum_common PROPERTIES EXPORT_NAME common)
 set_target_properties(stratum_host PROPERTIES EXPORT_NAME host)

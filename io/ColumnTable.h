@@ -1,12 +1,12 @@
 // Rows of numbers under named columns.
 #pragma once
 
-#include "io/OutputFile.h"
-#include "io/Provenance.h"
-#include "io/sampleFiles.h"
+#include "Ostrum/Array.h"
+#include "common/Math.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <utility>
 #include <variant>
@@ -20,29 +20,48 @@ enum class Flag : std::uint8_t { kNo, kYes };
 /// Columns of one length, each of floating-point or of whole numbers, or of flags.
 class ColumnTable {
 public:
-    using Cells = std::variant<std::vector<float>, std::vector<double>, std::vector<std::uint32_t>,
-                               std::vector<std::int32_t>, std::vector<Flag>>;
+    /// Numbers that lie so many apart, as the components of an array of vectors do.
+    template <class T>
+    struct Numbers {
+        const T* first = nullptr;
+        std::size_t stride = 1;
+
+        T operator[](std::size_t row) const { return first[row * stride]; }
+    };
+    using Cells = std::variant<Numbers<float>, Numbers<double>, Numbers<std::uint32_t>,
+                               Numbers<std::int32_t>, Numbers<Flag>>;
     struct Column {
         std::string name; ///< of letters, digits, underscores and points
         Cells cells;
     };
 
-    void add(std::string name, Cells cells) {
-        rows_ = std::visit([](const auto& numbers) { return numbers.size(); }, cells);
-        columns_.push_back({std::move(name), std::move(cells)});
+    /// Adds a column, which the table keeps.
+    template <class T>
+    void add(std::string name, std::vector<T> numbers) {
+        const auto kept = std::make_shared<const std::vector<T>>(std::move(numbers));
+        rows_ = kept->size();
+        columns_.push_back({std::move(name), Numbers<T>{kept->data()}});
+        kept_.push_back(kept);
     }
+
+    /// Adds a column for each component of an array's values; the array must outlive the table.
+    template <class T>
+    void addComponents(const std::vector<std::string>& names, const Ostrum::Array<T>& values) {
+        using Scalar = Vantor::Math::ScalarOf<T>;
+        static_assert(sizeof(T) == Vantor::Math::kComponentCount<T> * sizeof(Scalar));
+        rows_ = values.size();
+        const auto* numbers = reinterpret_cast<const Scalar*>(values.data());
+        for (std::size_t c = 0; c < names.size(); ++c)
+            columns_.push_back({names[c], Numbers<Scalar>{numbers + c, names.size()}});
+    }
+
     std::size_t rows() const { return rows_; }
     const std::vector<Column>& columns() const { return columns_; }
 
 private:
     std::vector<Column> columns_;
+    std::vector<std::shared_ptr<const void>> kept_;
     std::size_t rows_ = 0;
 };
-
-/// Writes a table as CSV; as PLY with the rows as elements "vertex", and underscores for points in
-/// names; as an .npy array of records with a field a column; or as JSON with a list a row. All but
-/// .npy carry their provenance when there is one.
-void writeTable(OutputFile& out, SampleFormat format, const ColumnTable& table,
-                const Provenance& provenance);
 
 } // namespace Stratum::io

@@ -1,13 +1,10 @@
-// Looking at a scene from a direction, and what hides what.
+// Looking at a scene from a direction.
 #pragma once
 
 #include "common/Math.h"
-#include "io/ColourMap.h"
 
 #include <array>
-#include <cstddef>
 #include <span>
-#include <vector>
 
 namespace Stratum::io {
 
@@ -46,28 +43,6 @@ private:
     std::array<double, 3> lowest_{}, highest_{};
     double scale_ = 1, marginX_ = 0, marginY_ = 0;
     int columns_ = 0, rows_ = 0;
-};
-
-/// A raster of colours where the nearest wins.
-class DepthRaster {
-public:
-    DepthRaster(int columns, int rows, const Colour& background);
-
-    using Place = OrthographicView::Place;
-    void triangle(const std::array<Place, 3>& corners, const Colour& colour);
-    void segment(const Place& from, const Place& to, double radius, const Colour& colour);
-    /// A disc that hides, and is hidden, as if it were `lift` nearer than its centre.
-    void ball(const Place& centre, double radius, double lift, const Colour& colour);
-
-    /// The mean over a block of `side` x `side` pixels.
-    Colour mean(int column, int row, int side) const;
-
-private:
-    void set(int column, int row, double depth, const Colour& colour);
-
-    int columns_, rows_;
-    std::vector<float> depths_;
-    std::vector<std::array<float, 3>> colours_;
 };
 
 } // namespace Stratum::io

@@ -1,47 +1,38 @@
 // Positions and the values sampled there, whatever their type.
 #pragma once
 
-#include "Ostrum/Array.h"
-#include "common/Math.h"
+#include "io/ColumnTable.h"
 #include "io/csvValues.h"
 
-#include <cstddef>
+#include <cstdint>
 #include <string>
-#include <utility>
+#include <vector>
 
 namespace Stratum::io {
 
-/// A view of sampled values, component by component; the arrays must outlive it.
+/// A view of positions and values; the arrays must outlive it.
 class SampleTable {
 public:
-    using Positions = Ostrum::Array<Vantor::Math::float3>;
-
     template <class T>
-    SampleTable(std::string valueName, const Positions& where, const Ostrum::Array<T>& values)
-        : name(std::move(valueName)), positions(where),
-          componentCount(Vantor::Math::kComponentCount<T>), matrixColumnCount(matrixColumns<T>()),
-          isDouble(std::is_same_v<Vantor::Math::ScalarOf<T>, double>), values_(values.data()) {}
-
-    std::size_t size() const { return positions.size(); }
-
-    /// Calls `f(component)` with all components of a row's value, as `float` or `double`.
-    template <class F>
-    void forEachComponent(std::size_t row, const F& f) const {
-        for (std::size_t c = 0; c < componentCount; ++c)
-            if (isDouble)
-                f(static_cast<const double*>(values_)[row * componentCount + c]);
-            else
-                f(static_cast<const float*>(values_)[row * componentCount + c]);
+    SampleTable(const std::string& name, const Ostrum::Array<Vantor::Math::float3>& positions,
+                const Ostrum::Array<T>& samples)
+        : shape{samples.size()} {
+        constexpr std::size_t kCount = Vantor::Math::kComponentCount<T>;
+        constexpr auto kMatrixColumns = static_cast<std::size_t>(matrixColumns<T>());
+        const auto names = columnNames(name, kCount, matrixColumns<T>());
+        all.addComponents({"x", "y", "z"}, positions);
+        all.addComponents(names, samples);
+        values.addComponents(names, samples);
+        if constexpr (kMatrixColumns > 0)
+            shape.insert(shape.end(), {kCount / kMatrixColumns, kMatrixColumns});
+        else if constexpr (kCount > 1)
+            shape.push_back(kCount);
     }
 
-    const std::string name;
-    const Positions& positions;
-    const std::size_t componentCount;
-    const int matrixColumnCount; ///< 0 for what is no matrix
-    const bool isDouble;
-
-private:
-    const void* values_;
+    ColumnTable all;    ///< x, y, z and the components of the values
+    ColumnTable values; ///< the components alone
+    std::vector<std::uint64_t>
+        shape; ///< of the values: (N,), (N, components) or (N, rows, columns)
 };
 
 } // namespace Stratum::io

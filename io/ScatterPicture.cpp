@@ -1,8 +1,8 @@
 #include "io/ScatterPicture.h"
 
 #include "io/Cancelled.h"
-#include "io/drawing.h"
-#include "io/jsonText.h"
+#include "io/Canvas.h"
+#include "io/DepthRaster.h"
 #include "io/niceSteps.h"
 
 #include <algorithm>
@@ -16,7 +16,7 @@ namespace {
 using Vantor::Math::float3;
 
 constexpr int kFiner = 2; // pixels of the raster for one of the picture, on each axis
-constexpr Colour kBackground{1, 1, 1}, kInk{0.13, 0.14, 0.17}, kFaint{0.45, 0.47, 0.5};
+constexpr Colour kBackground{1, 1, 1};
 
 struct Range {
     double lowest = std::numeric_limits<double>::infinity(), highest = -lowest;
@@ -65,17 +65,9 @@ public:
     const Range& range() const { return range_; }
 
     Surface surface() const {
-        Surface surface = makeSurface(columns(), rows());
-        unsigned char* data = cairo_image_surface_get_data(surface.get());
-        const int stride = cairo_image_surface_get_stride(surface.get());
-        cairo_surface_flush(surface.get());
-        for (int row = 0; row < rows(); ++row) {
-            auto* pixels = reinterpret_cast<std::uint32_t*>(data + std::ptrdiff_t{row} * stride);
-            for (int column = 0; column < columns(); ++column)
-                pixels[column] = pixelOf(raster_.mean(column, row, kFiner));
-        }
-        cairo_surface_mark_dirty(surface.get());
-        return surface;
+        return makeRaster(columns(), rows(), [this](int column, int row) {
+            return raster_.mean(column, row, kFiner);
+        });
     }
 
 private:
@@ -137,77 +129,39 @@ private:
     double radius_;
 };
 
-// The scene with a title and a legend, in pixels at scale 1.
-class Sheet {
-public:
-    Sheet(const ScatterPicture& picture, const Scene& scene)
-        : picture_(picture), scene_(scene),
-          scale_(std::clamp(std::max(scene.columns(), scene.rows()) / 640.0, 0.75, 4.0)),
-          left_(16 * scale_), top_(62 * scale_),
-          surface_(makeSurface(static_cast<int>(left_ + scene.columns() + 104 * scale_),
-                               static_cast<int>(top_ + scene.rows() + 16 * scale_))),
-          context_(cairo_create(surface_.get())) {
-        cairo_select_font_face(cr(), "sans-serif", CAIRO_FONT_SLANT_NORMAL,
-                               CAIRO_FONT_WEIGHT_NORMAL);
-        setColour(kBackground);
-        cairo_paint(cr());
-    }
-
-    cairo_surface_t* draw() {
-        const Surface raster = scene_.surface();
-        cairo_set_source_surface(cr(), raster.get(), left_, top_);
-        cairo_paint(cr());
-        text(left_, 28 * scale_, picture_.title, 17, kInk);
-        text(left_, 49 * scale_, picture_.subtitle, 12, kFaint);
-        if (scene_.range().lowest <= scene_.range().highest)
-            drawLegend();
-        cairo_surface_flush(surface_.get());
-        return surface_.get();
-    }
-
-private:
-    cairo_t* cr() const { return context_.get(); }
-    void setColour(const Colour& c) { cairo_set_source_rgb(cr(), c.r, c.g, c.b); }
-
-    void text(double x, double y, const std::string& words, double size, const Colour& colour) {
-        cairo_set_font_size(cr(), size * scale_);
-        setColour(colour);
-        cairo_move_to(cr(), x, y);
-        cairo_show_text(cr(), asUtf8(words).c_str()); // else the drawing would fail
-    }
-
-    void drawLegend() {
-        const Range& range = scene_.range();
-        const double x = left_ + scene_.columns() + 14 * scale_, width = 16 * scale_;
-        const double top = top_ + 20 * scale_, height = scene_.rows() * 0.6;
-        const bool isDepth = picture_.values.empty(); // which grows downward, away from the eye
-        const auto heightOf = [&](double value) {
-            const double t = (value - range.lowest) / range.span();
-            return top + (isDepth ? t : 1 - t) * height;
-        };
-        for (int i = 0; i < static_cast<int>(height); ++i) {
-            setColour(pointColour(1 - (i + 0.5) / height));
-            cairo_rectangle(cr(), x, top + i, width, 1.5);
-            cairo_fill(cr());
-        }
-        text(x, top_ + 8 * scale_, picture_.valueLabel, 13, kInk);
-        for (const auto& [at, label] : niceSteps(range.lowest, range.highest, 6))
-            text(x + width + 7 * scale_, heightOf(at) + 4 * scale_, label, 12, kInk);
-    }
-
-    const ScatterPicture& picture_;
-    const Scene& scene_;
-    double scale_, left_, top_;
-    Surface surface_;
-    DrawingContext context_;
-};
+// From the depths or values of a scene to heights beside it.
+void drawLegend(Canvas& canvas, const ScatterPicture& picture, const Scene& scene, double left,
+                double top) {
+    const Range& range = scene.range();
+    const double scale = canvas.scale();
+    const double x = left + scene.columns() + 14 * scale, width = 16 * scale;
+    const double above = top + 20 * scale, height = scene.rows() * 0.6;
+    const bool isDepth = picture.values.empty(); // which grows downward, away from the eye
+    const auto heightOf = [&](double value) {
+        const double t = (value - range.lowest) / range.span();
+        return above + (isDepth ? t : 1 - t) * height;
+    };
+    canvas.colourBar(x, above, width, height, pointColour);
+    canvas.text(x, top + 8 * scale, picture.valueLabel, 13);
+    for (const auto& [at, label] : niceSteps(range.lowest, range.highest, 6))
+        canvas.text(x + width + 7 * scale, heightOf(at) + 4 * scale, label, 12);
+}
 
 } // namespace
 
 void writePng(const ScatterPicture& picture, OutputFile& out) {
     const Scene scene(picture);
-    Sheet sheet(picture, scene);
-    writeSurface(sheet.draw(), out);
+    const double scale = letterScale(scene.columns(), scene.rows());
+    const double left = 16 * scale, top = 62 * scale;
+    Canvas canvas(static_cast<int>(left + scene.columns() + 104 * scale),
+                  static_cast<int>(top + scene.rows() + 16 * scale), scale);
+    const Surface raster = scene.surface();
+    canvas.image(raster.get(), left, top);
+    canvas.text(left, 28 * scale, picture.title, 17);
+    canvas.text(left, 49 * scale, picture.subtitle, 12, Align::kLeft, kFaint);
+    if (scene.range().lowest <= scene.range().highest)
+        drawLegend(canvas, picture, scene, left, top);
+    writeSurface(canvas.surface(), out);
 }
 
 } // namespace Stratum::io

@@ -1,12 +1,10 @@
 #include "io/SlicePicture.h"
 
-#include "io/drawing.h"
-#include "io/jsonText.h"
+#include "io/Canvas.h"
 #include "io/niceSteps.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
 #include <memory>
 #include <set>
 #include <stdexcept>
@@ -15,10 +13,9 @@ namespace Stratum::io {
 
 namespace {
 
-// Distances in pixels at scale 1; small pictures are drawn with small letters.
+// Distances in pixels at scale 1.
 constexpr double kMarginLeft = 74, kMarginTop = 66, kMarginBottom = 58, kMarginRight = 118;
 constexpr double kBarGap = 22, kBarWidth = 18, kTick = 5;
-constexpr Colour kInk{0.13, 0.14, 0.17}, kFaint{0.45, 0.47, 0.5};
 
 // The hue says how deep the tile is, the lightness shows the value.
 Colour depthColour(int depth, double t) {
@@ -26,22 +23,13 @@ Colour depthColour(int depth, double t) {
 }
 
 Surface rasterOf(const SlicePicture& picture) {
-    Surface surface = makeSurface(picture.columns, picture.rows);
-    unsigned char* data = cairo_image_surface_get_data(surface.get());
-    const int stride = cairo_image_surface_get_stride(surface.get());
     const double span = picture.highest - picture.lowest;
-    cairo_surface_flush(surface.get());
-    for (int row = 0; row < picture.rows; ++row) {
-        auto* pixels = reinterpret_cast<std::uint32_t*>(data + std::ptrdiff_t{row} * stride);
-        for (int column = 0; column < picture.columns; ++column) {
-            const auto i = static_cast<std::size_t>(row) * picture.columns + column;
-            const double t = (picture.values[i] - picture.lowest) / (span > 0 ? span : 1);
-            pixels[column] = pixelOf(picture.depths.empty() ? colourOf(picture.map, t)
-                                                            : depthColour(picture.depths[i], t));
-        }
-    }
-    cairo_surface_mark_dirty(surface.get());
-    return surface;
+    return makeRaster(picture.columns, picture.rows, [&](int column, int row) {
+        const auto i = static_cast<std::size_t>(row) * picture.columns + column;
+        const double t = (picture.values[i] - picture.lowest) / (span > 0 ? span : 1);
+        return picture.depths.empty() ? colourOf(picture.map, t)
+                                      : depthColour(picture.depths[i], t);
+    });
 }
 
 // Where the raster lies in a picture with letters around it, in pixels.
@@ -50,13 +38,11 @@ struct Layout {
     int width, height;
 
     Layout(int columns, int rows)
-        : scale(std::clamp(std::max(columns, rows) / 640.0, 0.75, 4.0)),
-          left(std::round(kMarginLeft * scale)), top(std::round(kMarginTop * scale)),
+        : scale(letterScale(columns, rows)), left(std::round(kMarginLeft * scale)),
+          top(std::round(kMarginTop * scale)),
           width(static_cast<int>(left + columns + kMarginRight * scale)),
           height(static_cast<int>(top + rows + kMarginBottom * scale)) {}
 };
-
-enum class Align { kLeft, kCentre, kRight };
 
 class Drawing {
 public:
@@ -65,13 +51,7 @@ public:
 
     Drawing(const SlicePicture& picture, const Layout& layout)
         : picture_(picture), scale_(layout.scale), left_(layout.left), top_(layout.top),
-          surface_(makeSurface(layout.width, layout.height)),
-          context_(cairo_create(surface_.get())) {
-        cairo_select_font_face(cr(), "sans-serif", CAIRO_FONT_SLANT_NORMAL,
-                               CAIRO_FONT_WEIGHT_NORMAL);
-        setColour({1, 1, 1});
-        cairo_paint(cr());
-    }
+          canvas_(layout.width, layout.height, layout.scale) {}
 
     cairo_surface_t* draw() {
         drawRaster();
@@ -82,15 +62,11 @@ public:
         drawLegend();
         drawDepthLegend();
         drawTitles();
-        cairo_surface_flush(surface_.get());
-        return surface_.get();
+        return canvas_.surface();
     }
 
 private:
-    cairo_t* cr() const { return context_.get(); }
-    void setColour(const Colour& c, double alpha = 1) {
-        cairo_set_source_rgba(cr(), c.r, c.g, c.b, alpha);
-    }
+    cairo_t* cr() const { return canvas_.cr(); }
     double toX(double world) const {
         return left_ +
                (world - picture_.left) / (picture_.right - picture_.left) * picture_.columns;
@@ -101,31 +77,9 @@ private:
     double bottomEdge() const { return top_ + picture_.rows; }
     double rightEdge() const { return left_ + picture_.columns; }
 
-    void text(double x, double y, const std::string& bytes, double size, Align align,
-              const Colour& colour = kInk) {
-        // Anything else would put an end to the whole drawing.
-        const std::string words = asUtf8(bytes);
-        cairo_set_font_size(cr(), size * scale_);
-        cairo_text_extents_t extents;
-        cairo_text_extents(cr(), words.c_str(), &extents);
-        const double shift = align == Align::kLeft     ? 0
-                             : align == Align::kCentre ? extents.x_advance / 2
-                                                       : extents.x_advance;
-        setColour(colour);
-        cairo_move_to(cr(), x - shift, y);
-        cairo_show_text(cr(), words.c_str());
-    }
-
-    void line(double x0, double y0, double x1, double y1) {
-        cairo_move_to(cr(), x0, y0);
-        cairo_line_to(cr(), x1, y1);
-        cairo_stroke(cr());
-    }
-
     void drawRaster() {
         const Surface raster = rasterOf(picture_);
-        cairo_set_source_surface(cr(), raster.get(), left_, top_);
-        cairo_paint(cr());
+        canvas_.image(raster.get(), left_, top_);
     }
 
     void drawTiles() {
@@ -134,7 +88,7 @@ private:
         cairo_clip(cr());
         cairo_set_line_width(cr(), 0.6 * scale_);
         const bool light = picture_.map == ColourMap::kSequential || !picture_.depths.empty();
-        setColour(light ? Colour{1, 1, 1} : Colour{0, 0, 0}, 0.4);
+        canvas_.setColour(light ? Colour{1, 1, 1} : Colour{0, 0, 0}, 0.4);
         for (const auto& tile : picture_.tiles) {
             cairo_new_sub_path(cr());
             for (const auto& [x, y] : tile.corners)
@@ -146,7 +100,7 @@ private:
     }
 
     void drawFrame() {
-        setColour(kInk);
+        canvas_.setColour(kInk);
         cairo_set_line_width(cr(), scale_);
         cairo_rectangle(cr(), left_, top_, picture_.columns, picture_.rows);
         cairo_stroke(cr());
@@ -155,18 +109,19 @@ private:
     void drawAxes() {
         const double tick = kTick * scale_;
         for (const auto& [at, label] : niceSteps(picture_.left, picture_.right, 7)) {
-            setColour(kInk);
-            line(toX(at), bottomEdge(), toX(at), bottomEdge() + tick);
-            text(toX(at), bottomEdge() + tick + 14 * scale_, label, 12, Align::kCentre);
+            canvas_.setColour(kInk);
+            canvas_.line(toX(at), bottomEdge(), toX(at), bottomEdge() + tick);
+            canvas_.text(toX(at), bottomEdge() + tick + 14 * scale_, label, 12, Align::kCentre);
         }
         for (const auto& [at, label] : niceSteps(picture_.bottom, picture_.top, 7)) {
-            setColour(kInk);
-            line(left_ - tick, toY(at), left_, toY(at));
-            text(left_ - tick - 5 * scale_, toY(at) + 4 * scale_, label, 12, Align::kRight);
+            canvas_.setColour(kInk);
+            canvas_.line(left_ - tick, toY(at), left_, toY(at));
+            canvas_.text(left_ - tick - 5 * scale_, toY(at) + 4 * scale_, label, 12, Align::kRight);
         }
-        text((left_ + rightEdge()) / 2, bottomEdge() + tick + 36 * scale_, picture_.horizontalAxis,
-             14, Align::kCentre);
-        text(20 * scale_, (top_ + bottomEdge()) / 2, picture_.verticalAxis, 14, Align::kCentre);
+        canvas_.text((left_ + rightEdge()) / 2, bottomEdge() + tick + 36 * scale_,
+                     picture_.horizontalAxis, 14, Align::kCentre);
+        canvas_.text(20 * scale_, (top_ + bottomEdge()) / 2, picture_.verticalAxis, 14,
+                     Align::kCentre);
     }
 
     // A bar of a round length, about a fifth of the picture.
@@ -176,13 +131,13 @@ private:
         const double pixels = length / worldWidth * picture_.columns;
         const std::string label = numberLabel(length, length);
         const double x = left_ + 20 * scale_, y = bottomEdge() - 20 * scale_;
-        setColour({0, 0, 0}, 0.55);
+        canvas_.setColour({0, 0, 0}, 0.55);
         cairo_rectangle(cr(), x - 10 * scale_, y - 28 * scale_, pixels + 20 * scale_, 38 * scale_);
         cairo_fill(cr());
-        setColour({1, 1, 1});
+        canvas_.setColour({1, 1, 1});
         cairo_set_line_width(cr(), 3 * scale_);
-        line(x, y, x + pixels, y);
-        text(x + pixels / 2, y - 9 * scale_, label, 12, Align::kCentre, {1, 1, 1});
+        canvas_.line(x, y, x + pixels, y);
+        canvas_.text(x + pixels / 2, y - 9 * scale_, label, 12, Align::kCentre, {1, 1, 1});
     }
 
     double legendBottom() const {
@@ -192,13 +147,10 @@ private:
     void drawLegend() {
         const double x = rightEdge() + kBarGap * scale_, width = kBarWidth * scale_;
         const double height = legendBottom() - top_;
-        for (int i = 0; i < static_cast<int>(height); ++i) {
-            const double t = 1 - (i + 0.5) / height;
-            setColour(picture_.depths.empty() ? colourOf(picture_.map, t) : depthColour(-1, t));
-            cairo_rectangle(cr(), x, top_ + i, width, 1.5);
-            cairo_fill(cr());
-        }
-        setColour(kInk);
+        canvas_.colourBar(x, top_, width, height, [this](double t) {
+            return picture_.depths.empty() ? colourOf(picture_.map, t) : depthColour(-1, t);
+        });
+        canvas_.setColour(kInk);
         cairo_set_line_width(cr(), scale_);
         cairo_rectangle(cr(), x, top_, width, height);
         cairo_stroke(cr());
@@ -206,11 +158,11 @@ private:
         for (const auto& [at, label] : niceSteps(picture_.lowest, picture_.highest, 6)) {
             const double y =
                 span > 0 ? legendBottom() - (at - picture_.lowest) / span * height : top_;
-            setColour(kInk);
-            line(x + width, y, x + width + kTick * scale_, y);
-            text(x + width + 9 * scale_, y + 4 * scale_, label, 12, Align::kLeft);
+            canvas_.setColour(kInk);
+            canvas_.line(x + width, y, x + width + kTick * scale_, y);
+            canvas_.text(x + width + 9 * scale_, y + 4 * scale_, label, 12);
         }
-        text(x, top_ - 10 * scale_, picture_.valueLabel, 13, Align::kLeft);
+        canvas_.text(x, top_ - 10 * scale_, picture_.valueLabel, 13);
     }
 
     void drawDepthLegend() {
@@ -220,26 +172,24 @@ private:
         depths.erase(-1);
         const double x = rightEdge() + kBarGap * scale_, box = 14 * scale_;
         double y = legendBottom() + 36 * scale_;
-        text(x, y - 10 * scale_, "tile depth", 13, Align::kLeft);
+        canvas_.text(x, y - 10 * scale_, "tile depth", 13);
         for (const int depth : depths) {
-            setColour(depthColour(depth, 0.55));
+            canvas_.setColour(depthColour(depth, 0.55));
             cairo_rectangle(cr(), x, y, box, box);
             cairo_fill(cr());
-            text(x + box + 8 * scale_, y + box - 3 * scale_, std::to_string(depth), 12,
-                 Align::kLeft);
+            canvas_.text(x + box + 8 * scale_, y + box - 3 * scale_, std::to_string(depth), 12);
             y += 20 * scale_;
         }
     }
 
     void drawTitles() {
-        text(left_, 28 * scale_, picture_.title, 17, Align::kLeft);
-        text(left_, 49 * scale_, picture_.subtitle, 12, Align::kLeft, kFaint);
+        canvas_.text(left_, 28 * scale_, picture_.title, 17);
+        canvas_.text(left_, 49 * scale_, picture_.subtitle, 12, Align::kLeft, kFaint);
     }
 
     const SlicePicture& picture_;
     double scale_, left_, top_;
-    Surface surface_;
-    DrawingContext context_;
+    Canvas canvas_;
 };
 
 } // namespace
@@ -265,15 +215,13 @@ void writePng(std::span<const SlicePicture> pictures, OutputFile& out) {
         width += cairo_image_surface_get_width(parts.back());
         height = std::max(height, cairo_image_surface_get_height(parts.back()));
     }
-    const Surface whole = makeSurface(width, height);
-    const DrawingContext context(cairo_create(whole.get()));
+    Canvas whole(width, height, 1);
     int x = 0;
     for (cairo_surface_t* part : parts) {
-        cairo_set_source_surface(context.get(), part, x, 0);
-        cairo_paint(context.get());
+        whole.image(part, x, 0);
         x += cairo_image_surface_get_width(part);
     }
-    writeSurface(whole.get(), out);
+    writeSurface(whole.surface(), out);
 }
 
 } // namespace Stratum::io

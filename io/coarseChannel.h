@@ -3,7 +3,7 @@
 
 #include "KDX/ChannelBuilder.h"
 #include "KDX/Container.h"
-#include "KDX/HaloTile.h"
+#include "KDX/HaloChain.h"
 #include "Vantor/Volume.h"
 #include "io/Cancelled.h"
 #include "io/tileError.h"

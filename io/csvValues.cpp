@@ -31,13 +31,6 @@ std::vector<std::string> columnNames(std::string_view name, std::size_t componen
         } else if (componentCount > 1) {
             column += {'.', "xyzw"[c]};
         }
-        // A name may hold what separates fields.
-        if (column.find_first_of(",\"\n\r") != std::string::npos) {
-            std::string escaped = "\"";
-            for (const char ch : column)
-                escaped += ch == '"' ? std::string("\"\"") : std::string(1, ch);
-            column = escaped + "\"";
-        }
         names.push_back(column);
     }
     return names;

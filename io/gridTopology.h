@@ -2,6 +2,7 @@
 #pragma once
 
 #include "KDX/TreeBuilder.h"
+#include "KDX/lowestIndex.h"
 #include "common/parallel.h"
 #include "io/MemoryBudget.h"
 #include "io/gridVolume.h"
@@ -116,9 +117,7 @@ private:
         }
         if (lower[0] > upper[0])
             return {{0, 0, 0}, {-1, -1, -1}};
-        constexpr std::int64_t kLowest = Shape::kChildrenPerAxis == 2
-                                             ? std::int64_t{std::numeric_limits<int>::min()}
-                                             : -std::int64_t{Shape::tileExtent(0)};
+        constexpr std::int64_t kLowest = KDX::TileTree3D::kLowestIndex<Shape>;
         for (std::size_t axis = 0; axis < 3; ++axis)
             if (lower[axis] < kLowest || upper[axis] > std::numeric_limits<int>::max())
                 throw std::runtime_error("voxels from " + std::to_string(lower[axis]) + " to " +

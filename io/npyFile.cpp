@@ -163,7 +163,7 @@ std::pair<std::string_view, std::string_view> split(std::string_view bytes,
     return {bytes.substr(start, size), bytes.substr(start + size)};
 }
 
-std::string shapeText(const std::vector<std::uint64_t>& shape) {
+std::string shapeText(std::span<const std::uint64_t> shape) {
     std::string text = "(";
     for (const auto extent : shape)
         (text += text.size() > 1 ? ", " : "") += std::to_string(extent);
@@ -289,32 +289,16 @@ std::vector<std::array<double, 3>> readNpyTriples(std::string_view bytes,
     return triples;
 }
 
-void writeNpyValues(OutputFile& out, const SampleTable& table) {
-    std::vector<std::uint64_t> shape{table.size()};
-    if (table.matrixColumnCount > 0)
-        shape.push_back(table.componentCount / static_cast<std::size_t>(table.matrixColumnCount));
-    if (table.componentCount > 1)
-        shape.push_back(table.matrixColumnCount > 0
-                            ? static_cast<std::size_t>(table.matrixColumnCount)
-                            : table.componentCount);
-    std::string text = std::string("{'descr': '") + (table.isDouble ? "<f8" : "<f4") +
-                       "', 'fortran_order': False, 'shape': " + shapeText(shape) + ", }";
+std::string npyHeader(const std::string& type, std::span<const std::uint64_t> shape) {
+    std::string text =
+        "{'descr': " + type + ", 'fortran_order': False, 'shape': " + shapeText(shape) + ", }";
+    std::string header(kMagic);
+    header += std::string("\1\0", 2);
     // The data begin at a multiple of 64 bytes.
-    text.append(63 - (kMagic.size() + 4 + text.size()) % 64, ' ');
+    text.append(63 - (header.size() + 2 + text.size()) % 64, ' ');
     text += '\n';
-    std::string start(kMagic);
-    start += std::string("\1\0", 2);
-    appendAs(start, static_cast<std::uint16_t>(text.size()), std::endian::little);
-    out.write(start + text);
-    std::string row;
-    for (std::size_t i = 0; i < table.size(); ++i) {
-        if (i % 4096 == 0)
-            throwIfInterrupted();
-        row.clear();
-        table.forEachComponent(
-            i, [&](auto component) { appendAs(row, component, std::endian::little); });
-        out.write(row);
-    }
+    appendAs(header, static_cast<std::uint16_t>(text.size()), std::endian::little);
+    return header + text;
 }
 
 } // namespace Stratum::io

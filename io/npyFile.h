@@ -1,10 +1,9 @@
 // NumPy's .npy files of floating-point numbers.
 #pragma once
 
-#include "io/OutputFile.h"
-#include "io/SampleTable.h"
-
 #include <array>
+#include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,8 +16,8 @@ namespace Stratum::io {
 std::vector<std::array<double, 3>> readNpyTriples(std::string_view bytes,
                                                   const std::string& source);
 
-/// Writes the values alone, little-endian and in C order: of shape (N,) for scalars, (N, C) for
-/// vectors and (N, R, C) for matrices.
-void writeNpyValues(OutputFile& out, const SampleTable& table);
+/// What an .npy file of version 1 begins with: the numbers that follow are in C order, of a type as
+/// NumPy writes it, which is a text in quotes or a list of a record's fields.
+std::string npyHeader(const std::string& type, std::span<const std::uint64_t> shape);
 
 } // namespace Stratum::io

@@ -1,10 +1,7 @@
 // PLY files of vertices.
 #pragma once
 
-#include "io/OutputFile.h"
 #include "io/PlyHeader.h"
-#include "io/Provenance.h"
-#include "io/SampleTable.h"
 
 #include <span>
 #include <string>
@@ -20,9 +17,5 @@ namespace Stratum::io {
 /// cancelled.
 std::vector<std::vector<double>> readPlyVertices(std::string_view bytes, const std::string& source,
                                                  std::span<const std::string> names);
-
-/// Writes x, y, z and the value's components as properties of "vertex", the provenance as comments.
-void writePlyValues(OutputFile& out, PlyEncoding encoding, const SampleTable& table,
-                    const Provenance& provenance);
 
 } // namespace Stratum::io

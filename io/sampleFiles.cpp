@@ -1,13 +1,10 @@
 #include "io/sampleFiles.h"
 
-#include "io/Cancelled.h"
 #include "io/csvPositions.h"
 #include "io/floatWidths.h"
-#include "io/jsonText.h"
 #include "io/lowerCase.h"
 #include "io/npyFile.h"
 #include "io/plyFile.h"
-#include "io/provenanceJson.h"
 #include "io/readFile.h"
 
 #include <algorithm>
@@ -76,53 +73,6 @@ Positions positionsIn(const std::string& bytes, SampleFormat format, const std::
                              "': positions come from .csv, .npy and .ply files");
 }
 
-void writeCsv(OutputFile& out, const SampleTable& table, const Provenance& provenance) {
-    if (!provenance.empty())
-        for (const auto& line : provenance.lines())
-            out.write("# " + line + "\n");
-    std::string line = "x,y,z";
-    for (const auto& column :
-         columnNames(table.name, table.componentCount, table.matrixColumnCount))
-        line += "," + column;
-    out.write(line + "\n");
-    const auto add = [&](auto number) {
-        appendNumber(line, number);
-        line += ',';
-    };
-    for (std::size_t i = 0; i < table.size(); ++i) {
-        if (i % 4096 == 0)
-            throwIfInterrupted();
-        line.clear();
-        for (const float coordinate : Vantor::Math::toComponents(table.positions[i]))
-            add(coordinate);
-        table.forEachComponent(i, add);
-        line.back() = '\n';
-        out.write(line);
-    }
-}
-
-void writeJson(OutputFile& out, const SampleTable& table, const Provenance& provenance) {
-    std::string text("{");
-    text += provenanceJson(provenance);
-    text += ",\n \"columns\": [\"x\", \"y\", \"z\"";
-    for (const auto& column :
-         columnNames(table.name, table.componentCount, table.matrixColumnCount))
-        text += ", " + jsonText(column);
-    text += "],\n \"rows\": [";
-    out.write(text);
-    for (std::size_t i = 0; i < table.size(); ++i) {
-        if (i % 4096 == 0)
-            throwIfInterrupted();
-        text = i == 0 ? "\n  [" : ",\n  [";
-        for (const float coordinate : Vantor::Math::toComponents(table.positions[i]))
-            text += jsonNumber(coordinate) + ", ";
-        table.forEachComponent(i, [&](auto number) { text += jsonNumber(number) + ", "; });
-        text.resize(text.size() - 2);
-        out.write(text + "]");
-    }
-    out.write("]}\n");
-}
-
 } // namespace
 
 std::vector<std::string> sampleFormatNames() {
@@ -153,24 +103,6 @@ Positions readPositions(const std::string& path, std::optional<SampleFormat> for
     if (!format)
         format = path == "-" ? formatOfInput(bytes) : sampleFormatOf(path);
     return positionsIn(bytes, *format, sourceName(path));
-}
-
-void writeSamples(OutputFile& out, SampleFormat format, const SampleTable& table,
-                  const Provenance& provenance) {
-    switch (format) {
-    case SampleFormat::kCsv:
-        return writeCsv(out, table, provenance);
-    case SampleFormat::kNpy:
-        return writeNpyValues(out, table);
-    case SampleFormat::kPly:
-        return writePlyValues(out, PlyEncoding::kLittleEndian, table, provenance);
-    case SampleFormat::kPlyBigEndian:
-        return writePlyValues(out, PlyEncoding::kBigEndian, table, provenance);
-    case SampleFormat::kPlyAscii:
-        return writePlyValues(out, PlyEncoding::kAscii, table, provenance);
-    case SampleFormat::kJson:
-        return writeJson(out, table, provenance);
-    }
 }
 
 } // namespace Stratum::io

@@ -1,9 +1,8 @@
-// Positions in, samples out, in any of the formats.
+// Positions from files, and the formats that tables are written in.
 #pragma once
 
-#include "io/OutputFile.h"
-#include "io/Provenance.h"
-#include "io/SampleTable.h"
+#include "Ostrum/Array.h"
+#include "common/Math.h"
 
 #include <optional>
 #include <string>
@@ -27,10 +26,5 @@ SampleFormat sampleFormatOf(const std::string& path);
 /// with one line that says what is wrong and where.
 Ostrum::Array<Vantor::Math::float3> readPositions(const std::string& path,
                                                   std::optional<SampleFormat> format = {});
-
-/// Writes samples. CSV carries its provenance, when there is one, in lines that begin with '#'; an
-/// .npy file has no place for it.
-void writeSamples(OutputFile& out, SampleFormat format, const SampleTable& table,
-                  const Provenance& provenance);
 
 } // namespace Stratum::io

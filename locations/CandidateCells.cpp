@@ -110,7 +110,8 @@ typename CandidateCells<Traits>::Box CandidateCells<Traits>::bounds() const {
         for (int voxel = 0; voxel < Traits::kVoxelCount; ++voxel) {
             if (!tile.voxels.contains(voxel))
                 continue;
-            const std::array<int, 3> n{voxel % W, voxel / W % W, voxel / (W * W)};
+            const auto [x, y, z] = localVoxel<Traits>(voxel);
+            const std::array<int, 3> n{x, y, z};
             for (std::size_t axis = 0; axis < 3; ++axis) {
                 const std::int64_t lower = origin[axis] + n[axis] * width;
                 box.min[axis] = std::min(box.min[axis], lower);
@@ -121,7 +122,7 @@ typename CandidateCells<Traits>::Box CandidateCells<Traits>::bounds() const {
     return box;
 }
 
-template class CandidateCells<KDX::TileTree3D::Traits<2, 4, 1>>;
-template class CandidateCells<KDX::TileTree3D::Traits<5, 5, 1>>;
+#define STRATUM_TREE_SHAPE(B, W) template class CandidateCells<KDX::TileTree3D::Traits<B, W, 1>>;
+#include "common/rows.def"
 
 } // namespace Vantor::Sample

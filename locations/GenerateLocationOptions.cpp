@@ -1,8 +1,13 @@
 #include "locations/GenerateLocationOptions.h"
 
+#include <type_traits>
 #include <utility>
 
 namespace Vantor::Sample {
+
+// What moving a record without a chance of failure rests on.
+static_assert(std::is_nothrow_move_assignable_v<Ostrum::String> &&
+              std::is_nothrow_move_assignable_v<Ostrum::Ptr<Ostrum::Array<long long>>>);
 
 GenerateLocationOptions::GenerateLocationOptions() = default;
 GenerateLocationOptions::GenerateLocationOptions(const GenerateLocationOptions&) = default;

@@ -20,7 +20,8 @@ enum class SampleType : std::int32_t {
 /// How an amount is read.
 enum class AmountType : std::int32_t {
     Count = 0,   ///< the number of samples
-    Density = 1, ///< samples per unit of area or length; points read a count all the same
+    Density = 1, ///< samples per unit of area or length, in volumes of the volume of the box around
+                 ///< all cells; points read a count all the same
 };
 
 /// What becomes of a sample that the mask rejects.
@@ -56,8 +57,9 @@ struct STRATUM_API GenerateLocationOptions {
     /// Any value other than Density is a count.
     VantorExp::Geometry::AmountType amount_type = VantorExp::Geometry::AmountType::Density;
     /// Any value other than Resample drops what the mask rejects, but for points, where a value
-    /// that is neither gives locations of kind 0. Without effect on meshes by density, whose
-    /// rejected samples are dropped, and on volumes, whose are drawn again.
+    /// that is neither gives locations of kind 0. Without effect on meshes by a density that does
+    /// not become a count, whose rejected samples are dropped, and on volumes, whose are drawn
+    /// again.
     VantorExp::Geometry::MaskControl mask_control = VantorExp::Geometry::MaskControl::Resample;
     /// All 64 bits count.
     std::int64_t seed = 0;
@@ -66,7 +68,7 @@ struct STRATUM_API GenerateLocationOptions {
     /// Whether max_number limits the number of samples.
     bool use_max_number = false;
     /// At most so many samples, if use_max_number; a negative number counts as 0. On points the
-    /// rounding of a fraction may add one.
+    /// rounding of a fraction may add one; in volumes only amounts of type Count are limited.
     std::int64_t max_number = 0;
     /// Whether mask_property decides which samples are kept.
     bool use_mask = false;

@@ -1,10 +1,12 @@
 // A mask on the faces, corners or points of a mesh.
 #pragma once
 
+#include "Ostrum/Array.h"
+#include "Ostrum/Ptr.h"
+#include "Ostrum/RuntimeServices.h"
 #include "locations/GenerateLocationOptions.h"
 #include "locations/geometryViews.h"
 #include "locations/maskValue.h"
-#include "locations/warn.h"
 
 #include <algorithm>
 #include <array>
@@ -71,7 +73,7 @@ public:
         const Scalar a = at(place(face, i0)), b = at(place(face, i1)), c = at(place(face, i2));
         switch (mode_) {
         case Interpolation::kLinear:
-            return w0 * a + w1 * b + w2 * c;
+            return w0 * blendable(a) + w1 * blendable(b) + w2 * blendable(c);
         case Interpolation::kNearest:
             return w0 >= w1 && w0 >= w2 ? a : w1 >= w0 && w1 >= w2 ? b : c;
         }

@@ -1,11 +1,13 @@
 // A mask on strands or on their points.
 #pragma once
 
+#include "Ostrum/Array.h"
+#include "Ostrum/Ptr.h"
+#include "Ostrum/RuntimeServices.h"
 #include "Vantor/GeoLocation.h"
 #include "locations/GenerateLocationOptions.h"
 #include "locations/geometryViews.h"
 #include "locations/maskValue.h"
-#include "locations/warn.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -105,7 +107,8 @@ public:
         // Decided before the values are blended, whose rounding could leave a chance.
         if (this->isCertain(p0) && this->isCertain(p1))
             return true;
-        return rejects(location.weights[0] * this->at(p0) + location.weights[1] * this->at(p1),
+        return rejects(location.weights[0] * blendable(this->at(p0)) +
+                           location.weights[1] * blendable(this->at(p1)),
                        draw, static_cast<std::uint64_t>(options.seed), options.invert_mask);
     }
 };

@@ -68,7 +68,8 @@ public:
         return std::ranges::all_of(cells.tiles(), [&](const CandidateTile<Traits>& tile) {
             // Samples are read no deeper than the mask has data.
             const int depth = std::min(tile.depth, values_->depth());
-            return rejectsTile(tile, accessor.tileImpl(tile.tijk, depth));
+            return !isReadDeeper(tile, accessor) &&
+                   rejectsTile(tile, accessor.tileImpl(tile.tijk, depth));
         });
     }
 
@@ -93,6 +94,23 @@ private:
         return size == 0 || !std::isfinite(size) || !std::isfinite(1 / size);
     }
 
+    // Whether samples in the tile are read from tiles below it, where the mask has data at depths
+    // that the cells' channel has none at.
+    template <class Accessor>
+    bool isReadDeeper(const CandidateTile<Traits>& tile, Accessor& accessor) const {
+        if (values_->depth() <= tile.depth)
+            return false;
+        constexpr int B = Traits::kChildrenPerAxis;
+        const auto& node = container_.tile(accessor.tileImpl(tile.tijk, tile.depth).treeIndex());
+        for (int voxel = 0; voxel < Traits::kVoxelCount; ++voxel) {
+            const int3 n = localVoxel<Traits>(voxel);
+            if (tile.voxels.contains(voxel) &&
+                !node.isLeaf({n.x * B / W, n.y * B / W, n.z * B / W}))
+                return true;
+        }
+        return false;
+    }
+
     bool rejectsTile(const CandidateTile<Traits>& tile, const Record& found) const {
         const auto values = values_->tileData(found.treeIndex());
         if (!values || reachesBeyondIndices(tile)) {
@@ -112,7 +130,7 @@ private:
         const int width = Traits::voxelWidth(tile.depth),
                   readWidth = Traits::voxelWidth(found.depth());
         for (int voxel = 0; voxel < Traits::kVoxelCount; ++voxel) {
-            const int3 lower = from + int3{voxel % W, voxel / W % W, voxel / (W * W)} * width;
+            const int3 lower = from + localVoxel<Traits>(voxel) * width;
             if (tile.voxels.contains(voxel) &&
                 !rejectsCell({lower.x / readWidth, lower.y / readWidth, lower.z / readWidth},
                              values))
@@ -121,10 +139,14 @@ private:
         return true;
     }
 
-    // Whether samples in a tile may come to lie where there are no indices, in no tile.
-    static bool reachesBeyondIndices(const CandidateTile<Traits>& tile) {
-        const auto upper = std::max({tile.tijk.x, tile.tijk.y, tile.tijk.z});
-        return static_cast<float>(std::int64_t{upper} + Traits::tileExtent(tile.depth)) >= 0x1p31F;
+    // Whether samples in a tile may come to lie where there are no indices, in no tile, or have
+    // positions that a float does not hold.
+    bool reachesBeyondIndices(const CandidateTile<Traits>& tile) const {
+        const auto [x, y, z] = tile.tijk;
+        const auto upper =
+            static_cast<float>(std::int64_t{std::max({x, y, z})} + Traits::tileExtent(tile.depth));
+        const float furthest = std::max(upper, -static_cast<float>(std::min({x, y, z})));
+        return upper >= 0x1p31F || !std::isfinite(furthest * container_.voxelSize());
     }
 
     // All samples around the cell that one in it could be interpolated from.

@@ -45,10 +45,11 @@ public:
             extended_ ? extended_->tileData(index).data() : channel_->tileData(index).data();
         if (!values)
             return found;
+        const bool isDeepest = tile.depth() == channel_->depth();
         for (int voxel = 0; voxel < Traits::kVoxelCount; ++voxel) {
-            const int3 n{voxel % W, voxel / W % W, voxel / (W * W)};
+            const int3 n = localVoxel<Traits>(voxel);
             if (follows(extended_ ? mean(values, n) : double{values[voxel]}) &&
-                tile.isLeaf({n.x * B / W, n.y * B / W, n.z * B / W}))
+                (isDeepest || tile.isLeaf({n.x * B / W, n.y * B / W, n.z * B / W})))
                 found.voxels.insert(voxel);
         }
         return found;

@@ -15,10 +15,11 @@ enum class CellRule {
     kDistance, ///< 0 or below, the inside
 };
 
-/// The cells that follow the rule, among those that no finer tile covers, tile by tile in the order
-/// of a walk through the tree. A cell is a voxel with its value; or, with the values around a tile
-/// in `extended` (see extendedChannel()), the cube between eight neighbouring samples with their
-/// mean. NaN follows no rule. Runs in parallel; lets a cancellation through.
+/// The cells that follow the rule, among those that no finer tile covers that samplers would look
+/// into, down to the channel's own depth; tile by tile in the order of a walk through the tree. A
+/// cell is a voxel with its value; or, with the values around a tile in `extended` (see
+/// extendedChannel()), the cube between eight neighbouring samples with their mean. NaN follows no
+/// rule. Runs in parallel; lets a cancellation through.
 template <class Traits>
 std::vector<CandidateTile<Traits>> collectCells(
     const KDX::TileTree3D::Container<Traits>& container,

@@ -18,10 +18,12 @@ namespace Vantor::Sample {
 /// The same inputs give the same locations, whatever the number of threads: every number drawn
 /// depends on the seed and an index alone.
 ///
-/// Negative numbers in the options count as 0 and a mask that cannot be used as none, each with a
-/// warning through `services`, which may be null. Index arrays of the geometry may be wrong: what
-/// they do not make usable is left out. A cancellation of the job and failing memory leave as
-/// exceptions, with `locations` as they were.
+/// Negative numbers in the options count as 0, with a warning through `services`, which may be
+/// null. A mask property that does not exist counts as none, silently but on strands, and one of an
+/// unsuitable target or type as none with a warning; in a volume a part of that name that is no
+/// channel makes the volume one that is not recognised. Index arrays of the geometry may be wrong
+/// and points may be NaN: what they do not make usable is left out. A cancellation of the job and
+/// failing memory leave as exceptions, with `locations` as they were.
 STRATUM_API void
 generateSampleLocations(const Object& geometry, const GenerateLocationOptions& options,
                         Ostrum::Array<Vantor::Geometry::Common::GeoLocation>& locations,

@@ -38,6 +38,10 @@ inline void prepare(GenerateLocationOptions& options, std::int64_t defaultMaximu
     options.use_max_number = true;
 }
 
+/// Attempts that a location on strands or points has at most where a mask rejects it, and the draws
+/// that are its own for them.
+inline constexpr std::uint64_t kMostAttempts = 32768, kDrawsPerSample = 65536;
+
 /// The locations without those of kind 0, in order.
 Locations keepValid(const Locations& all);
 

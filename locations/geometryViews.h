@@ -2,8 +2,6 @@
 // is left out, and nothing outside the arrays is read.
 #pragma once
 
-#include "Ostrum/Array.h"
-#include "Ostrum/Ptr.h"
 #include "common/Math.h"
 
 #include <algorithm>
@@ -62,7 +60,7 @@ struct MeshView {
     ElementRuns faces;                         ///< of corners
 
     /// Half the cross product of the edges, or a negative number for a triangle whose points do not
-    /// exist.
+    /// exist or whose area is no finite float.
     float triangleArea(const IndexSpan& corners, std::size_t t) const;
 };
 
@@ -70,18 +68,21 @@ struct MeshView {
 struct StrandView {
     std::span<const float3> positions;
     ElementRuns strands;
+
+    /// From a point to the next, or 0 where that is no finite float.
+    float segmentLength(std::size_t point) const;
 };
 
 /// The areas of all triangles of all fans, in the order of faces and t.
 std::vector<float> triangleAreas(const MeshView& mesh);
 
-/// Whether an area is that of a triangle whose points exist.
+/// Whether an area is that of a triangle and not what marks one to be left out.
 inline bool isTriangle(float area) {
     return !(area < 0);
 }
 
-/// Calls visit(face, t, area) for all triangles of a mesh that exist, in the order of faces and t.
-/// `areas` are the mesh's triangleAreas().
+/// Calls visit(face, t, area) for all triangles of a mesh that are not left out, in the order of
+/// faces and t. `areas` are the mesh's triangleAreas().
 template <class Visit>
 void forEachTriangle(const MeshView& mesh, std::span<const float> areas, const Visit& visit) {
     const float* area = areas.data();

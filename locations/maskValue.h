@@ -5,7 +5,9 @@
 #include "common/randomUnit.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
+#include <limits>
 #include <type_traits>
 
 namespace Vantor::Sample {
@@ -31,6 +33,14 @@ Vantor::Math::ScalarOf<T> maskScalar(const T& value) {
         return value;
     else
         return value.x;
+}
+
+/// A value to be blended with others. Infinite ones, which count as 1 or 0, would give NaN where
+/// another's weight is 0, and so become finite.
+template <class Scalar>
+Scalar blendable(Scalar v) {
+    constexpr Scalar kHuge = std::numeric_limits<Scalar>::max() / 4;
+    return std::isinf(v) ? std::copysign(kHuge, v) : v;
 }
 
 /// 0 for NaN.

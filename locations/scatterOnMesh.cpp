@@ -128,9 +128,8 @@ private:
 // About so many samples, and some more than chance is likely to add.
 std::uint64_t expectedByDensity(const Scatter& scatter, float density) {
     double area = 0;
-    scatter.forEachHopeful([&](std::size_t, std::size_t, float triangle) {
-        area += std::isfinite(triangle) ? static_cast<double>(triangle) : 0.0;
-    });
+    scatter.forEachHopeful(
+        [&](std::size_t, std::size_t, float triangle) { area += static_cast<double>(triangle); });
     return wholeCount(area * static_cast<double>(density) +
                           4 * std::sqrt(static_cast<double>(scatter.triangles)),
                       scatter.most);
@@ -141,9 +140,8 @@ Locations byDensity(const Scatter& scatter, float density) {
     locations.reserve(expectedByDensity(scatter, density));
     DensityWriter writer(scatter, locations);
     scatter.forEachHopeful([&](std::size_t face, std::size_t t, float area) {
-        const float share = std::isinf(area) ? 0 : area * density; // the area overflowed
         writer.add({static_cast<std::uint32_t>(face), static_cast<std::uint32_t>(t),
-                    roundShare(share, face, scatter.seed)});
+                    roundShare(area * density, face, scatter.seed)});
     });
     writer.flush();
     Stratum::throwIfCancelled();

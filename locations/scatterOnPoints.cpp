@@ -15,8 +15,6 @@ namespace {
 using Geometry::Common::GeoLocation;
 using VantorExp::Geometry::MaskControl;
 
-constexpr std::uint64_t kAttempts = 32768, kDrawsPerSample = 65536;
-
 void setPoint(GeoLocation& location, std::size_t point) {
     location.kind = Geometry::Common::kOnPoint;
     location.element = static_cast<std::uint32_t>(point);
@@ -80,7 +78,7 @@ Locations scatterOnPoints(std::size_t pointCount, const PointMask* mask,
     else
         fill(locations, [&](std::size_t i, GeoLocation& location) {
             std::uint64_t draw = i * kDrawsPerSample + 1;
-            for (std::uint64_t attempt = 0; attempt < kAttempts; ++attempt, draw += 2) {
+            for (std::uint64_t attempt = 0; attempt < kMostAttempts; ++attempt, draw += 2) {
                 const std::size_t point = points[randomHash(draw, seed) % points.size()];
                 if (!mask->rejects(point, draw + 1))
                     return setPoint(location, point);

@@ -25,11 +25,6 @@ void forEach(std::size_t count, std::size_t grain, const Body& body) {
     Stratum::throwIfCancelled();
 }
 
-float distance(const float3& a, const float3& b) {
-    const float3 d{b.x - a.x, b.y - a.y, b.z - a.z};
-    return std::sqrt(d.x * d.x + d.y * d.y + d.z * d.z);
-}
-
 // A weight for each point: the length of the segment that begins there, 0 at a strand's last point
 // and outside all strands.
 std::vector<float> segmentLengths(const StrandView& strands) {
@@ -37,7 +32,7 @@ std::vector<float> segmentLengths(const StrandView& strands) {
     forEach(strands.strands.count(), 100, [&](std::size_t strand) {
         const IndexSpan points = strands.strands[strand];
         for (std::size_t p = points.begin; p + 1 < points.end; ++p)
-            lengths[p] = distance(strands.positions[p], strands.positions[p + 1]);
+            lengths[p] = strands.segmentLength(p);
     });
     return lengths;
 }
@@ -117,7 +112,7 @@ void drawSample(std::uint64_t sample, const Segments& segments, const StrandSamp
             !mask->reject(location, draw + 1, options))
             return;
         location = {};
-        if (!retry || attempt == kStrandAttempts)
+        if (!retry || attempt == kMostAttempts)
             return;
     }
 }

@@ -6,9 +6,6 @@
 
 namespace Vantor::Sample {
 
-/// Attempts for one sample, and the draws that they may use.
-inline constexpr std::uint64_t kStrandAttempts = 32768, kDrawsPerSample = 65536;
-
 /// Scatters locations along strands, uniformly over their length.
 ///
 /// The sum of the lengths is kept in float, segment by segment: over very many segments it drifts

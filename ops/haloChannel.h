@@ -4,7 +4,9 @@
 #include "KDX/Channel.h"
 #include "KDX/ChannelPool.h"
 #include "KDX/VoxelTopology.h"
+#include "KDX/halo.h"
 #include "Kelvane/Logger.h"
+#include "ops/volumeParts.h"
 
 #include <cstddef>
 #include <iostream>
@@ -36,6 +38,18 @@ createHaloChannel(const KDX::TileTree3D::VoxelTopology<Traits>& topology, const 
     return Ostrum::makePtr<Channel<Traits, T, Traits::kVoxelsPerAxis + 1, 0, 0>>(
         "", defaultValue, pooledMemory, settings.callElementConstructor, settings.coarsestDepth,
         settings.finestDepth);
+}
+
+/// The volume's channel with the values around its tiles, and `defaultValue` where there is no
+/// data.
+template <class Traits, class T>
+auto buildHalo(const VolumeParts<Traits, T>& volume, const T& defaultValue) {
+    auto halo = createHaloChannel<Traits, T>(*volume.topology, defaultValue,
+                                             {.finestDepth = Traits::kFinestDepth});
+    if (volume.channel->depth() >= 0) // one without data has nothing to copy
+        KDX::TileTree3D::computeHalo<Traits, T, 0, 0, 1, 0>(*volume.channel, *volume.container,
+                                                            *halo, -1, -1);
+    return halo;
 }
 
 } // namespace Stratum

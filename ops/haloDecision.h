@@ -29,9 +29,13 @@ inline float haloSamplingThreshold() {
     return registered.value_or(kHaloSamplingThreshold);
 }
 
+/// What the threshold is for; none count as one voxel.
+inline float samplesPerVoxel(std::size_t samples, std::int64_t voxels) {
+    return static_cast<float>(samples) / static_cast<float>(std::max<std::int64_t>(1, voxels));
+}
+
 inline bool isHaloWorthwhile(std::size_t samples, std::int64_t voxels, float threshold) {
-    const float ratio =
-        static_cast<float>(samples) / static_cast<float>(std::max<std::int64_t>(1, voxels));
+    const float ratio = samplesPerVoxel(samples, voxels);
     const bool enabled = ratio > threshold;
     if (Kelvane::Logger::verboseLevel() > 1)
         std::cout << "#Samples = " << samples << std::endl

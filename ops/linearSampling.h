@@ -1,11 +1,9 @@
 // Linear sampling of a whole array of positions.
 #pragma once
 
-#include "KDX/halo.h"
 #include "ops/haloChannel.h"
 #include "ops/sampleLoop.h"
 #include "ops/visitOrder.h"
-#include "ops/volumeParts.h"
 #include "volume/VoxelSamplerLinear.h"
 
 namespace Stratum {
@@ -15,9 +13,7 @@ namespace Stratum {
 template <class Traits, class T, class Loop>
 void sampleLinear(const VolumeParts<Traits, T>& volume, const Loop& loop) {
     using namespace KDX::TileTree3D;
-    const auto halo = createHaloChannel<Traits, T>(*volume.topology, volume.channel->defaultValue(),
-                                                   {.finestDepth = Traits::kFinestDepth});
-    computeHalo<Traits, T, 0, 0, 1, 0>(*volume.channel, *volume.container, *halo, -1, -1);
+    const auto halo = buildHalo(volume, volume.channel->defaultValue());
     loop(LinearSampler<Traits, T>(*volume.container, *volume.topology, *halo));
 }
 

@@ -57,18 +57,6 @@ void samplePropertyOf(const VolumeParts<Traits, T>& volume,
         });
 }
 
-/// The channel with the values around its tiles, and `defaultValue` where there is no data.
-template <class Traits, class T>
-auto buildHalo(const VolumeParts<Traits, T>& volume, const T& defaultValue) {
-    const Kelvane::Logger::timer timer("Geometry::sample_volume_property.build_halo");
-    auto halo = createHaloChannel<Traits, T>(*volume.topology, defaultValue,
-                                             {.finestDepth = Traits::kFinestDepth});
-    if (volume.channel->depth() >= 0) // one without data has nothing to copy
-        KDX::TileTree3D::computeHalo<Traits, T, 0, 0, 1, 0>(*volume.channel, *volume.container,
-                                                            *halo, -1, -1);
-    return halo;
-}
-
 /// Fills the call from the tree of one shape; false where the volume has no such channel there.
 template <class Traits, class T>
 bool samplePropertyIn(const KDX::Object& object, PropertySampling<T>& call) {
@@ -90,7 +78,10 @@ bool samplePropertyIn(const KDX::Object& object, PropertySampling<T>& call) {
                          OrderFrom::kManyPlacesEach, call);
         return true;
     }
-    const auto halo = buildHalo(volume, call.defaultValue);
+    const auto halo = [&] {
+        const Kelvane::Logger::timer timer("Geometry::sample_volume_property.build_halo");
+        return buildHalo(volume, call.defaultValue);
+    }();
     samplePropertyOf(volume, Sampler(*volume.container, *volume.topology, *halo),
                      OrderFrom::kOnePlaceEach, call);
     return true;

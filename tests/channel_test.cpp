@@ -173,20 +173,4 @@ TEST(ChannelMemoryPool, MakesRoomForNewerSizes) {
     ChannelMemoryPool::trim();
 }
 
-TEST(Volume256, TakesLittleMoreThanItsValues) {
-    using Shape = Traits<2, 4, 1>;
-    TreeBuilder<Shape> builder;
-    builder.addBox(28, {{-128, -128, -128}, {127, 127, 127}});
-    const auto tree = builder.build(1, VoxelOffsetType::kCellCentre);
-    const auto channel = makeChannel<Shape, float>(
-        tree, 0.0F, [](const double3& p, int) { return p.x + 2 * p.y + 3 * p.z; });
-    EXPECT_EQ(Container<Shape>(tree).voxelDataCount(28), 256 * 256 * 256);
-    EXPECT_LE(static_cast<double>(tree->memoryUsage() + channel->memoryUsage()),
-              1.25 * 64 * 1024 * 1024);
-    auto accessor = Container<Shape>(tree).tileAccessor();
-    const auto tile = channel->tileData(accessor.tileImpl(int3{127, -128, 5}, 28).treeIndex());
-    const int3 local{3, 0, 1};
-    EXPECT_EQ(tile(local), 127.5F - 255 + 16.5F);
-}
-
 } // namespace

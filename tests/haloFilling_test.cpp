@@ -142,26 +142,31 @@ TYPED_TEST(HaloFillingTest, SourcesThatCannotBeKeptFillAtOnce) {
 TEST(TileArena, HandsOutEveryPlaceOnce) {
     constexpr std::size_t kNumbers = 3, kThreads = 3, kRuns = 400; // numbers a tile
     TileArena arena(kNumbers * sizeof(std::size_t), 500, false);
-    std::array<std::vector<std::pair<std::size_t*, std::size_t>>, kThreads> runs;
+    struct Run {
+        std::size_t number;
+        std::span<const std::size_t> memory;
+    };
+    std::array<std::vector<Run>, kThreads> runs;
     {
         std::vector<std::jthread> threads;
         for (std::size_t t = 0; t < kThreads; ++t)
             threads.emplace_back([&, t] {
                 for (std::size_t i = 0; i < kRuns; ++i) {
-                    const std::size_t tiles = 1 + (i * 7 + t) % TileArena::kMostAtOnce;
+                    const std::size_t tiles =
+                        i % 4 == 0 ? 1 : 1 + (i * 7 + t) % TileArena::kMostAtOnce;
                     auto* memory = static_cast<std::size_t*>(arena.take(tiles));
                     std::fill_n(memory, tiles * kNumbers, t * kRuns + i);
-                    const std::size_t kept = tiles - (i % 3 == 0 ? tiles / 2 : 0);
-                    if (kept < tiles)
-                        arena.giveBack(memory, tiles, tiles - kept);
-                    runs[t].emplace_back(memory, kept * kNumbers);
+                    if (tiles == 1 && i % 2 == 0)
+                        arena.giveBack(memory);
+                    else
+                        runs[t].push_back({t * kRuns + i, {memory, tiles * kNumbers}});
                 }
             });
     }
-    for (std::size_t t = 0; t < kThreads; ++t)
-        for (std::size_t i = 0; i < kRuns; ++i)
-            for (const std::size_t number : std::span(runs[t][i].first, runs[t][i].second))
-                ASSERT_EQ(number, t * kRuns + i);
+    for (const auto& ofThread : runs)
+        for (const Run& run : ofThread)
+            for (const std::size_t number : run.memory)
+                ASSERT_EQ(number, run.number);
 }
 
 } // namespace

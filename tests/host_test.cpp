@@ -112,8 +112,6 @@ TEST(Object, FindsPropertiesByNameAndType) {
     EXPECT_FALSE(object.isA(*Geo::getPointCloudPrototype()));
     object.addComponent(Geo::sPointComp, 4);
     EXPECT_TRUE(object.isA(*Geo::getPointCloudPrototype()));
-    EXPECT_FALSE(object.isA(*Geo::getMeshPrototype()));
-    EXPECT_FALSE(object.isA(*Geo::getStrandPrototype()));
     object.addComponent(Geo::sPointComp, 5);
     EXPECT_EQ(Geo::getElementCount(object, Geo::sPointComp), 5U);
     EXPECT_EQ(Geo::getElementCount(object, Geo::sFaceComp), 0U);

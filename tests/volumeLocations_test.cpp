@@ -211,6 +211,28 @@ TEST(VolumeLocations, DensityCountsTheBoxAroundTheCells) {
     EXPECT_EQ(scatter(volume.object, ofFog(byDensity(1))).size(), 32U * 16 * 8);
 }
 
+TEST(VolumeLocations, TilesDeeperThanTheChannelHideNothing) {
+    for (const auto type : {VoxelOffsetType::kCellCentre, VoxelOffsetType::kCorner}) {
+        TreeBuilder<Two> builder;
+        builder.addBox(28, {{0, 0, 0}, {7, 7, 7}});
+        builder.addTile(27, {0, 0, 0});
+        TestVolume<Two> volume(builder.build(1, type));
+        const auto coarse = [](const auto& tile, auto) { return tile.depth() == 27; };
+        ChannelBuilder<Two, float> fog(volume.tree, kFog, 0, coarse);
+        fog.fill(kOnes);
+        addChannel(volume.object, fog.finish());
+        EXPECT_EQ(scatter(volume.object, ofFog(byDensity(2))).size(), 2U * 8 * 8 * 8);
+        // The mask's own data reach deeper, where it keeps one half.
+        volume.add<float>("mask", 0, [](const double3& p, int depth) {
+            return depth == 28 && p.x < 4 ? 1.0F : 0.0F;
+        });
+        const auto kept = scatter(volume.object, ofFog(masked(byCount(50))));
+        EXPECT_EQ(kept.size(), 50U);
+        for (const GeoLocation& l : kept)
+            EXPECT_LT(l.weights[0], 5);
+    }
+}
+
 TEST(VolumeLocations, ChooseTheChannelBySampleType) {
     const std::string complaint = "Unable to generate volume geo locations.\n";
     TreeBuilder<Two> builder;
@@ -330,9 +352,11 @@ TEST(VolumeLocations, MasksThatKeepSomethingAreNotGivenUp) {
                         [](const double3&, int) { return std::numeric_limits<float>::infinity(); });
     EXPECT_EQ(kept(infinite, true), 20U);
     // Nowhere, and always at the origin.
-    TestVolume<Two> nowhere(tree(kNan)), origin(tree(0));
-    nowhere.add<float>("mask", 1, [](const double3&, int) { return 0.0F; });
-    EXPECT_EQ(kept(nowhere), 20U);
+    TestVolume<Two> nowhere(tree(kNan)), huge(tree(3e38F)), origin(tree(0));
+    for (auto* volume : {&nowhere, &huge}) {
+        volume->add<float>("mask", 1, [](const double3&, int) { return 0.0F; });
+        EXPECT_EQ(kept(*volume), 20U);
+    }
     origin.add<float>("mask", 0, [](const double3& p, int) { return float(p.z < 1); });
     origin.add<float>(kFog, 0, [](const double3& p, int) { return float(p.z > 4); });
     EXPECT_EQ(scatter(origin.object, ofFog(masked(byCount(20)))).size(), 20U);

@@ -54,7 +54,8 @@ private:
             const int3 n{voxel % W, voxel / W % W, voxel / (W * W)};
             const double value = extended_ ? mean(values, n) : double{values[voxel]};
             if ((isFog_ ? value > 0 : value <= 0) &&
-                tile.isLeaf({n.x * B / W, n.y * B / W, n.z * B / W}))
+                (tile.depth() == values_.depth() ||
+                 tile.isLeaf({n.x * B / W, n.y * B / W, n.z * B / W})))
                 addCell(tile.tijk(), n, tile.voxelDataWidth());
         }
     }

@@ -8,9 +8,8 @@
 #include "commands.h"
 #include "commonOptions.h"
 #include "io/Cancelled.h"
-#include "io/ColumnTable.h"
 #include "io/csvValues.h"
-#include "io/sampleFiles.h"
+#include "io/writeTable.h"
 #include "ops/haloDecision.h"
 #include "tableOptions.h"
 
@@ -73,12 +72,9 @@ io::ColumnTable makeTable(const Locations& locations, const PropertyValues<T>& r
     for (std::size_t axis = 0; axis < 3; ++axis)
         addColumn<float>(table, std::string(1, "xyz"[axis]), rows,
                          [&](std::size_t i) { return locations[i].weights[axis]; });
-    const auto names =
-        io::columnNames("value", Vantor::Math::kComponentCount<T>, io::matrixColumns<T>());
-    for (std::size_t c = 0; c < names.size(); ++c)
-        addColumn<Vantor::Math::ScalarOf<T>>(table, names[c], rows, [&](std::size_t i) {
-            return Vantor::Math::toComponents((*result.values)[i])[c];
-        });
+    table.addComponents(
+        io::columnNames("value", Vantor::Math::kComponentCount<T>, io::matrixColumns<T>()),
+        *result.values);
     addColumn<io::Flag>(table, "valid", rows,
                         [&](std::size_t i) { return flag((*result.valid)[i]); });
     if (places.size() != rows)
@@ -105,10 +101,8 @@ std::vector<StoredPlace> placesOf(const PlainChannel<Shape, T>& channel,
 template <class Shape, class T>
 bool usesDefault(const PlainChannel<Shape, T>& channel, const Locations& locations) {
     const KDX::TileTree3D::Container<Shape> container(channel.tree());
-    const auto voxels = std::max<std::int64_t>(1, container.voxelDataCount(-1));
     return channel.tree()->offsetType() == KDX::TileTree3D::VoxelOffsetType::kCorner &&
-           static_cast<float>(locations.size()) / static_cast<float>(voxels) >
-               kHaloSamplingThreshold;
+           samplesPerVoxel(locations.size(), container.voxelDataCount(-1)) > kHaloSamplingThreshold;
 }
 
 void writeTable(const PropertyOptions& options, const io::ColumnTable& table) {

@@ -8,7 +8,7 @@
 #include "commonOptions.h"
 #include "io/Cancelled.h"
 #include "io/jsonText.h"
-#include "io/sampleFiles.h"
+#include "io/writeTable.h"
 #include "memory.h"
 #include "ops/sample_volume.h"
 #include "tableOptions.h"

@@ -4,7 +4,7 @@
 #include "Terminal.h"
 #include "commands.h"
 #include "io/locationTable.h"
-#include "io/sampleFiles.h"
+#include "io/writeTable.h"
 #include "scatterPicture.h"
 
 #include <CLI/App.hpp>

@@ -34,7 +34,7 @@ bool PlainCells<Traits, ValueT>::gatherCorners(const TreeIndex& index, const int
             holder.depth == index.depth ? channel_->tileData(holder) : typename Plain::View();
         if (!values)
             return false;
-        corners_[static_cast<std::size_t>(corner)] =
+        outside_.corners[static_cast<std::size_t>(corner)] =
             values(int3{wrap(n.x + c.x), wrap(n.y + c.y), wrap(n.z + c.z)});
     }
     return true;

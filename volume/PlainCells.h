@@ -111,10 +111,10 @@ public:
             n.z + 1 < W)
             return {tile, {W, 0}, n};
         // Making a halo tile pays once a second sample needs it.
-        if (index != lastOutside_ && !hasHaloTile(index)) {
-            lastOutside_ = index;
+        if (index != outside_.last && !hasHaloTile(index)) {
+            outside_.last = index;
             if (gatherCorners(index, n))
-                return {corners_.data(), 2};
+                return {outside_.corners.data(), 2};
         }
         return {haloTile(index), layout_, n};
     }
@@ -126,6 +126,20 @@ public:
     }
 
 private:
+    /// The tile of the last cell that was put together from several tiles, and its values. A copy
+    /// belongs to another task, whose positions lie elsewhere.
+    struct Outside {
+        Outside() {} // nobody reads the values before they are written
+        Outside(const Outside&) {}
+        Outside& operator=(const Outside&) {
+            last = {};
+            return *this;
+        }
+
+        TreeIndex last;
+        std::array<ValueT, 8> corners;
+    };
+
     const ValueT* haloTile(const TreeIndex& index);
     bool hasHaloTile(const TreeIndex& index) const {
         return corner_ ? nodeCache.holds(index) : cellCache.holds(index);
@@ -142,9 +156,7 @@ private:
     HaloTileCache<Traits, ValueT, W, 1> cellCache;
     /// Cells read, the stamp of the caches.
     std::uint64_t sampleCount = 0;
-    /// The tile of the last cell that was put together from several tiles, and its values.
-    TreeIndex lastOutside_;
-    std::array<ValueT, 8> corners_;
+    Outside outside_;
 };
 
 } // namespace KDX::TileTree3D

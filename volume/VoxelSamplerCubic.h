@@ -77,7 +77,7 @@ public:
                   bool debug);
 
     /// The value at a position, given in world units for `space` kWorld (2) and in index units for
-    /// any other value. Tiles deeper than `depth` are not looked at.
+    /// any other value. Tiles deeper than `depth` are not sampled in.
     ValueT sample(const PositionT& position, int depth, int space) {
         VoxelLocation<PositionT> location;
         this->locate(position, std::min(maxDepth, depth), space, location);

@@ -45,7 +45,8 @@ public:
     Ostrum::String name() const override;
 
     /// The value at a position, given in world units for `space` kWorld (2) and in index units for
-    /// any other value. Tiles deeper than `maxDepthArg` are not looked at.
+    /// any other value. Tiles deeper than `maxDepthArg` are not sampled in; beside them, they lend
+    /// values that are restricted to a voxel of the tile that is.
     ValueT sample(const PositionT& position, int maxDepthArg, int space) {
         Corners corners;
         return gather(position, maxDepthArg, space, corners) ? trilinear(corners.cell, corners.f)

@@ -3,6 +3,7 @@
 
 #include "KDX/Channel.h"
 #include "KDX/TileTree.h"
+#include "KDX/lowestIndex.h"
 
 #include <algorithm>
 #include <array>
@@ -84,7 +85,7 @@ private:
         tiles_ = std::min(kMostTiles, tree.tilesPerPage(depth_));
         const std::int64_t size = extent_ * tiles_;
         const auto begin = [size](std::int64_t v) {
-            const std::int64_t fromLowest = v - PageGeometry<Traits>::kLowest;
+            const std::int64_t fromLowest = v - kLowestIndex<Traits>;
             return v - fromLowest % size;
         };
         begin_ = {begin(tile.tijk().x), begin(tile.tijk().y), begin(tile.tijk().z)};

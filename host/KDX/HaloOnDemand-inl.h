@@ -1,12 +1,10 @@
 #pragma once
 
+#include "KDX/HaloChain.h"
 #include "KDX/HaloOnDemand.h"
-#include "KDX/HaloTile.h"
 
 #include <algorithm>
-#include <limits>
 #include <memory>
-#include <new>
 #include <utility>
 
 namespace KDX::TileTree3D {
@@ -19,8 +17,6 @@ HaloOnDemand<Traits, T>::HaloOnDemand(std::shared_ptr<const Plain> source,
              static_cast<std::size_t>(source_->elementCount(-1)) / Traits::kVoxelCount / 8,
              pooled) {
     static_assert(std::is_trivially_destructible_v<Place>);
-    if (valuesPerTile_ > std::numeric_limits<std::size_t>::max() / sizeof(T))
-        throw std::bad_array_new_length();
     const auto& layout = *source_->layout();
     std::size_t pointers = 0, groups = 0;
     for (int depth = 0; depth <= Traits::kFinestDepth; ++depth) {
@@ -113,7 +109,7 @@ const T* HaloOnDemand<Traits, T>::fillAlone(const TreeIndex& index, std::size_t 
     if (level.places[slot].compare_exchange_strong(published, out, std::memory_order_acq_rel,
                                                    std::memory_order_acquire))
         return out;
-    arena_.giveBack(out, 1, 1);
+    arena_.giveBack(out);
     return published;
 }
 

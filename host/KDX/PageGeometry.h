@@ -3,12 +3,12 @@
 
 #include "KDX/PageTable.h"
 #include "KDX/Tile.h"
+#include "KDX/lowestIndex.h"
 
 #include <algorithm>
 #include <array>
 #include <bit>
 #include <cstdint>
-#include <limits>
 
 namespace KDX::TileTree3D {
 
@@ -28,8 +28,7 @@ public:
     using Place = TilePlace;
 
     /// The lowest index that a tile can hold.
-    static constexpr std::int64_t kLowest =
-        B == 2 ? std::int64_t{std::numeric_limits<int>::min()} : -Traits::tileExtent(0);
+    static constexpr std::int64_t kLowest = kLowestIndex<Traits>;
 
     /// False for an index out of every tile's reach.
     static bool toPlace(const int3& ijk, Place& place) {

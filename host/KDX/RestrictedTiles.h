@@ -56,8 +56,6 @@ private:
                                                  int depth);
     static Level select(const Level& level, const std::vector<std::uint8_t>& wanted);
 
-    RestrictedTiles() = default;
-
     std::array<Level, Traits::kDepthCount> levels_;
 };
 

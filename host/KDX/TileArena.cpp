@@ -40,15 +40,15 @@ void* TileArena::take(std::size_t tiles) {
     }
 }
 
-void TileArena::giveBack(void* memory, std::size_t tiles, std::size_t unused) noexcept {
+void TileArena::giveBack(void* tile) noexcept {
     Chunk* const chunk = newest_.load(std::memory_order_acquire);
     const auto* const begin = static_cast<const std::byte*>(chunk->memory.get());
-    const auto* const given = static_cast<const std::byte*>(memory);
+    const auto* const given = static_cast<const std::byte*>(tile);
     if (std::less<>()(given, begin) ||
         !std::less<>()(given, begin + chunk->capacity * bytesPerTile_))
         return;
-    std::size_t end = static_cast<std::size_t>(given - begin) / bytesPerTile_ + tiles;
-    chunk->taken.compare_exchange_strong(end, end - unused, std::memory_order_release,
+    std::size_t end = static_cast<std::size_t>(given - begin) / bytesPerTile_ + 1;
+    chunk->taken.compare_exchange_strong(end, end - 1, std::memory_order_release,
                                          std::memory_order_relaxed);
 }
 

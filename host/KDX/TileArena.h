@@ -23,9 +23,8 @@ public:
     /// Memory for `tiles` tiles side by side, at most kMostAtOnce. Throws std::bad_alloc.
     void* take(std::size_t tiles);
 
-    /// Takes the last `unused` of the `tiles` tiles back that take() gave at `memory`, unless
-    /// others were given since.
-    void giveBack(void* memory, std::size_t tiles, std::size_t unused) noexcept;
+    /// Takes a tile back that take(1) gave, unless others were given since.
+    void giveBack(void* tile) noexcept;
 
     std::size_t memoryUsage() const;
 

@@ -1,8 +1,8 @@
 #include "KDX/TreeBuilder.h"
+#include "KDX/lowestIndex.h"
 #include "common/parallel.h"
 
 #include <algorithm>
-#include <limits>
 #include <stdexcept>
 #include <string>
 
@@ -36,7 +36,7 @@ template <class Traits, class F>
 void forEachTile(int depth, const bbox<int3, int>& box, const F& f) {
     const std::int64_t step = Traits::tileExtent(depth);
     const auto first = [step](int v) {
-        return std::max(floorDiv(v, step) * step, PageGeometry<Traits>::kLowest);
+        return std::max(floorDiv(v, step) * step, kLowestIndex<Traits>);
     };
     for (std::int64_t z = first(box.min.z); z <= box.max.z; z += step)
         for (std::int64_t y = first(box.min.y); y <= box.max.y; y += step)
@@ -50,7 +50,7 @@ template <class Traits>
 auto TreeBuilder<Traits>::entryOf(int depth, const int3& ijk, bool holdsVoxels) -> Entry {
     if (!Traits::isDepth(depth))
         throw std::invalid_argument("there is no depth " + std::to_string(depth));
-    constexpr std::int64_t kLowest = PageGeometry<Traits>::kLowest, B = Traits::kChildrenPerAxis;
+    constexpr std::int64_t kLowest = kLowestIndex<Traits>, B = Traits::kChildrenPerAxis;
     if (std::min({ijk.x, ijk.y, ijk.z}) < kLowest)
         throw std::out_of_range("an index below " + std::to_string(kLowest) + " lies in no tile");
     const std::int64_t extent = Traits::tileExtent(depth);

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "KDX/HaloChain.h"
 #include "KDX/HaloFilling.h"
 #include "KDX/HaloOnDemand-inl.h"
-#include "KDX/HaloTile.h"
 #include "KDX/halo.h"
 #include "common/parallel.h"
 

@@ -25,10 +25,20 @@ declared |= set(re.findall(r"(?!return)\b[\w>]+[&*]* [&*]?(\w+)\([^;{}=]*\) ?(?:
 used = (declared & library) - ORDINARY
 tables = (root / "docs/host.md").read_text().split("# The in-memory host")[0]
 listed = set()
+headers = set()
 for column in re.findall(r"^\| (`.*?) \|", tables, re.M):
+    folder = ""
     for name in re.findall(r"`([^`]+)`", column):
+        if name.endswith(".h"):
+            folder = name.rpartition("/")[0] or folder
+            headers.add(f"{folder}/{name.rpartition('/')[2]}")
+            continue
         listed |= set(re.sub(r"[<(].*", "", name).split("::"))
-wrong = [f"used, but not listed: {name}" for name in sorted((declared & library) - ORDINARY - listed)]
+included = {header for folder in ("common", "volume", "locations", "ops")
+            for path in sorted((root / folder).glob("*.[hci]*"))
+            for header in re.findall(r"#include \"((?:Ostrum|Kelvane|KDX|Vantor)/[^\"]+)", path.read_text())}
+wrong = [f"header, only on one side: {header}" for header in sorted(included ^ headers)]
+wrong += [f"used, but not listed: {name}" for name in sorted((declared & library) - ORDINARY - listed)]
 wrong += [f"listed, but not used: {name}" for name in sorted(listed - library)]
 print("\n".join(wrong))
 sys.exit(bool(wrong))

@@ -96,7 +96,9 @@ private:
             corners_ ? extended_.tileData(index).data() : channel_->tileData(index).data();
         for (int v = 0; values && v < Traits::kVoxelCount; ++v) {
             const int x = v % W, y = v / W % W, z = v / W / W;
-            if (!tile.isLeaf({x * B / W, y * B / W, z * B / W}) || !qualifies(values, x, y, z))
+            if ((tile.depth() < channel_->depth() &&
+                 !tile.isLeaf({x * B / W, y * B / W, z * B / W})) ||
+                !qualifies(values, x, y, z))
                 continue;
             const std::int64_t parts = width / unit, ox = tile.tijk().x + x * width,
                                oy = tile.tijk().y + y * width, oz = tile.tijk().z + z * width;

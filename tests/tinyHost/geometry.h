@@ -12,6 +12,7 @@ enum class Prototype { kMesh, kStrand, kPoints, kVolume };
 class Object {
 public:
     bool isA(const Prototype& prototype) const {
+        Tiny::step();
         return prototype == Prototype::kVolume && !volume.parts.empty();
     }
     bool hasProperty(const Ostrum::String&) const { return false; }

@@ -87,9 +87,15 @@ public:
     }
     int tileVoxelWidth() const { return Traits::tileExtent(depth()); }
     int childVoxelDataWidth() const { return 0; } // there are no children and no parents
-    bool isLeaf(const int3&) const { return true; }
+    bool isLeaf(const int3&) const {
+        Tiny::step();
+        return true;
+    }
     TreeIndex childTreeIndex(const int3&) const { return {}; }
-    TreeIndex parentTreeIndex() const { return {}; }
+    TreeIndex parentTreeIndex() const {
+        Tiny::step();
+        return {};
+    }
 
 private:
     int3 tijk_{0, 0, 0};
@@ -215,8 +221,11 @@ template <class Traits>
 class VoxelTopology : public Component {
 public:
     explicit VoxelTopology(const BlockPtr<Traits>& shared) : block(shared) {}
-    float3 offset() const { return voxelOffset(block->type); }
-    VoxelOffsetType offsetType() const { return block->type; }
+    float3 offset() const { return voxelOffset(offsetType()); }
+    VoxelOffsetType offsetType() const {
+        Tiny::step();
+        return block->type;
+    }
 
     const BlockPtr<Traits> block;
 };
@@ -259,11 +268,21 @@ public:
     }
 
     const Ostrum::String& name() const { return name_; }
-    const T& defaultValue() const { return defaultValue_; }
-    int depth() const { return block ? block->depth : -1; }
+    const T& defaultValue() const {
+        Tiny::step();
+        return defaultValue_;
+    }
+    int depth() const {
+        Tiny::step();
+        return block ? block->depth : -1;
+    }
     int minDepth() const { return depth(); }
-    std::size_t valuesPerTile() const { return tiles[0].size(); }
+    std::size_t valuesPerTile() const {
+        Tiny::step();
+        return tiles[0].size();
+    }
     std::int64_t elementCount(int) const {
+        Tiny::step();
         return Traits::kVoxelCount *
                std::ranges::count_if(tiles, std::not_fn(&std::vector<T>::empty));
     }
@@ -289,6 +308,7 @@ private:
 template <class Traits, class ChannelType>
 bool partsFit(const Container<Traits>& container, const VoxelTopology<Traits>& topology,
               const ChannelType& channel) {
+    Tiny::step();
     return topology.block == container.block &&
            (!channel.block || channel.block == container.block);
 }
@@ -298,7 +318,10 @@ struct ChannelMemoryPool {
 };
 
 struct ChannelPool {
-    static bool enabled() { return true; }
+    static bool enabled() {
+        Tiny::step();
+        return true;
+    }
     template <class Traits, class T, int Wd, int Hf>
     static Ostrum::Ptr<Channel<Traits, T, Wd, Hf, 0>>
     allocate(const T& defaultValue, bool, bool, int, int, std::size_t, const Component*) {

@@ -2,7 +2,7 @@
 
 #include "io/OutputFile.h"
 #include "io/csvPositions.h"
-#include "io/sampleFiles.h"
+#include "io/writeTable.h"
 
 #include <cmath>
 
@@ -45,13 +45,13 @@ TEST(CsvPositions, NamesTheLineThatIsWrong) {
     }
 }
 
-TEST(CsvValues, ColumnsHaveNamesThatReadersUnderstand) {
+TEST(CsvValues, ColumnsAreNamedByComponent) {
     const Stratum::test::TemporaryFile file(".csv");
     OutputFile out(file.path);
     const Ostrum::Array<Vantor::Math::double3> values{{0.1, 5e-324, -1 / 3.0}};
-    writeSamples(out, SampleFormat::kCsv, SampleTable("a,b", Positions{{0.1F, 2, 3}}, values), {});
+    writeSamples(out, SampleFormat::kCsv, SampleTable("v", Positions{{0.1F, 2, 3}}, values), {});
     out.commit();
-    EXPECT_EQ(file.get(), "x,y,z,\"a,b.x\",\"a,b.y\",\"a,b.z\"\n"
+    EXPECT_EQ(file.get(), "x,y,z,v.x,v.y,v.z\n"
                           "0.1,2,3,0.1,5e-324,-0.3333333333333333\n");
     EXPECT_EQ(columnNames("m", 8, 2)[5], "m.m21");
 }

@@ -4,6 +4,7 @@
 #include "io/npyFile.h"
 #include "io/plyFile.h"
 #include "io/sampleFiles.h"
+#include "io/writeTable.h"
 
 #include <gtest/gtest.h>
 

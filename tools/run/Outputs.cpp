@@ -2,7 +2,7 @@
 
 #include "commonOptions.h"
 #include "io/OutputFile.h"
-#include "io/sampleFiles.h"
+#include "io/writeTable.h"
 #include "run/writeJson.h"
 
 #include <map>

@@ -67,9 +67,7 @@ Outcome sample(const Json& node, const Inputs& inputs, const KDX::Object& volume
         if (!options.halo)
             return sampleAll(Sampler(*parts.container, *parts.topology, *parts.channel), options,
                              *positions, *values, *gradients);
-        const auto halo = createHaloChannel<Traits, T>(
-            *parts.topology, parts.channel->defaultValue(), {.finestDepth = Traits::kFinestDepth});
-        computeHalo<Traits, T, 0, 0, 1, 0>(*parts.channel, *parts.container, *halo, -1, -1);
+        const auto halo = buildHalo(parts, parts.channel->defaultValue());
         sampleAll(Sampler(*parts.container, *parts.topology, *halo), options, *positions, *values,
                   *gradients);
     });

@@ -3,6 +3,7 @@
 
 #include "KDX/Tile.h"
 #include "KDX/TreeIndex.h"
+#include "KDX/lowestIndex.h"
 #include "run/readValue.h"
 
 #include <algorithm>
@@ -36,14 +37,11 @@ int readDepth(const Json& json) {
     return static_cast<int>(json.integer(0, Traits::kFinestDepth));
 }
 
-/// An index that a tile can hold: with 5 children an axis, tiles begin at -5^13.
+/// An index that a tile can hold.
 template <class Traits>
 int3 readIndex(const Json& json) {
-    constexpr std::int64_t kLowest = Traits::kChildrenPerAxis == 2
-                                         ? std::int64_t{std::numeric_limits<int>::min()}
-                                         : -std::int64_t{Traits::tileExtent(0)};
     for (const Json& component : json.list(3))
-        component.integer(kLowest, std::numeric_limits<int>::max());
+        component.integer(KDX::TileTree3D::kLowestIndex<Traits>, std::numeric_limits<int>::max());
     return readInt3(json);
 }
 

@@ -1,9 +1,10 @@
-#include "io/ColumnTable.h"
+#include "io/writeTable.h"
 
 #include "io/Cancelled.h"
 #include "io/byteOrder.h"
 #include "io/csvValues.h"
 #include "io/jsonText.h"
+#include "io/npyFile.h"
 #include "io/provenanceJson.h"
 
 #include <algorithm>
@@ -93,16 +94,10 @@ void writePly(OutputFile& out, const char* encoding, const ColumnTable& table,
 }
 
 void writeNpy(OutputFile& out, const ColumnTable& table) {
-    std::string text = "{'descr': [";
+    std::string records = "[";
     for (const auto& column : table.columns())
-        text += "('" + column.name + "', '" + typeNames(column).npy + "'), ";
-    text += "], 'fortran_order': False, 'shape': (" + std::to_string(table.rows()) + ",), }";
-    std::string start("\x93NUMPY\1\0", 8);
-    // The data begin at a multiple of 64 bytes.
-    text.append(63 - (start.size() + 2 + text.size()) % 64, ' ');
-    text += '\n';
-    appendAs(start, static_cast<std::uint16_t>(text.size()), std::endian::little);
-    out.write(start + text);
+        records += "('" + column.name + "', '" + typeNames(column).npy + "'), ";
+    out.write(npyHeader(records + "]", std::array<std::uint64_t, 1>{table.rows()}));
     writeBinary(out, table, std::endian::little);
 }
 
@@ -151,6 +146,15 @@ void writeTable(OutputFile& out, SampleFormat format, const ColumnTable& table,
     case SampleFormat::kJson:
         return writeJson(out, table, provenance);
     }
+}
+
+void writeSamples(OutputFile& out, SampleFormat format, const SampleTable& table,
+                  const Provenance& provenance) {
+    if (format != SampleFormat::kNpy)
+        return writeTable(out, format, table.all, provenance);
+    const std::string type = typeNames(table.values.columns().front()).npy;
+    out.write(npyHeader("'" + type + "'", table.shape));
+    writeBinary(out, table.values, std::endian::little);
 }
 
 } // namespace Stratum::io
