@@ -17,19 +17,20 @@ namespace Stratum::io {
 /// A truth value, 0 or 1, in files a number of one byte.
 enum class Flag : std::uint8_t { kNo, kYes };
 
+/// Numbers that lie so many apart, as the components of an array of vectors do.
+template <class T>
+struct Strided {
+    const T* first = nullptr;
+    std::size_t stride = 1;
+
+    T operator[](std::size_t row) const { return first[row * stride]; }
+};
+
 /// Columns of one length, each of floating-point or of whole numbers, or of flags.
 class ColumnTable {
 public:
-    /// Numbers that lie so many apart, as the components of an array of vectors do.
-    template <class T>
-    struct Numbers {
-        const T* first = nullptr;
-        std::size_t stride = 1;
-
-        T operator[](std::size_t row) const { return first[row * stride]; }
-    };
-    using Cells = std::variant<Numbers<float>, Numbers<double>, Numbers<std::uint32_t>,
-                               Numbers<std::int32_t>, Numbers<Flag>>;
+    using Cells = std::variant<Strided<float>, Strided<double>, Strided<std::uint32_t>,
+                               Strided<std::int32_t>, Strided<Flag>>;
     struct Column {
         std::string name; ///< of letters, digits, underscores and points
         Cells cells;
@@ -40,7 +41,7 @@ public:
     void add(std::string name, std::vector<T> numbers) {
         const auto kept = std::make_shared<const std::vector<T>>(std::move(numbers));
         rows_ = kept->size();
-        columns_.push_back({std::move(name), Numbers<T>{kept->data()}});
+        columns_.push_back({std::move(name), Strided<T>{kept->data()}});
         kept_.push_back(kept);
     }
 
@@ -52,7 +53,7 @@ public:
         rows_ = values.size();
         const auto* numbers = reinterpret_cast<const Scalar*>(values.data());
         for (std::size_t c = 0; c < names.size(); ++c)
-            columns_.push_back({names[c], Numbers<Scalar>{numbers + c, names.size()}});
+            columns_.push_back({names[c], Strided<Scalar>{numbers + c, names.size()}});
     }
 
     std::size_t rows() const { return rows_; }
