@@ -47,8 +47,8 @@ void addChannels(Vantor::Object& object, const std::vector<FileGrid>& grids,
 std::string UniqueNames::add(const std::string& wanted) {
     const std::string base = wanted.empty() ? "unnamed" : wanted;
     std::string name = base;
-    for (int n = 1; !taken_.insert(name).second; ++n)
-        name = base + "[" + std::to_string(n) + "]";
+    for (int& last = lastNumbers_[base]; !taken_.insert(name).second;)
+        name = base + "[" + std::to_string(++last) + "]";
     return name;
 }
 

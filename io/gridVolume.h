@@ -5,6 +5,7 @@
 #include "io/Volume.h"
 #include "io/readVdb.h"
 
+#include <map>
 #include <memory>
 #include <set>
 #include <string>
@@ -20,6 +21,7 @@ public:
 
 private:
     std::set<std::string> taken_;
+    std::map<std::string, int> lastNumbers_; ///< a file may give one name to all its many grids
 };
 
 struct FileGrid {

@@ -1,9 +1,6 @@
-#include "common/foldSeed.h"
 #include "common/randomUnit.h"
 
 #include <gtest/gtest.h>
-
-#include <vector>
 
 using namespace Vantor::Sample;
 
@@ -32,16 +29,4 @@ TEST(RandomUnit, StreamIsFrozen) {
     // floats: as doubles they would be halfway, and go down from there.
     EXPECT_EQ(randomUnit<float>(15817163808930874543ULL, 3), 0x1.000002p-1F);
     EXPECT_EQ(randomUnit<float>(14212030101119858885ULL, 3), 0x1.000002p-2F);
-}
-
-TEST(FoldSeed, PairsInOrderAndWraps) {
-    using Values = std::vector<long long>;
-    EXPECT_EQ(foldSeed(5, Values{3}), 33);
-    EXPECT_EQ(foldSeed(3, Values{3}), 12);
-    EXPECT_EQ(foldSeed(0, Values{0, 7}), 49);
-    EXPECT_EQ(foldSeed(-9, Values{}), -9);
-    EXPECT_EQ(foldSeed(3, Values{5}), 28);
-    // -1 is the largest seed: (2^64 - 1) * 0 + 1, then 1 + 1. And 2^32 squared is 0.
-    EXPECT_EQ(foldSeed(-1, Values{1, 1}), 2);
-    EXPECT_EQ(foldSeed(2, Values{1LL << 32}), 2);
 }

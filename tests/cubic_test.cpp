@@ -45,16 +45,6 @@ TEST(CubicKernels, FollowTheirPolynomialsOnEvenAndUnevenSpacing) {
     EXPECT_STREQ(modeName(InterpolationMode{4}), "kError");
 }
 
-TEST(CubicSampler, UnknownModesAreZeroWithinTheCell) {
-    Volume volume(
-        uniformTree<Shape>(7), [](const double3&, int) { return 5.0; }, 0);
-    const InterpolationMode none{4};
-    EXPECT_EQ(volume.cubic({.mode = none, .clamp = false}).sample({0.5, 0.5, 0.5}, kIndex), 0);
-    EXPECT_EQ(volume.cubic({.mode = none}).sample({0.5, 0.5, 0.5}, kIndex), 5);
-    EXPECT_EQ(volume.cubic({.mode = none}).modeName(), "kError");
-    EXPECT_EQ(volume.cubic({}).name(), "kCubicC1");
-}
-
 TEST(CubicSampler, OddArgumentsGiveTheDefaultOrTheNearestPlace) {
     Volume volume(uniformTree<Shape>(0), field, -8);
     for (const unsigned policy : {0U, 1U}) {
@@ -88,6 +78,7 @@ TEST(CubicSampler, OddArgumentsGiveTheDefaultOrTheNearestPlace) {
             EXPECT_EQ(corners.cubic({.jumpPolicy = policy})
                           .sample({tile, 27}, {-1, 0, 0}, {0, 0, 0}, 28, false),
                       -8);
+    EXPECT_EQ(volume.cubic({}).name(), "kCubicC1");
     Volume other(uniformTree<Shape>(0), field, -8);
     EXPECT_THROW((Volume::Cubic(volume.container, volume.topology, *other.channel,
                                 InterpolationMode::kCubicC1, true, 1, nullptr, 0, 0)),

@@ -160,8 +160,7 @@ TEST(Locations, AttemptsEndWhereTheyShould) {
             c.kept);
 }
 
-TEST(Locations, EveryMaskTypeIsReadAsItSays) {
-    using namespace Vantor::Math;
+TEST(Locations, MasksAreReadAsTheirTypeSays) {
     Vantor::Object points;
     setPoints(points, std::vector<float3>(4));
     const auto mesh = kTriangle.object();
@@ -185,16 +184,10 @@ TEST(Locations, EveryMaskTypeIsReadAsItSays) {
             EXPECT_EQ(scatter(withMask(object, target, whole), inverted).size(), 0U);
         }
     };
-    check(true, false);
+    // Other types are with the graphs.
     check(2.5F, kNan);
     check(std::numeric_limits<float>::infinity(), -std::numeric_limits<float>::infinity());
     check(1.0, -1.0);
-    check(float2{1, 0}, float2{0, 1});
-    check(float3{1, 0, 0}, float3{0, 1, 1});
-    check(float4{1, 0, 0, 0}, float4{kNan, 1, 1, 1});
-    check(double2{1, 0}, double2{0, 1});
-    check(double3{1, 0, 0}, double3{0, 1, 1});
-    check(double4{3, 0, 0, 0}, double4{-2, 1, 1, 1});
 
     // A double mask is compared in double: a value that a float would round up to the draw.
     const float r = randomUnit<float>(std::uint64_t{1} << 33, 7);
@@ -257,89 +250,30 @@ TEST(Locations, DrawsPastTheLastSegmentAreOfKindZero) {
     EXPECT_GT(past, 100U) << sum;
 }
 
-TEST(Locations, GeometryAndTypeDecideTheGenerator) {
-    const auto kinds = [](const Locations& locations) {
-        return locations.empty() ? 0U : locations[0].kind;
-    };
-    Vantor::Object points, nothing;
-    setPoints(points, std::vector<float3>(2));
-    const auto mesh = kSmallMesh.object(), strands = kSmallStrands.object();
-    EXPECT_EQ(kinds(scatter(mesh, byCount(3))), 3U);
-    EXPECT_EQ(kinds(scatter(strands, byCount(3))), 4U);
-    for (const auto& object : {mesh, strands, points})
-        EXPECT_EQ(kinds(scatter(object, onPoints(byCount(3)))), 5U);
-    Locations before(4);
-    for (const auto& object : {points, nothing}) {
-        Vantor::Sample::generateSampleLocations(object, byCount(3), before, nullptr);
-        EXPECT_EQ(before.size(), 4U);
-    }
-    Vantor::Object both = mesh;
+TEST(Locations, MeshesComeBeforeStrandsAndBothNeedAnExtent) {
+    Vantor::Object both = kSmallMesh.object();
     both.addComponent(sStrandComp, 1);
     both.setProperty(sStrandOffset, sStrandComp, arrayOf<std::uint32_t>({0, 2}));
-    EXPECT_EQ(kinds(scatter(both, byCount(3))), 3U);
-    // No area and no length: nothing by count.
-    const SlowMesh flat{{{0, 0, 0}, {1, 0, 0}, {2, 0, 0}}, {{0, 1, 2}}};
+    const auto onBoth = scatter(both, byCount(3));
+    ASSERT_EQ(onBoth.size(), 3U);
+    EXPECT_EQ(onBoth[0].kind, Common::kOnFace);
+    // Next to no area and no length: nothing by count.
     const SlowMesh tiny{{{0, 0, 0}, {4e-4F, 0, 0}, {0, 4e-4F, 0}}, {{0, 1, 2}}};
     const SlowStrands still{{{1, 1, 1}, {1, 1, 1}}, {0, 2}};
-    EXPECT_TRUE(scatter(flat.object(), byCount(3)).empty());
     EXPECT_TRUE(scatter(tiny.object(), byCount(3)).empty());
     EXPECT_EQ(scatter(tiny.object(), capped(byDensity(1e12), 3)).size(), 3U);
     EXPECT_TRUE(scatter(still.object(), byCount(3)).empty());
     EXPECT_TRUE(scatter(still.object(), byDensity(3)).empty());
 }
 
-TEST(Locations, WarnOnceEachAndGoOnWithoutTheMask) {
-    std::vector<std::string> log;
-    const auto mesh = kSmallMesh.object(), strands = kSmallStrands.object();
-    const auto logged = [&](const Vantor::Object& object, const GenerateLocationOptions& options) {
-        log.clear();
-        const Locations locations = scatter(object, options, &log);
-        return std::pair(log, locations.size());
-    };
-    using Log = std::pair<std::vector<std::string>, std::size_t>;
-    auto negative = capped(byCount(-3), -1);
-    EXPECT_EQ(logged(mesh, negative), Log({"2 max_number cannot be negative. Clamping to 0.",
-                                           "2 amount cannot be negative. Clamping to 0."},
-                                          0));
-    const std::vector<float> none(9, 0.0F);
-    const auto options = masked(byCount(3));
-    EXPECT_EQ(logged(withMask(mesh, sStrandComp, none), options),
-              Log({"2 Unsupported target for mask property."}, 3));
-    EXPECT_EQ(logged(withMask(mesh, sFaceComp, none), onPoints(options)),
-              Log({"2 Unsupported target for mask property."}, 3));
-    EXPECT_EQ(logged(withMask(strands, sFaceComp, none), options),
-              Log({"2 Invalid target for mask property."}, 3));
-    EXPECT_EQ(logged(strands, options), Log({"2 Invalid target for mask property."}, 3));
-    EXPECT_EQ(logged(mesh, options), Log({}, 3));
-    const std::vector<int> wrong(9);
-    for (const auto& [object, target] :
-         {std::pair(mesh, sFaceComp), {mesh, sPointComp}, {strands, sStrandComp}})
-        EXPECT_EQ(logged(withMask(object, target, wrong), options),
-                  Log({"2 Unsupported data type for mask property."}, 3));
-    // Quiet services and none at all.
+// What is said at level 2 is with the graphs.
+TEST(Locations, WarningsAreKeptFromThoseWhoDoNotListen) {
     const Ostrum::RuntimeServices quiet(
         1, [](int, const Ostrum::String&) { ADD_FAILURE() << "logged"; });
     Locations locations;
-    Vantor::Sample::generateSampleLocations(mesh, negative, locations, &quiet);
-    Vantor::Sample::generateSampleLocations(mesh, negative, locations, nullptr);
-}
-
-TEST(Locations, TheOperatorReplacesItsOutputAndFoldsTheSeeds) {
-    const auto call = [](const Ptr<Vantor::Object>& geometry, std::int64_t seed,
-                         const Ptr<Array<long long>>& seeds) {
-        auto out = makePtr<Locations>(4U);
-        Geometry::Query::generate_sample_locations(
-            geometry, SampleType::Surface, 9, AmountType::Count, MaskControl::Resample, seed, seeds,
-            true, 7, true, "nothing", false, out, Ostrum::RuntimeServices());
-        return *out;
-    };
-    const auto mesh = makePtr<Vantor::Object>(kSmallMesh.object());
-    EXPECT_TRUE(call(nullptr, 1, nullptr).empty());
-    EXPECT_TRUE(call(makePtr<Vantor::Object>(), 1, nullptr).empty());
-    EXPECT_EQ(call(mesh, 5, arrayOf<long long>({3})), call(mesh, 33, nullptr));
-    EXPECT_EQ(call(mesh, 0, arrayOf<long long>({0, 7})), call(mesh, 49, arrayOf<long long>({})));
-    EXPECT_EQ(call(mesh, -1, nullptr), scatter(kSmallMesh.object(), byCount(7, -1)));
-    EXPECT_NE(call(mesh, 34, nullptr), call(mesh, 33, nullptr));
+    Vantor::Sample::generateSampleLocations(kSmallMesh.object(), capped(byCount(-3), -1), locations,
+                                            &quiet);
+    EXPECT_TRUE(scatter(kSmallMesh.object(), capped(byCount(-3), -1)).empty());
 }
 
 } // namespace

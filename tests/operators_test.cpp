@@ -29,7 +29,6 @@ constexpr bool kPlainThreads = false;
 class FrameTest : public ::testing::Test {
 protected:
     using Two = Traits<2, 4, 1>;
-    using Five = Traits<5, 5, 1>;
 
     FrameTest() { channel = addVolume<Two, float>(object, {.seed = 6}); }
     ~FrameTest() override {
@@ -43,17 +42,6 @@ protected:
     const Array<float3> positions = somePositions(3000, 50);
 };
 
-TEST_F(FrameTest, GradientsOfOtherSamplersAreTheDefault) {
-    Ptr<Array<float3>> out;
-    for (const int other : {1, 2, 3, -1}) {
-        sample_volume_gradient(object, positions, 4.0F, "value", SamplerType{other}, out);
-        EXPECT_EQ(*out, Array<float3>(positions.size(), float3{4, 4, 4}));
-    }
-    Ptr<Array<double3>> wrongType;
-    sample_volume_gradient(object, positions, 4.0, "value", SamplerType::kLinear, wrongType);
-    EXPECT_EQ(*wrongType, Array<double3>(positions.size(), double3{4, 4, 4}));
-}
-
 TEST_F(FrameTest, AChannelThatWasNeverLaidOutHoldsNoData) {
     Vantor::Object bare;
     Vantor::Geometry::addTree<Two>(bare, channel->tree());
@@ -65,20 +53,6 @@ TEST_F(FrameTest, AChannelThatWasNeverLaidOutHoldsNoData) {
     Ptr<Array<float3>> gradients;
     sample_volume_gradient(bare, positions, 4.0F, "value", SamplerType::kLinear, gradients);
     EXPECT_EQ(*gradients, Array<float3>(positions.size()));
-}
-
-TEST_F(FrameTest, TheSecondShapesValuesRemain) {
-    Vantor::Object both = object, fiveOnly;
-    const auto five = addVolume<Five, float>(fiveOnly, {.seed = 8});
-    Vantor::Geometry::addTree<Five>(both, five->tree());
-    EXPECT_EQ(*sampled<float>(both, positions), *sampled<float>(object, positions));
-    Vantor::Geometry::addChannel(both, five);
-    EXPECT_EQ(*sampled<float>(both, positions), *sampled<float>(fiveOnly, positions));
-    // A channel without its tree's topology cannot be placed.
-    Vantor::Object bare;
-    bare.addComponent(Vantor::Geometry::sVoxelTileTree, makePtr<Container<Five>>(five->tree()));
-    Vantor::Geometry::addChannel(bare, five);
-    EXPECT_EQ((*sampled<float>(bare, positions))[0], kOperatorDefault);
 }
 
 TEST_F(FrameTest, CancellingCountsWithoutALoopToo) {

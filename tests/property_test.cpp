@@ -171,23 +171,9 @@ TEST_F(PropertyTest, TheVoxelPositionIsTheLocations) {
     others(float4x4{});
 }
 
-TEST_F(PropertyTest, FailuresAreEmptyWithALine) {
-    const auto expectEmpty = [](const auto& result, const char* error) {
-        EXPECT_EQ(result.values->size(), 0U);
-        EXPECT_EQ(result.valid->size(), 0U);
-        EXPECT_EQ(result.error, error);
-    };
-    const Locations locations(3);
-    expectEmpty(propertyAt({}, locations), "Unable to convert to KDX volume for sampling.\n");
+TEST_F(PropertyTest, TheSecondShapesValuesRemain) {
     auto object = oneTile(VoxelOffsetType::kCorner);
-    expectEmpty(propertyAt(object, locations, "other"), "Unable to sample property: other\n");
-    expectEmpty(propertyAt<double>(object, locations), "Unable to sample property: value\n");
-    Vantor::Object bare;
-    bare.addComponent(Vantor::Geometry::sVoxelTileTree,
-                      Ostrum::makePtr<Container<Two>>(build<Two>({.seed = 1})));
-    expectEmpty(propertyAt(bare, locations), "Unable to sample property: value\n");
-
-    // The second shape's values remain; its lack of the channel does not matter.
+    // Its lack of the channel does not matter.
     addVolume<Five, double>(object, {.seed = 2});
     EXPECT_EQ(propertyAt(object, at({float3{1, 1, 1}})).values->data()[0], 4);
     Vantor::Object both;

@@ -41,14 +41,17 @@ def differences(expected, actual, path=""):
         yield f"  {path}: expected {expected}, got {actual}"
 
 
+def check_results(name, done, expected):
+    check(name, done.returncode == 0 and done.stderr == "", done.returncode, done.stderr)
+    if done.returncode == 0:
+        found = list(differences(parsed(expected), parsed(done.stdout)))
+        check(name, not found, *found)
+
+
 def run_case(case, scratch):
     folder = scratch / case.name
     shutil.copytree(case, folder)
-    done = run(scratch, f"{case.name}/graph.json")
-    check(case.name, done.returncode == 0 and done.stderr == "", done.returncode, done.stderr)
-    if done.returncode == 0:
-        found = list(differences(parsed((case / "expected.json").read_text()), parsed(done.stdout)))
-        check(case.name, not found, *found)
+    check_results(case.name, run(scratch, f"{case.name}/graph.json"), (case / "expected.json").read_text())
     for file in case.glob("expected.*"):
         if file.name != "expected.json":
             written = folder / file.name.removeprefix("expected.")
@@ -60,11 +63,7 @@ def run_documented(scratch):
     """The graph of the documentation gives the results beside it."""
     blocks = (HERE / "../../docs/graph.md").read_text().split("```json\n")[1:3]
     graph, expected = (block.split("```")[0] for block in blocks)
-    done = run(scratch, "-", input=graph)
-    check("docs/graph.md", done.returncode == 0, done.stderr)
-    if done.returncode == 0:
-        found = list(differences(parsed(expected), parsed(done.stdout)))
-        check("docs/graph.md", not found, *found)
+    check_results("docs/graph.md", run(scratch, "-", input=graph), expected)
 
 
 def changed(document, path, value):

@@ -1,22 +1,16 @@
-#include "Vantor/Geometry.h"
 #include "io/LocationVertices.h"
 #include "io/OrthographicView.h"
 #include "io/readGeometry.h"
-#include "ops/generate_sample_locations.h"
 #include "support/files.h"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
+#include "support/locationCases.h"
 
 namespace {
 
 using namespace Stratum::io;
 using namespace Stratum::test;
+using namespace StratumTest;
 using namespace Vantor::Geometry;
-using Vantor::Math::float3;
 using Indices = Ostrum::Array<std::uint32_t>;
-using Locations = Ostrum::Array<Common::GeoLocation>;
 using Object = Ostrum::Ptr<Vantor::Object>;
 
 Indices indices(const Object& object, const Ostrum::String& name) {
@@ -28,15 +22,10 @@ Ostrum::Array<float3> points(const Object& object) {
     return *object->propertyData<float3>(sPointPosition);
 }
 
-Locations scattered(const Object& object, bool onPoints, double count,
-                    const std::string& mask = {}) {
-    Ostrum::Ptr<Locations> locations;
-    using namespace VantorExp::Geometry;
-    ::Geometry::Query::generate_sample_locations(
-        object, onPoints ? SampleType::Points : SampleType::Surface, count, AmountType::Count,
-        MaskControl::Resample, 7, nullptr, false, 0, !mask.empty(), mask, false, locations,
-        Ostrum::RuntimeServices(0, {}));
-    return *locations;
+GenerateLocationOptions maskedBy(const std::string& property) {
+    auto options = masked(byCount(50));
+    options.mask_property = property;
+    return options;
 }
 
 TEST(Obj, FacesKeepTheirCornersAndTheirOrder) {
@@ -134,7 +123,7 @@ TEST(PlyGeometry, MeshesOfEveryEncodingWithTheirProperties) {
         EXPECT_EQ(*object->propertyData<double>("age"), (Ostrum::Array<double>{.1, 1e300, -7}));
         // The host's own names stay the host's.
         EXPECT_EQ(object->propertyTarget("face_offset"), sFaceComp);
-        for (const auto& location : scattered(object, false, 50, "face:moss"))
+        for (const auto& location : scatter(*object, maskedBy("face:moss")))
             EXPECT_EQ(location.element, 1U) << "the mask of face 0 is below 0";
     }
 }
@@ -149,7 +138,7 @@ TEST(PlyGeometry, WithoutFacesThereArePoints) {
             readPlyGeometry("ply\nformat ascii 1.0\n" + vertices + faces + rows, "f").object;
         EXPECT_FALSE(object->isA(*getMeshPrototype()));
         EXPECT_TRUE(object->isA(*getPointCloudPrototype()));
-        for (const auto& location : scattered(object, true, 30, "dry"))
+        for (const auto& location : scatter(*object, onPoints(maskedBy("dry"))))
             EXPECT_EQ(location.element, 1U);
     }
 }

@@ -36,24 +36,18 @@ void write(const std::string& path, const std::string& text) {
     out.commit();
 }
 
-std::string contents(const std::string& path) {
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
-}
-
 TEST(OutputFile, AppearsOnlyWhenCommitted) {
     const Folder folder;
     write(folder / "f", "old");
     {
         OutputFile out(folder / "f");
         out.write(std::string(200000, 'x')); // more than is kept back
-        EXPECT_EQ(contents(folder / "f"), "old");
+        EXPECT_EQ(contentOf(folder / "f"), "old");
     }
-    EXPECT_EQ(contents(folder / "f"), "old");
+    EXPECT_EQ(contentOf(folder / "f"), "old");
     EXPECT_EQ(folder.count(), 1U) << "nothing is left behind";
     write(folder / "f", std::string(200000, 'y'));
-    EXPECT_EQ(contents(folder / "f"), std::string(200000, 'y'));
+    EXPECT_EQ(contentOf(folder / "f"), std::string(200000, 'y'));
     EXPECT_EQ(folder.count(), 1U);
 }
 
@@ -65,7 +59,7 @@ TEST(OutputFile, TakesNamesAsLongAsTheSystemDoes) {
     for (const std::string& name :
          {std::string(255, 'n'), std::string(249, 'n'), umlauts, "n" + umlauts}) {
         write(folder / name, "text");
-        EXPECT_EQ(contents(folder / name), "text") << name.size();
+        EXPECT_EQ(contentOf(folder / name), "text") << name.size();
     }
     EXPECT_EQ(folder.count(), 4U);
     EXPECT_NE(failureOf([&] { write(folder / std::string(256, 'n'), ""); }).find("too long"),
@@ -79,7 +73,7 @@ TEST(OutputFile, WritesThroughLinks) {
     fs::create_symlink(folder / "dangling", folder.path / "chain");
     for (const char* link : {"dangling", "chain"}) {
         write(folder / link, link);
-        EXPECT_EQ(contents(folder / "sub/target"), link);
+        EXPECT_EQ(contentOf(folder / "sub/target"), link);
         EXPECT_TRUE(fs::is_symlink(folder.path / link));
     }
     fs::create_symlink("circle", folder.path / "circle");

@@ -16,6 +16,12 @@
 
 namespace Stratum::test {
 
+inline std::string contentOf(const std::string& path) {
+    std::ostringstream text;
+    text << std::ifstream(path, std::ios::binary).rdbuf();
+    return text.str();
+}
+
 /// A file of this process alone, which goes with this object.
 struct TemporaryFile {
     explicit TemporaryFile(const std::string& extension)
@@ -25,11 +31,7 @@ struct TemporaryFile {
     TemporaryFile& operator=(const TemporaryFile&) = delete;
 
     void put(const std::string& bytes) const { std::ofstream(path, std::ios::binary) << bytes; }
-    std::string get() const {
-        std::ostringstream text;
-        text << std::ifstream(path, std::ios::binary).rdbuf();
-        return text.str();
-    }
+    std::string get() const { return contentOf(path); }
 
     const std::string path;
 };

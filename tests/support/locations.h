@@ -13,7 +13,6 @@
 #include <functional>
 #include <optional>
 #include <random>
-#include <string>
 #include <vector>
 
 namespace StratumTest {
@@ -65,14 +64,9 @@ inline Vantor::Object makeStrands(const std::vector<float3>& points, const Indic
     return strands;
 }
 
-inline Locations scatter(const Vantor::Object& object, const GenerateLocationOptions& options,
-                         std::vector<std::string>* log = nullptr) {
-    const Ostrum::RuntimeServices services(2, [&](int level, const Ostrum::String& message) {
-        if (log)
-            log->push_back(std::to_string(level) + " " + message.str());
-    });
+inline Locations scatter(const Vantor::Object& object, const GenerateLocationOptions& options) {
     Locations locations;
-    Vantor::Sample::generateSampleLocations(object, options, locations, &services);
+    Vantor::Sample::generateSampleLocations(object, options, locations, nullptr);
     return locations;
 }
 

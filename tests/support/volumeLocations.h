@@ -11,10 +11,8 @@ namespace StratumTest {
 inline const Ostrum::String kFog = Vantor::Geometry::sVoxelFogDensity,
                             kDistance = Vantor::Geometry::sVoxelSignedDistance;
 
-inline GenerateLocationOptions ofFog(GenerateLocationOptions options) {
-    options.sample_type = SampleType::Points;
-    return options;
-}
+/// Points, of a volume, are places in its fog.
+inline constexpr auto ofFog = onPoints;
 
 /// An object with one tree.
 template <class Traits>

@@ -36,6 +36,20 @@ def refuses(status, words, *arguments, stdin=b""):
           and words in err, f"{arguments}: {code} {out!r} {err!r}")
 
 
+def writePly(name, vertices, faces=(), more=(), faceMore=()):
+    """Vertices are x, y, z and more numbers, faces their corners and more numbers; `more` and
+    `faceMore` declare those."""
+    lines = ["ply", "format ascii 1.0", f"element vertex {len(vertices)}"]
+    lines += ["property " + declared for declared in ("float x", "float y", "float z", *more)]
+    if faces:
+        lines += [f"element face {len(faces)}", "property list uchar int vertex_indices"]
+        lines += ["property " + declared for declared in faceMore]
+    records = [*vertices, *((len(corners), *corners, *rest) for corners, *rest in faces)]
+    with open(name, "w") as file:
+        file.writelines(line + "\n" for line in (*lines, "end_header",
+                                                 *(" ".join(map(str, record)) for record in records)))
+
+
 def rows(text):
     """A table as CSV, each row a record of numbers."""
     return [{key: float(value) for key, value in row.items()}

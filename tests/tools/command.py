@@ -89,11 +89,7 @@ answers("slice", volume, "--axis", "x", "--tiles", "--depth", "--size", "64", "-
 check(open("slice.png", "rb").read(8) == b"\x89PNG\r\n\x1a\n", "slice writes a PNG")
 positions = answers("sample", volume, "--random", "9", "--seed", "2", "--provenance")
 check(positions.startswith("# stratum ") and "\n# input " + volume + "\n" in positions, positions)
-same = set()
-for name, encoding in ("p.ply", "ply"), ("q.ply", "ply-big"), ("r.ply", "ply-ascii"):
-    answers("gradient", volume, "--random", "9", "--seed", "2", "-o", name, "--format", encoding)
-    same.add(answers("sample", volume, "--gradient", "-p", name))
-check(len(same) == 1, "positions survive in every encoding")
+answers("gradient", volume, "--random", "9", "-o", "p.ply")
 check(b"\ncomment command stratum gradient" in open("p.ply", "rb").read(), "PLY says its origin")
 table = json.loads(answers("sample", volume, "--random", "9", "--seed", "2", "--json"))
 check(len(table["rows"]) == 9 and table["inputs"] == [volume], table)

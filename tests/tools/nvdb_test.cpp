@@ -1,6 +1,7 @@
 #include "support/files.h"
 #include "support/operators.h"
 
+#include "io/gridVolume.h"
 #include "io/readNvdb.h"
 #include "io/readVdb.h"
 
@@ -99,6 +100,15 @@ TEST(Nvdb, DamageIsFoundBeforeItIsFollowed) {
         std::memcpy(bytes.data() + tile + offsetof(RootData::Tile, child), &wrong, 8);
         expectFailure(bytes, "it is damaged");
     }
+}
+
+TEST(GridNames, CostNoMoreWhenAllAreEqual) {
+    UniqueNames names;
+    EXPECT_EQ(names.add("a[2]"), "a[2]");
+    for (int i = 0; i < 200000; ++i) // each against all before it would take hours
+        names.add("a");
+    EXPECT_EQ(names.add("a"), "a[200001]");
+    EXPECT_EQ(names.add(""), "unnamed");
 }
 
 } // namespace

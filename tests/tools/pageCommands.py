@@ -4,7 +4,7 @@ import re
 import subprocess
 import sys
 
-from calling import check, finish, tool
+from calling import check, finish, tool, writePly
 
 write, root = sys.argv[2], pathlib.Path(sys.argv[3])
 for name, *cube in (("smoke.vdb", -8, -8, -8, 16, "density", "heat"),
@@ -12,13 +12,9 @@ for name, *cube in (("smoke.vdb", -8, -8, -8, 16, "density", "heat"),
     subprocess.run([write, name, *map(str, cube)], check=True)
 
 corners = ((0, 0, 0), (4, 0, 0), (0, 4, 0), (0, 0, 4))
-vertices = "".join(f"{x} {y} {z} {0.2 * (x + y)}\n" for x, y, z in corners)
-header = "".join(f"property float {name}\n" for name in ("x", "y", "z", "moss"))
-for name, faces in (("points.ply", ()), ("rock.ply", ((0, 2, 1), (0, 1, 3), (0, 3, 2), (1, 2, 3)))):
-    pathlib.Path(name).write_text(
-        f"ply\nformat ascii 1.0\nelement vertex 4\n{header}element face {len(faces)}\n"
-        f"property list uchar int vertex_indices\nend_header\n{vertices}"
-        + "".join("3 {} {} {}\n".format(*face) for face in faces))
+vertices = [(x, y, z, 0.2 * (x + y)) for x, y, z in corners]
+writePly("points.ply", vertices, more=["float moss"])
+writePly("rock.ply", vertices, [[face] for face in ((0, 2, 1), (0, 1, 3), (0, 3, 2), (1, 2, 3))], ["float moss"])
 pathlib.Path("hair.obj").write_text("".join(f"v {x} {y} {z}\n" for x, y, z in corners) + "l 1 2 3 4\n")
 pathlib.Path("points.csv").write_text("x,y,z\n0.5,1,2\n-3,0,7.25\n")
 graphs = re.findall(r"^```json\n(.*?)^```", (root / "docs/graph.md").read_text(), re.S | re.M)

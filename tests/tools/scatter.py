@@ -8,7 +8,7 @@ import struct
 from functools import partial
 
 import calling
-from calling import check, finish
+from calling import check, finish, writePly
 
 run, answers = partial(calling.run, "scatter"), partial(calling.answers, "scatter")
 
@@ -28,19 +28,11 @@ def report(*arguments):
 # A roof: two bent quads and a triangle, with masks for points and faces.
 points = [(0, 0, 0), (2, 0, 1), (2, 1, 1), (0, 1, 0), (4, 0, 0), (4, 1, 0), (9, 9, 9)]
 faces = [(0, 1, 2, 3), (1, 4, 5, 2), (4, 6, 5)]
-with open("roof.ply", "w") as file:
-    file.write("ply\nformat ascii 1.0\nelement vertex 7\nproperty float x\nproperty float y\n"
-               "property float z\nproperty float wet\nelement face 3\n"
-               "property list uchar int vertex_indices\nproperty uchar tiled\nend_header\n")
-    for i, (x, y, z) in enumerate(points):
-        file.write(f"{x} {y} {z} {1 if i in (0, 3) else 0}\n")
-    for i, face in enumerate(faces):
-        file.write(f"{len(face)} {' '.join(map(str, face))} {i % 2}\n")
+writePly("roof.ply", [(*p, int(i in (0, 3))) for i, p in enumerate(points)],
+         [(face, i % 2) for i, face in enumerate(faces)], ["float wet"], ["uchar tiled"])
 with open("hair.obj", "w") as file:
     file.write("v 0 0 0\nv 3 0 0\nv 3 4 0\nv 0 0 9\nv 0 0 10\nl 1 2 3\nl 4 5\n")
-with open("cloud.ply", "w") as file:
-    file.write("ply\nformat ascii 1.0\nelement vertex 3\nproperty float x\nproperty float y\n"
-               "property float z\nproperty double heavy\nend_header\n1 2 3 0\n4 5 6 1\n7 8 9 0\n")
+writePly("cloud.ply", [(1, 2, 3, 0), (4, 5, 6, 1), (7, 8, 9, 0)], more=["double heavy"])
 readsObj = "tinyobjloader" not in run("hair.obj", "--count", "1")[2]
 
 
@@ -133,10 +125,7 @@ for file in ["roof.ply", "cloud.ply"] + ["hair.obj"] * readsObj:
           == answers(file, "--count", "1", "-q").splitlines()[:1], f"the columns of {file}")
 
 # A count may ask for what there can be none of.
-open("line.ply", "w").write("ply\nformat ascii 1.0\nelement vertex 3\nproperty float x\n"
-                            "property float y\nproperty float z\nelement face 1\n"
-                            "property list uchar int vertex_indices\nproperty float m\nend_header\n"
-                            "0 0 0\n1 0 0\n2 0 0\n3 0 1 2 1\n")
+writePly("line.ply", [(0, 0, 0), (1, 0, 0), (2, 0, 0)], [((0, 1, 2), 1)], faceMore=["float m"])
 for more in [], ["--mask", "m"]:
     flat = report("line.ply", "--count", "4.5", *more)
     check((flat["asked"], flat["made"], flat["rejected"], flat["given_up"]) == (4, 0, 0, 0), flat)

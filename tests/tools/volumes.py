@@ -122,7 +122,6 @@ for words, *arguments in (
     refuses(1, words, "scatter", volume, *(arguments if "--count" in arguments else ("--count", "1", *arguments)))
 refuses(1, "there are: knot, sunflower, tube", "scatter", "formula:cube", "--count", "1")
 refuses(1, "No such file", "scatter", "none.vdb", "--count", "1")
-refuses(2, "at least 0 is wanted", "scatter", volume, "--count", "inf")
 refuses(1, "no channel 'moss'", "property", volume, "--at", "at.npy", "--channel", "moss")
 refuses(1, "names no columns x, y, z", "property", volume, "--at", "-", stdin=b"a,b,c,d\n1,2,3,4\n")
 refuses(1, "has 4 columns, and this line has 3 fields", "property", volume, "--at", "-", stdin=b"x,y,z,w\n1,2,3\n")
