@@ -110,8 +110,8 @@ private:
     void drawPoints() {
         for (std::size_t i = 0; i < picture_.points.size(); ++i)
             range_.add(double{valueOf(i)});
-        // As far above their surface as they are large, so that a slope does not cut them.
-        const double lift = radius_ / view_.pixelsPerUnit();
+        // Above their surface, so that slopes of up to 68 degrees do not cut them.
+        const double lift = 2.5 * radius_ / view_.pixelsPerUnit();
         const bool isDepth = picture_.values.empty(); // dark is far away then
         for (std::size_t i = 0; i < picture_.points.size(); ++i) {
             const double t = (double{valueOf(i)} - range_.lowest) / range_.span();

@@ -100,6 +100,8 @@ Positions readPositions(const std::string& path, std::optional<SampleFormat> for
     if (!format && path != "-" && sampleFormatOf(path) == SampleFormat::kJson)
         return positionsIn({}, SampleFormat::kJson, path);
     const std::string bytes = readFile(path);
+    if (path == "-" && bytes.empty()) // what should have written it may have failed
+        throw std::runtime_error("standard input holds nothing, not even a header");
     if (!format)
         format = path == "-" ? formatOfInput(bytes) : sampleFormatOf(path);
     return positionsIn(bytes, *format, sourceName(path));

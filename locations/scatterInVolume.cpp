@@ -64,7 +64,7 @@ struct Source {
 
 // The product of the extents of the box around the cells, in world units.
 template <class Traits>
-float boxVolume(const CandidateCells<Traits>& cells, const Container<Traits>& container) {
+double boxVolume(const CandidateCells<Traits>& cells, const Container<Traits>& container) {
     const auto box = cells.bounds();
     const auto toWorld = [&](const std::array<std::int64_t, 3>& corner) {
         return container.toWorldSpace({static_cast<float>(corner[0]), static_cast<float>(corner[1]),
@@ -75,7 +75,9 @@ float boxVolume(const CandidateCells<Traits>& cells, const Container<Traits>& co
     constexpr float kSmallest = std::numeric_limits<float>::min();
     if (extent.x < kSmallest || extent.y < kSmallest || extent.z < kSmallest)
         return 0;
-    return extent.x * extent.y * extent.z;
+    const float product = extent.x * extent.y * extent.z;
+    const bool isInRange = std::isfinite(product) && product >= kSmallest;
+    return isInRange ? double{product} : double{extent.x} * double{extent.y} * double{extent.z};
 }
 
 template <class Traits>
@@ -83,7 +85,7 @@ std::uint64_t countOf(const GenerateLocationOptions& options, const CandidateCel
                       const Container<Traits>& container) {
     constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max();
     if (options.amount_type == AmountType::Density)
-        return wholeCount(options.amount * double{boxVolume(cells, container)}, kMost);
+        return wholeCount(options.amount * boxVolume(cells, container), kMost);
     std::uint64_t count = wholeCount(options.amount, kMost);
     const double draw = randomUnit<double>(1, static_cast<std::uint64_t>(options.seed));
     if (options.amount - std::floor(options.amount) >= draw && count < kMost)

@@ -202,6 +202,15 @@ TEST(VolumeLocations, DensityCountsTheBoxAroundTheCells) {
                      (p.x == 63.5 && p.y == 31.5 && p.z == 15.5));
     });
     EXPECT_EQ(scatter(volume.object, ofFog(byDensity(1))).size(), 32U * 16 * 8);
+    for (const int exponent : {50, -50}) { // 2^7 voxels: more, or less, than a single holds
+        TreeBuilder<Two> builder;
+        builder.addBox(28, {{-4, 0, 8}, {3, 3, 11}});
+        TestVolume<Two> odd(
+            builder.build(std::ldexp(1.0F, exponent), VoxelOffsetType::kCellCentre));
+        odd.add<float>(kFog, 0, kOnes);
+        EXPECT_EQ(scatter(odd.object, ofFog(byDensity(std::ldexp(1.0, -3 * exponent)))).size(),
+                  128U);
+    }
 }
 
 TEST(VolumeLocations, TilesDeeperThanTheChannelHideNothing) {

@@ -71,6 +71,15 @@ std::uint64_t wholeCountOf(const GenerateLocationOptions& options) {
                : count;
 }
 
+// `tried` are the locations without a mask. Volumes without cells have a warning of their own.
+void warnOfNothing(ScatterReport& report, std::uint64_t tried) {
+    const bool isMeasured =
+        report.measure.location == Common::kOnFace || report.measure.location == Common::kOnStrand;
+    if (isMeasured && report.asked > 0 && tried == 0)
+        report.warnings.push_back("nothing was made: the " + report.measure.name +
+                                  " is too small, too large or none at all");
+}
+
 } // namespace
 
 GenerateLocationOptions generateOptions(const ScatterOptions& options,
@@ -137,13 +146,16 @@ ScatterReport reportOn(const Scattered& scattered, const ScatterSource& source,
         options.amount_type == AmountType::Density && source.measure.name != "points";
     if (density)
         report.askedDensity = options.amount;
-    if (!options.use_mask)
+    if (!options.use_mask) {
+        warnOfNothing(report, report.made + report.nowhere);
         return report;
+    }
     GenerateLocationOptions unmasked = options;
     unmasked.use_mask = false;
     const std::uint64_t tried =
         callOperator(source.object, unmasked, Ostrum::RuntimeServices(0, {}))->size();
     report.asked = std::max(tried, wholeCountOf(options));
+    warnOfNothing(report, tried);
     const std::uint64_t missing = tried - std::min(tried, report.made);
     // A density on a mesh tries each location once, unless the largest number made a count of it.
     const bool onceEach =

@@ -3,6 +3,7 @@
 #include "io/formulaGeometry.h"
 #include "io/formulaVolume.h"
 #include "io/sampleFiles.h"
+#include "optionChecks.h"
 
 #include <charconv>
 #include <cmath>
@@ -37,6 +38,7 @@ void addAmounts(CLI::App& command, ScatterOptions& options) {
     amount->require_option(1);
     command
         .add_option("--max", options.most, "at most so many; a density in a volume is not limited")
+        ->check(isWhole<std::int64_t>)
         ->check(
             CLI::Range(std::int64_t{0}, std::numeric_limits<std::int64_t>::max(), "at least 0"));
     command.add_option("--seed", options.seed, "seed of the random numbers")
@@ -76,6 +78,7 @@ void addPictureOptions(CLI::App& command, ScatterPictureOptions& options) {
                     "the horizon")
         ->expected(2)
         ->type_name("AZIMUTH ELEVATION")
+        ->check(isNumber)
         ->check(CLI::Range(-360.0, 360.0))
         ->needs(png)
         ->capture_default_str();
@@ -95,6 +98,7 @@ void addPictureOptions(CLI::App& command, ScatterPictureOptions& options) {
     command
         .add_option("--point-size", options.pointSize,
                     "pixels that a location is wide; by default as suits their number")
+        ->check(isNumber)
         ->check(CLI::Range(0.5, 100.0))
         ->needs(png);
 }

@@ -69,6 +69,11 @@ ScatterSource geometrySource(const ScatterOptions& options) {
     source.type = geometryType(options, *geometry.object);
     source.mask = options.mask;
     source.measure = measureGeometry(*geometry.object, source.type);
+    if (source.measure.leftOut > 0)
+        source.warnings.push_back(std::to_string(source.measure.leftOut) +
+                                  (source.measure.name == "area" ? " triangles" : " segments") +
+                                  " get nothing: their " + source.measure.name +
+                                  " is too large, or no number");
     if (source.type == SampleType::Points && options.density)
         source.warnings.emplace_back("points are chosen by count: --density has no effect other "
                                      "than that of --count");

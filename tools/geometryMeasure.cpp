@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cmath>
+#include <limits>
 
 namespace Stratum::tools {
 
@@ -28,6 +29,13 @@ double triangleArea(const float3& a, const float3& b, const float3& c) {
            2;
 }
 
+void add(ScatterMeasure& measure, double part) {
+    if (part <= double{std::numeric_limits<float>::max()})
+        measure.total += part;
+    else
+        ++measure.leftOut;
+}
+
 // Calls visit(begin, end) for the runs that offsets with a closing entry make.
 template <class Visit>
 void forEachRun(const Ostrum::Array<std::uint32_t>& offsets, const Visit& visit) {
@@ -35,27 +43,25 @@ void forEachRun(const Ostrum::Array<std::uint32_t>& offsets, const Visit& visit)
         visit(offsets[i], offsets[i + 1]);
 }
 
-double areaOf(const Vantor::Object& geometry, const Ostrum::Array<float3>& points) {
+void addAreas(ScatterMeasure& measure, const Vantor::Object& geometry,
+              const Ostrum::Array<float3>& points) {
     using namespace Vantor::Geometry;
     const auto corners = geometry.propertyData<std::uint32_t>(sFaceVertex);
-    double area = 0;
     forEachRun(*geometry.propertyData<std::uint32_t>(sFaceOffset),
                [&](std::uint32_t begin, std::uint32_t end) {
                    for (std::uint32_t i = begin + 1; i + 1 < end; ++i)
-                       area += triangleArea(points[(*corners)[begin]], points[(*corners)[i]],
-                                            points[(*corners)[i + 1]]);
+                       add(measure, triangleArea(points[(*corners)[begin]], points[(*corners)[i]],
+                                                 points[(*corners)[i + 1]]));
                });
-    return area;
 }
 
-double lengthOf(const Vantor::Object& geometry, const Ostrum::Array<float3>& points) {
-    double sum = 0;
+void addLengths(ScatterMeasure& measure, const Vantor::Object& geometry,
+                const Ostrum::Array<float3>& points) {
     forEachRun(*geometry.propertyData<std::uint32_t>(Vantor::Geometry::sStrandOffset),
                [&](std::uint32_t begin, std::uint32_t end) {
                    for (std::uint32_t i = begin; i + 1 < end; ++i)
-                       sum += length(between(points[i], points[i + 1]));
+                       add(measure, length(between(points[i], points[i + 1])));
                });
-    return sum;
 }
 
 } // namespace
@@ -65,9 +71,14 @@ ScatterMeasure measureGeometry(const Vantor::Object& geometry, SampleType type) 
     const auto points = geometry.propertyData<float3>(sPointPosition);
     if (type == SampleType::Points)
         return {Common::kOnPoint, "points", "points", static_cast<double>(points->size())};
-    if (geometry.isA(*getMeshPrototype()))
-        return {Common::kOnFace, "faces", "area", areaOf(geometry, *points)};
-    return {Common::kOnStrand, "strands", "length", lengthOf(geometry, *points)};
+    if (geometry.isA(*getMeshPrototype())) {
+        ScatterMeasure measure{Common::kOnFace, "faces", "area"};
+        addAreas(measure, geometry, *points);
+        return measure;
+    }
+    ScatterMeasure measure{Common::kOnStrand, "strands", "length"};
+    addLengths(measure, geometry, *points);
+    return measure;
 }
 
 } // namespace Stratum::tools

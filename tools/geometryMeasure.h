@@ -18,9 +18,12 @@ struct ScatterMeasure {
     /// Of volumes only: of the box around their cells.
     std::optional<double> boxVolume = {};
     std::string channel = {}; ///< of volumes only
+    /// Triangles or segments that get nothing: with points that are no numbers, or too large.
+    std::size_t leftOut = 0;
 };
 
-/// The area of a mesh, the length of strands or the number of points, in double precision.
+/// The area of a mesh, the length of strands or the number of points, in double precision. As for
+/// the operator, triangles and segments count whose own measure is a finite single.
 ScatterMeasure measureGeometry(const Vantor::Object& geometry,
                                VantorExp::Geometry::SampleType type);
 

@@ -7,6 +7,7 @@
 #include "commonOptions.h"
 #include "infoJson.h"
 #include "io/csvValues.h"
+#include "io/quoted.h"
 
 #include <CLI/App.hpp>
 
@@ -100,9 +101,9 @@ std::string describeDepths(const PlainChannel<Shape, T>& channel) {
 
 template <class Shape, class T>
 std::string describe(const io::ChannelInfo& info, const PlainChannel<Shape, T>& channel) {
-    std::string text = "\nchannel    " + info.name + "\n";
+    std::string text = "\nchannel    " + io::oneLine(info.name) + "\n";
     for (const auto& name : info.alsoNamed)
-        text += "  also     " + name + "\n";
+        text += "  also     " + io::oneLine(name) + "\n";
     text += "  type     " + valueTypeName<T>() + ", from " + info.origin + "\n";
     text += "  default  " + valueText(channel.defaultValue()) + "\n";
     const auto statistics = Statistics<T>::template of<Shape>(channel);

@@ -69,6 +69,19 @@ void addPrinter(CLI::App& app, const char* name, std::string (*print)(const CLI:
     app.add_flag_callback(name, write)->trigger_on_parse()->group("");
 }
 
+// An empty text is a script's variable that was not set, and not the same as no option.
+std::string isGiven(const std::string& text) {
+    return text.empty() ? "an empty text was given" : "";
+}
+
+void refuseEmptyTexts(CLI::App& app) {
+    for (CLI::Option* option : app.get_options())
+        if (option->get_items_expected_max() > 0)
+            option->check(isGiven);
+    for (CLI::App* part : app.get_subcommands([](const CLI::App*) { return true; }))
+        refuseEmptyTexts(*part);
+}
+
 int run(int argc, char** argv) {
     CLI::App app(
         "Samples sparse multi-resolution voxel volumes and scatters locations over geometry.",
@@ -86,6 +99,7 @@ int run(int argc, char** argv) {
     addProperty(app, provenance);
     addDemo(app, provenance);
     addRun(app);
+    refuseEmptyTexts(app);
     addPrinter(app, "--help-man", manualPage);
     addPrinter(app, "--help-bash-completion", bashCompletion);
     try {

@@ -45,7 +45,7 @@ double availableMemory() {
 
 void requireMemory(double bytes, const std::string& what) {
     const double available = availableMemory();
-    if (bytes > available)
+    if (!(bytes <= available)) // also what is no number
         throw std::runtime_error("out of memory: " + what + " take " + gigabytes(bytes) + ", and " +
                                  gigabytes(available) + " are to be had");
 }

@@ -11,6 +11,7 @@
 #include "io/writeTable.h"
 #include "memory.h"
 #include "ops/sample_volume.h"
+#include "optionChecks.h"
 #include "tableOptions.h"
 
 #include <CLI/App.hpp>
@@ -155,9 +156,11 @@ void addOptions(CLI::App& command, SampleOptions& options) {
                      "fields, or the vertices of a .ply file; - for standard input");
     from->add_option("--random", options.randomCount,
                      "this many random positions within the channel's bounds")
+        ->check(isWhole<std::uint64_t>)
         ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{1} << 32));
     from->require_option(1);
     command.add_option("--seed", options.seed, "seed of the random positions")
+        ->check(isWhole<std::uint64_t>)
         ->capture_default_str();
     addTableOptions(command, options, "positions");
     command.add_option("--default", options.fallback,

@@ -6,6 +6,7 @@
 #include "commands.h"
 #include "commonOptions.h"
 #include "io/provenanceJson.h"
+#include "optionChecks.h"
 
 #include <CLI/App.hpp>
 
@@ -64,7 +65,9 @@ void settle(SliceOptions& options) {
     if (!options.range.empty()) {
         if (!(options.range[0] < options.range[1]) ||
             !std::isfinite(options.range[1] - options.range[0]))
-            throw CLI::ValidationError("--range", "the lower end must be below the upper one");
+            throw CLI::ValidationError(
+                "--range", "two finite numbers are wanted, the lower one first, that are no "
+                           "further apart than the largest number");
         plane.range = std::pair(options.range[0], options.range[1]);
     }
     for (const auto& numbers : {options.origin, options.u, options.v, options.normal})
@@ -173,6 +176,7 @@ void addPlaneOptions(CLI::App& command, SliceOptions& options) {
     auto* fraction = command
                          .add_option("--fraction", options.plane.fraction,
                                      "where on the axis, within the bounds")
+                         ->check(isNumber)
                          ->check(CLI::Range(0.0, 1.0))
                          ->excludes(at)
                          ->capture_default_str();

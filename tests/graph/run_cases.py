@@ -94,6 +94,10 @@ def run_errors(scratch):
     check_refused("deep", done, "standard input: more than 64 arrays and objects within each other")
     check_refused("missing", run(scratch, "none.json"), "cannot read 'none.json': No such file or directory")
     check("usage", run(scratch).returncode == 2)
+    (scratch / "p.csv").write_text("x,y,z\n1,2,3\n")
+    (scratch / "reads.json").write_text('{"nodes": {"p": {"type": "array", "file": "p.csv"}}}')
+    check_refused("an input as output", run(scratch, "reads.json", "-o", "p.csv"),
+                  "'p.csv' is what is read; choose another file to write")
 
 
 def check_refused(name, done, message):

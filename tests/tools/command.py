@@ -38,8 +38,7 @@ for words, name, *arguments in (
         ("only float and double have a gradient", "sample", "-c", "velocity", "--gradient",
          "--random", "5"),
         ("cannot write 'no/such/folder.csv'", "sample", "--random", "5", "-o", "no/such/folder.csv"),
-        ("does not meet the channel's data", "slice", "--at", "5", "-o", "no.png"),
-        ("does not meet the channel's data", "slice", "--fraction", "nan", "-o", "no.png")):
+        ("does not meet the channel's data", "slice", "--at", "5", "-o", "no.png")):
     refuses(1, words, name, volume, *arguments, stdin=b"1;2;3\n")
 refuses(1, "there is no formula 'rose'", "info", "formula:rose")
 open("keep.csv", "w").write("0,0,0\n")
@@ -66,7 +65,11 @@ answers("slice", "--sampler", "linear,cubic-c1", volume, "--size", "32", "-o", "
 for arguments in [("info",), ("sample", volume), ("sample", volume, "--random", "many"),
                   ("sample", volume, "--random", "5", "-p", "keep.csv"),
                   ("sample", volume, "--random", "5", "--format", "xml"),
+                  ("sample", volume, "--random", "5", "--format", "csv", "--json"),
+                  ("sample", volume, "--random", "5", "--seed", str(2**64)),
+                  ("sample", volume, "--random", "5", "--channel", ""),
                   ("info", volume, "--tolerance", "nan"),
+                  ("slice", volume, "-o", "no.png", "--fraction", "nan"),
                   ("slice", volume, "-o", "no.png", "--origin", "0", "0", "0"),
                   ("slice", volume, "-o", "-", "--json"),
                   ("slice", volume, "-o", "no.png", "--at", "0", "--fraction", "1"),

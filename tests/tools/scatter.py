@@ -25,6 +25,13 @@ def report(*arguments):
     return json.loads(answers(*arguments, "--json"))
 
 
+def warned(words, *arguments):
+    """The report of a call that warns with these words."""
+    code, out, err = run(*arguments, "--json")
+    check(code == 0 and words in err, f"{arguments}: {code} {err!r}")
+    return json.loads(out)
+
+
 # A roof: two bent quads and a triangle, with masks for points and faces.
 points = [(0, 0, 0), (2, 0, 1), (2, 1, 1), (0, 1, 0), (4, 0, 0), (4, 1, 0), (9, 9, 9)]
 faces = [(0, 1, 2, 3), (1, 4, 5, 2), (4, 6, 5)]
@@ -124,12 +131,19 @@ for file in ["roof.ply", "cloud.ply"] + ["hair.obj"] * readsObj:
     check(answers(file, "--count", "0", "-q").splitlines()
           == answers(file, "--count", "1", "-q").splitlines()[:1], f"the columns of {file}")
 
+# What has no finite area gets nothing, and takes nothing from the rest.
+writePly("far.ply", [(0, 0, 0), (2, 0, 0), (0, 2, 0), (1e30, 0, 0), (0, 1e30, 0), (0, "nan", 0)],
+         [[(0, 1, 2)], [(0, 3, 4)], [(0, 3, 5)]])
+for amount in ("--density", "4"), ("--count", "8"):
+    far = warned("2 triangles get nothing", "far.ply", *amount)
+    check((far["made"], far["total"], far["density"]) == (8, 2, 4), far)
+
 # A count may ask for what there can be none of.
 writePly("line.ply", [(0, 0, 0), (1, 0, 0), (2, 0, 0)], [((0, 1, 2), 1)], faceMore=["float m"])
 for more in [], ["--mask", "m"]:
-    flat = report("line.ply", "--count", "4.5", *more)
+    flat = warned("nothing was made", "line.ply", "--count", "4.5", *more)
     check((flat["asked"], flat["made"], flat["rejected"], flat["given_up"]) == (4, 0, 0, 0), flat)
-    check(report("line.ply", "--count", "4", "--max", "3", *more)["asked"] == 3, more)
+    check(warned("nothing was made", "line.ply", "--count", "4", "--max", "3", *more)["asked"] == 3, more)
 
 # Formats: the same numbers in all of them, and where they come from.
 knot = ("formula:knot", "--count", "40", "--seed", "-9", "--quiet")

@@ -81,14 +81,21 @@ void Outputs::refuseSameFiles() const {
     }
 }
 
+std::vector<std::string> Outputs::inputFiles() const {
+    std::vector<std::string> files;
+    for (const auto& [name, node] : nodes_.record())
+        if (const Json* file = node.find("file"); file && file->isText() && !file->text().empty())
+            files.push_back(graph_.inputs().fileName(*file));
+    return files;
+}
+
 void Outputs::refuseReplacing(const std::vector<std::string>& others) const {
     std::set<std::filesystem::path> taken;
     for (const auto& other : others)
         if (other != "-")
             taken.insert(fileIdentity(other));
-    for (const auto& [name, node] : nodes_.record())
-        if (const Json* file = node.find("file"); file && file->isText() && !file->text().empty())
-            taken.insert(fileIdentity(graph_.inputs().fileName(*file)));
+    for (const auto& input : inputFiles())
+        taken.insert(fileIdentity(input));
     for (const Wish& wish : wishes_)
         if (!wish.file.empty() && taken.contains(fileIdentity(wish.file)))
             wish.place->at("file").fail("this file is another input or output of the run");

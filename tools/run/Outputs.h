@@ -16,6 +16,9 @@ public:
     /// Checks everything that can be told before the graph is evaluated.
     Outputs(const Json* json, const Json& nodes, const Graph& graph);
 
+    /// The files that nodes read.
+    std::vector<std::string> inputFiles() const;
+
     /// Fails when a file would take the place of one of these, or of a file that a node reads.
     void refuseReplacing(const std::vector<std::string>& others) const;
 

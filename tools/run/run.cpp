@@ -33,6 +33,7 @@ void evaluate(const graph::Json& document, const RunGraphOptions& options) {
                        options.common.quiet);
     const graph::Outputs outputs(document.find("outputs"), nodes, graph);
     outputs.refuseReplacing({options.graph, options.output});
+    refuseReplacing(options.output, outputs.inputFiles());
     {
         Progress progress(options.common, static_cast<int>(nodes.record().size()));
         graph.evaluate([&](const std::string& node) { progress.step(node); });
