@@ -98,6 +98,11 @@ def run_errors(scratch):
     (scratch / "reads.json").write_text('{"nodes": {"p": {"type": "array", "file": "p.csv"}}}')
     check_refused("an input as output", run(scratch, "reads.json", "-o", "p.csv"),
                   "'p.csv' is what is read; choose another file to write")
+    alone = (HERE / "../../docs/graph.md").read_text().split("```json\n")[1].split("```")[0]
+    graph = json.loads(alone)
+    graph["outputs"] = {"all": {"node": list(graph["nodes"])[-1], "file": str(scratch / "all.json")}}
+    check_refused("-o for nothing", run(scratch, "-", "-o", "o.json", input=json.dumps(graph)),
+                  "'o.json' would stay empty: every output has a file of its own")
 
 
 def check_refused(name, done, message):

@@ -5,6 +5,7 @@
 #include "io/writeTable.h"
 #include "run/writeJson.h"
 
+#include <algorithm>
 #include <map>
 #include <memory>
 #include <set>
@@ -101,6 +102,11 @@ void Outputs::refuseReplacing(const std::vector<std::string>& others) const {
             wish.place->at("file").fail("this file is another input or output of the run");
 }
 
+bool Outputs::areAllFiles() const {
+    const auto hasFile = [](const Wish& wish) { return !wish.file.empty(); };
+    return !wishes_.empty() && std::ranges::all_of(wishes_, hasFile);
+}
+
 void Outputs::writeFile(io::OutputFile& out, const Wish& wish, const Graph& graph,
                         bool withSeconds) {
     if (isCsv(wish.file))
@@ -122,7 +128,7 @@ void Outputs::write(const Graph& graph, bool withSeconds, Results& results) cons
         }
     for (const auto& file : files)
         file->commit();
-    if (document.empty() && !wishes_.empty())
+    if (areAllFiles())
         return;
     results.out().write(toJson(Members{{"results", toJson(document)}}) + "\n");
     results.commit();

@@ -22,6 +22,9 @@ public:
     /// Fails when a file would take the place of one of these, or of a file that a node reads.
     void refuseReplacing(const std::vector<std::string>& others) const;
 
+    /// Whether nothing is left for the document of results: every output has a file of its own.
+    bool areAllFiles() const;
+
     /// Writes the files, each complete or not at all, and then the document, if anything is in it.
     void write(const Graph& graph, bool withSeconds, Results& results) const;
 

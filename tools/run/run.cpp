@@ -12,6 +12,7 @@
 
 #include <iostream>
 #include <memory>
+#include <stdexcept>
 
 namespace Stratum::tools {
 
@@ -34,6 +35,9 @@ void evaluate(const graph::Json& document, const RunGraphOptions& options) {
     const graph::Outputs outputs(document.find("outputs"), nodes, graph);
     outputs.refuseReplacing({options.graph, options.output});
     refuseReplacing(options.output, outputs.inputFiles());
+    if (options.output != "-" && outputs.areAllFiles())
+        throw std::runtime_error("'" + options.output +
+                                 "' would stay empty: every output has a file of its own");
     {
         Progress progress(options.common, static_cast<int>(nodes.record().size()));
         graph.evaluate([&](const std::string& node) { progress.step(node); });
