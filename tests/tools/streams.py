@@ -1,6 +1,7 @@
 """What the command makes of its streams, its files' names and signals."""
 import json
 import os
+import re
 import signal
 import subprocess
 import time
@@ -58,11 +59,21 @@ for n in range(2000):
                               "sampler": "kCubicC1", "settings": {"cancel_at_question": 2}}
     many["outputs"][f"s{n}"] = {"node": f"s{n}", "file": f"never{n}.json"}
 json.dump(many, open("many.json", "w"))
+
+
+def catches(pid, number):
+    """Whether a process has come to handle a signal."""
+    status = open(f"/proc/{pid}/status").read()
+    return int(re.search("SigCgt:\t(.*)", status).group(1), 16) >> (number - 1) & 1
+
+
 waiting = "sample", volume, "-p", "-", "-o", "never.csv"  # for positions
 for call, wait in ((waiting, 0.3), (("run", "slow.json"), 1.3), (("run", "many.json"), 0.7),
                    (("run", "many.json"), 1.3)):
     running = subprocess.Popen([tool, *call], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                                stderr=subprocess.PIPE, text=True)
+    while running.poll() is None and not catches(running.pid, signal.SIGINT):
+        time.sleep(0.01)
     time.sleep(wait)
     start = time.monotonic()
     running.send_signal(signal.SIGINT)
