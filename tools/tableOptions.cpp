@@ -34,7 +34,7 @@ Ostrum::Array<Vantor::Math::float3> readPositions(const std::string& file,
 
 io::SampleFormat outputFormat(const TableOptions& options, bool json) {
     if (json && !options.format.empty() && options.format != "json")
-        throw CLI::ValidationError("--json", "the format is to be " + options.format + " already");
+        throw CLI::ValidationError("--json", "--format asks for " + options.format);
     return json                     ? io::SampleFormat::kJson
            : options.format.empty() ? io::sampleFormatOf(options.output)
                                     : io::sampleFormatNamed(options.format);
